@@ -1,0 +1,128 @@
+#include "common/SystemServices.h"
+
+#include <QApplication>
+#include <QDesktopServices>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QLocale>
+#include <QMessageBox>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QSoundEffect>
+#include <QUrl>
+
+#include <map>
+
+namespace {
+
+QMessageBox::Icon toQt(Prompts::Icon icon) {
+    switch (icon) {
+    case Prompts::Icon::Information: return QMessageBox::Information;
+    case Prompts::Icon::Exclamation: return QMessageBox::Warning;
+    case Prompts::Icon::Critical: return QMessageBox::Critical;
+    case Prompts::Icon::Question: return QMessageBox::Question;
+    case Prompts::Icon::None: break;
+    }
+    return QMessageBox::NoIcon;
+}
+
+QMessageBox::StandardButtons toQt(Prompts::Buttons buttons) {
+    switch (buttons) {
+    case Prompts::Buttons::OkCancel: return QMessageBox::Ok | QMessageBox::Cancel;
+    case Prompts::Buttons::YesNo: return QMessageBox::Yes | QMessageBox::No;
+    case Prompts::Buttons::YesNoCancel: return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+    case Prompts::Buttons::Ok: break;
+    }
+    return QMessageBox::Ok;
+}
+
+} // namespace
+
+Prompts::Answer QtPrompts::message(const QString& title, const QString& text, Icon icon, Buttons buttons) {
+    QMessageBox box(toQt(icon), title, text, toQt(buttons), QApplication::activeWindow());
+    switch (box.exec()) {
+    case QMessageBox::Yes: return Answer::Yes;
+    case QMessageBox::No: return Answer::No;
+    case QMessageBox::Cancel: return Answer::Cancel;
+    default: return Answer::Ok;
+    }
+}
+
+std::optional<QString> QtPrompts::input(const QString& prompt, const QString& title, const QString& proposed) {
+    bool ok = false;
+    QString text =
+        QInputDialog::getText(QApplication::activeWindow(), title, prompt, QLineEdit::Normal, proposed, &ok);
+    if (!ok)
+        return std::nullopt;
+    return text;
+}
+
+QString QtPrompts::openFile(const QString& title, const QString& folder, const QString& filter) {
+    return QFileDialog::getOpenFileName(QApplication::activeWindow(), title, folder, filter);
+}
+
+QString QtPrompts::chooseFolder(const QString& title, const QString& folder) {
+    return QFileDialog::getExistingDirectory(QApplication::activeWindow(), title, folder);
+}
+
+bool SystemDesktop::openWithShell(const QString& documentOrAddress) {
+    const QUrl url = QFileInfo::exists(documentOrAddress) ? QUrl::fromLocalFile(documentOrAddress)
+                                                          : QUrl::fromUserInput(documentOrAddress);
+    return QDesktopServices::openUrl(url);
+}
+
+bool SystemDesktop::startProgram(const QString& program, const QStringList& arguments,
+                                 const QString& workingFolder, Show) {
+    // Windows programs are started through Wine elsewhere; a window state cannot be forced there.
+#ifdef Q_OS_WIN
+    return QProcess::startDetached(program, arguments, workingFolder);
+#else
+    if (program.endsWith(QStringLiteral(".exe"), Qt::CaseInsensitive))
+        return QProcess::startDetached(QStringLiteral("wine"), QStringList{program} + arguments, workingFolder);
+    return QProcess::startDetached(program, arguments, workingFolder);
+#endif
+}
+
+bool SystemDesktop::runBatch(const QString& batchFile, const QString& workingFolder, Show show) {
+#ifdef Q_OS_WIN
+    return startProgram(QStringLiteral("cmd.exe"), {QStringLiteral("/c"), batchFile}, workingFolder, show);
+#else
+    return startProgram(QStringLiteral("wine"), {QStringLiteral("cmd"), QStringLiteral("/c"), batchFile},
+                        workingFolder, show);
+#endif
+}
+
+struct MediaSounds::Players {
+    std::map<QString, std::unique_ptr<QSoundEffect>> byFile;
+};
+
+MediaSounds::MediaSounds() : m_players(std::make_unique<Players>()) {}
+MediaSounds::~MediaSounds() = default;
+
+void MediaSounds::play(const QString& waveFile) {
+    if (!QFileInfo::exists(waveFile))
+        return;
+    auto& player = m_players->byFile[waveFile];
+    if (!player) {
+        player = std::make_unique<QSoundEffect>();
+        player->setSource(QUrl::fromLocalFile(waveFile));
+    }
+    player->play();
+}
+
+QDateTime SystemClock::now() const { return QDateTime::currentDateTime(); }
+
+QString SystemClock::timeText() const {
+    const QLocale locale = QLocale::system();
+    return locale.toString(now().time(), RegionalFormat::timeFormat(locale.timeFormat(QLocale::ShortFormat)));
+}
+
+QString SystemClock::dateText() const {
+    const QLocale locale = QLocale::system();
+    return locale.toString(now().date(), RegionalFormat::dateFormat(locale.dateFormat(QLocale::ShortFormat)));
+}
+
+int SystemRandom::between(int low, int high) { return QRandomGenerator::global()->bounded(low, high + 1); }
+
+SystemServices::SystemServices(ProgramFolder programFolder) : folder(std::move(programFolder)) {}

@@ -1,0 +1,84 @@
+#include "FakeServices.h"
+
+QStringList FakePrompts::texts() const {
+    QStringList out;
+    for (const Shown& s : shown)
+        out.append(s.text);
+    return out;
+}
+
+void FakePrompts::record(Shown s) {
+    shown.append(s);
+    if (whileOpen)
+        whileOpen(shown.last());
+}
+
+Prompts::Answer FakePrompts::message(const QString& title, const QString& text, Icon icon, Buttons buttons) {
+    record({QStringLiteral("message"), title, text, icon, buttons, {}});
+    if (answers.empty())
+        return Answer::Ok;
+    const Answer a = answers.front();
+    answers.pop_front();
+    return a;
+}
+
+std::optional<QString> FakePrompts::input(const QString& prompt, const QString& title, const QString& proposed) {
+    record({QStringLiteral("input"), title, prompt, Icon::None, Buttons::OkCancel, proposed});
+    if (inputs.empty())
+        return std::nullopt;
+    auto a = inputs.front();
+    inputs.pop_front();
+    return a;
+}
+
+QString FakePrompts::openFile(const QString& title, const QString& folder, const QString& filter) {
+    record({QStringLiteral("openFile"), title, filter, Icon::None, Buttons::OkCancel, folder});
+    if (files.empty())
+        return {};
+    QString f = files.front();
+    files.pop_front();
+    return f;
+}
+
+QString FakePrompts::chooseFolder(const QString& title, const QString& folder) {
+    record({QStringLiteral("chooseFolder"), title, {}, Icon::None, Buttons::OkCancel, folder});
+    if (folders.empty())
+        return {};
+    QString f = folders.front();
+    folders.pop_front();
+    return f;
+}
+
+bool FakeDesktop::openWithShell(const QString& documentOrAddress) {
+    opened.append(documentOrAddress);
+    return succeed;
+}
+
+bool FakeDesktop::startProgram(const QString& program, const QStringList& arguments, const QString& workingFolder,
+                               Show show) {
+    started.append({program, arguments, workingFolder, show});
+    return succeed;
+}
+
+bool FakeDesktop::runBatch(const QString& batchFile, const QString& workingFolder, Show show) {
+    started.append({batchFile, {}, workingFolder, show});
+    return succeed;
+}
+
+int FakeRandom::between(int low, int high) {
+    if (values.empty())
+        return low;
+    const int v = values.front();
+    values.pop_front();
+    return qBound(low, v, high);
+}
+
+TestServices::TestServices() = default;
+
+Services TestServices::services() {
+    return Services{prompts, desktop, sounds, clock, random, ProgramFolder(dir.path())};
+}
+
+QString TestServices::file(const QString& backslashName) const {
+    return ProgramFolder(dir.path()).file(backslashName);
+}
