@@ -1,0 +1,88 @@
+#pragma once
+
+#include "server/BanKind.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <optional>
+
+class QSqlQuery;
+
+// Everything the server keeps between runs: accounts, operators, bans, last-seen times, news.
+// The only class that speaks SQL. SQLite by default; another QtSql driver (QPSQL) is chosen by
+// configuration. Every change runs in a transaction that is committed before the caller
+// acknowledges it, so an acknowledged change survives the process being killed.
+class AccountStore {
+public:
+    struct Config {
+        QString driver = QStringLiteral("QSQLITE");
+        QString databaseName;
+        // Only read for drivers other than QSQLITE.
+        QString host;
+        QString user;
+        QString password;
+        int hashIterations = 20000;
+    };
+
+    struct NewAccount {
+        QString name;
+        QString password;
+        QString age;
+        QString email;
+        QString website;
+        QString hobbies;
+        QString address;
+    };
+
+    enum class CreateResult { Created, NameTaken, TooManyForAddress, Failed };
+
+    struct NewsItem {
+        QString author;
+        QString headline;
+        QString body;
+        QDateTime posted;
+    };
+
+    explicit AccountStore(Config config);
+    ~AccountStore();
+    AccountStore(const AccountStore&) = delete;
+    AccountStore& operator=(const AccountStore&) = delete;
+
+    // Opens the database and creates or upgrades the schema. False (with the reason) on failure.
+    bool open(QString* error);
+    int schemaVersion() const;
+
+    // accountsPerAddress 0 means no cap.
+    CreateResult createAccount(const NewAccount& account, int accountsPerAddress, const QDateTime& now);
+    // The account's own spelling when the name and password match one, nothing otherwise.
+    std::optional<QString> verify(const QString& name, const QString& password) const;
+    bool accountExists(const QString& name) const;
+
+    bool isOperator(const QString& name) const;
+    bool setOperator(const QString& name, bool isOperator);
+    QStringList operators() const;
+
+    bool recordSeen(const QString& name, const QDateTime& when);
+    std::optional<QDateTime> lastSeen(const QString& name) const;
+
+    // name is the account name (or empty), address the IPv4/IPv6 text or, for a subnet ban, its prefix.
+    bool addBan(BanKind kind, const QString& name, const QString& address, const std::optional<QDateTime>& expires);
+    bool isBanned(const QString& name, const QString& address, const QString& subnet, const QDateTime& now) const;
+    bool hasActiveBan(BanKind kind, const QString& name, const QDateTime& now) const;
+    // Returns the number of bans removed, or -1 on failure.
+    int clearBans(BanKind kind);
+
+    bool postNews(const NewsItem& item);
+    std::optional<NewsItem> latestNews() const;
+
+private:
+    bool exec(QSqlQuery& query) const;
+    bool inTransaction(const std::function<bool()>& work);
+    bool createSchema(int fromVersion);
+
+    Config m_config;
+    QString m_connection;
+};

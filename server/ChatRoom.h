@@ -1,0 +1,80 @@
+#pragma once
+
+#include "server/ServerClock.h"
+#include "server/ServerLimits.h"
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+class AccountStore;
+class MemberSession;
+
+// The one room: who is signed on, and what each client message does.
+// Sign-on and departures are here; chat lines in ChatRoomMessages.cpp; OPS in ChatRoomOperators.cpp.
+class ChatRoom : public QObject {
+    Q_OBJECT
+public:
+    // The name the server's own lines carry ("<Quorvel> ..."); no account may take it.
+    static const QString ServerName;
+
+    ChatRoom(AccountStore& store, const ServerLimits& limits, NowFunction now, QObject* parent = nullptr);
+
+    void setMessageOfTheDay(const QString& text) { m_messageOfTheDay = text; }
+    void handle(MemberSession* session, const QStringList& fields);
+    void departed(MemberSession* session);
+
+    QStringList onlineNames() const;
+
+signals:
+    void memberSignedOn(const QString& name);
+    void memberLeft(const QString& name);
+
+private:
+    // Sign-on and accounts.
+    void handleLogin(MemberSession* session, const QStringList& fields);
+    void handleNick(MemberSession* session, const QStringList& fields);
+    void handleNewAccount(MemberSession* session, const QStringList& fields);
+    void signOn(MemberSession* session, const QString& displayName);
+    bool isDisplayNameFree(const QString& name, const QString& ownAccount) const;
+
+    // Chat.
+    void handleMsg(MemberSession* session, const QStringList& fields);
+    void handlePrivate(MemberSession* session, const QStringList& fields);
+    void handleFollow(MemberSession* session, const QStringList& fields);
+    void handleFollowAnswer(MemberSession* session, const QStringList& fields);
+    void handleNews(MemberSession* session, const QStringList& fields);
+    void answerSeen(MemberSession* session, const QString& name);
+    void answerOps(MemberSession* session);
+    bool refuseIfMuzzled(MemberSession* session);
+
+    // Operators.
+    void handleOps(MemberSession* session, const QStringList& fields);
+    void kick(MemberSession* op, const QString& target);
+    void ban(MemberSession* op, const QString& target);
+    void subnetBan(MemberSession* op, const QString& target);
+    void muzzle(MemberSession* op, const QString& target);
+    void clearBans(MemberSession* op, const QString& word);
+
+    // Delivery.
+    MemberSession* online(const QString& displayName) const;
+    void broadcast(const QString& message, MemberSession* except = nullptr);
+    void notice(MemberSession* session, const QString& text); // a MSG line from the server
+    void serverMessage(MemberSession* session, const QString& text); // an SMSG box
+    void removeFromRoom(MemberSession* session, const QString& closingNotice);
+
+    AccountStore& m_store;
+    ServerLimits m_limits;
+    NowFunction m_now;
+    QString m_messageOfTheDay;
+    // In sign-on order, which is the order of the LIST lines a newcomer receives.
+    QList<MemberSession*> m_members;
+    QHash<QString, MemberSession*> m_byName;
+    // Account keys of suspended members; lasts until lifted or until the server restarts.
+    QSet<QString> m_muzzled;
+    // (follower key, followed key) pairs awaiting the followed member's answer.
+    QSet<QPair<QString, QString>> m_pendingFollows;
+};

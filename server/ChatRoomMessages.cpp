@@ -1,0 +1,143 @@
+// Public lines, private relay, follow requests and news.
+#include "server/ChatRoom.h"
+
+#include "chat/ChatMessage.h"
+#include "chat/ChatProtocol.h"
+#include "server/AccountStore.h"
+#include "server/MemberSession.h"
+#include "server/NameRules.h"
+
+namespace {
+
+// Free text is the last field; a "|¿|" typed by the user split it, so it is joined again.
+QString textFrom(const QStringList& fields, qsizetype first) {
+    return fields.mid(first).join(ChatProtocol::Separator);
+}
+
+// The sender writes "/SENDFILE|@|path|@|port"; the receiver connects back to the sender, so the
+// relayed offer carries the sender's address as the server sees it: "/SENDFILE path|@|port|@|address".
+QString rewriteFileOffer(const QString& text, const QString& senderAddress) {
+    QString rest = text.mid(ChatProtocol::SendFile.size());
+    if (rest.startsWith(ChatProtocol::ListSeparator))
+        rest = rest.mid(ChatProtocol::ListSeparator.size());
+    else if (rest.startsWith(u' '))
+        rest = rest.mid(1);
+    const QStringList parts = rest.split(ChatProtocol::ListSeparator);
+    return QStringLiteral("%1 %2%3%4%3%5")
+        .arg(ChatProtocol::SendFile, parts.value(0), ChatProtocol::ListSeparator, parts.value(1), senderAddress);
+}
+
+} // namespace
+
+bool ChatRoom::refuseIfMuzzled(MemberSession* session) {
+    if (!m_muzzled.contains(NameRules::key(session->accountName())))
+        return false;
+    serverMessage(session, QStringLiteral("You are suspended by an operator; your lines are not delivered."));
+    return true;
+}
+
+void ChatRoom::handleMsg(MemberSession* session, const QStringList& fields) {
+    const QString text = textFrom(fields, 1);
+    if (text.startsWith(ChatProtocol::SeenQuery)) {
+        answerSeen(session, text.mid(ChatProtocol::SeenQuery.size()).trimmed());
+        return;
+    }
+    if (text.trimmed() == ChatProtocol::OpsQuery) {
+        answerOps(session);
+        return;
+    }
+    if (refuseIfMuzzled(session))
+        return;
+    broadcast(ChatMessage::build(ChatProtocol::Msg, {QStringLiteral("<%1> %2").arg(session->displayName(), text)}));
+}
+
+void ChatRoom::answerSeen(MemberSession* session, const QString& name) {
+    if (const MemberSession* member = online(name)) {
+        notice(session, QStringLiteral("%1 is here now.").arg(member->displayName()));
+        return;
+    }
+    if (!m_store.accountExists(name)) {
+        notice(session, QStringLiteral("%1 has never been here.").arg(name));
+        return;
+    }
+    const std::optional<QDateTime> seen = m_store.lastSeen(name);
+    if (!seen) {
+        notice(session, QStringLiteral("%1 has not been seen yet.").arg(name));
+        return;
+    }
+    notice(session, QStringLiteral("%1 was last seen on %2 UTC.")
+                        .arg(name, seen->toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))));
+}
+
+void ChatRoom::answerOps(MemberSession* session) {
+    QStringList present;
+    for (const MemberSession* member : std::as_const(m_members)) {
+        if (m_store.isOperator(member->accountName()))
+            present.append(member->displayName());
+    }
+    if (present.isEmpty())
+        notice(session, QStringLiteral("No operator is online."));
+    else
+        notice(session, QStringLiteral("Operators online: %1").arg(present.join(QStringLiteral(", "))));
+}
+
+void ChatRoom::handlePrivate(MemberSession* session, const QStringList& fields) {
+    const QString target = ChatMessage::field(fields, 1);
+    QString text = textFrom(fields, 2);
+    if (refuseIfMuzzled(session))
+        return;
+    MemberSession* receiver = online(target);
+    if (!receiver) {
+        notice(session, QStringLiteral("%1 is not online; your private message was not delivered.").arg(target));
+        return;
+    }
+    if (text.startsWith(ChatProtocol::SendFile))
+        text = rewriteFileOffer(text, session->address());
+    receiver->send(ChatMessage::build(ChatProtocol::PrivateMsg,
+                                      {QStringLiteral("<%1> %2").arg(session->displayName(), text)}));
+}
+
+void ChatRoom::handleFollow(MemberSession* session, const QStringList& fields) {
+    // The follower is the sender as we know it; the name it claims in field 2 is not trusted.
+    MemberSession* followed = online(ChatMessage::field(fields, 1));
+    if (!followed || followed == session) {
+        notice(session, QStringLiteral("%1 is not online.").arg(ChatMessage::field(fields, 1)));
+        return;
+    }
+    m_pendingFollows.insert({NameRules::key(session->displayName()), NameRules::key(followed->displayName())});
+    followed->send(ChatMessage::build(ChatProtocol::FollowUserBack, {session->displayName()}));
+}
+
+void ChatRoom::handleFollowAnswer(MemberSession* session, const QStringList& fields) {
+    // Only an answer to a request actually made is passed on: the answer makes the follower's
+    // client join a game server, which nobody else should be able to trigger.
+    MemberSession* follower = online(ChatMessage::field(fields, 1));
+    if (!follower)
+        return;
+    const QPair<QString, QString> request{NameRules::key(follower->displayName()),
+                                          NameRules::key(session->displayName())};
+    if (!m_pendingFollows.remove(request))
+        return;
+    follower->send(ChatMessage::build(ChatProtocol::FollowUserFinal,
+                                      {ChatMessage::field(fields, 2), ChatMessage::field(fields, 3),
+                                       ChatMessage::field(fields, 4), ChatMessage::field(fields, 5)}));
+}
+
+void ChatRoom::handleNews(MemberSession* session, const QStringList& fields) {
+    if (refuseIfMuzzled(session))
+        return;
+    const QString headline = ChatMessage::field(fields, 1).trimmed();
+    const QString body = textFrom(fields, 2).trimmed();
+    if (headline.isEmpty() && body.isEmpty()) {
+        notice(session, QStringLiteral("Empty news is not posted."));
+        return;
+    }
+    const AccountStore::NewsItem item{session->displayName(), headline, body, m_now()};
+    if (!m_store.postNews(item)) {
+        notice(session, QStringLiteral("The news could not be stored; please try again later."));
+        return;
+    }
+    const QString shown = QStringLiteral("News from %1: %2 - %3").arg(item.author, headline, body);
+    for (MemberSession* member : QList<MemberSession*>(m_members))
+        serverMessage(member, shown);
+}

@@ -1,0 +1,122 @@
+// OPS: moderation by operators. Operators are granted on the command line (quorvel-server op add).
+#include "server/ChatRoom.h"
+
+#include "chat/ChatMessage.h"
+#include "chat/ChatProtocol.h"
+#include "server/AccountStore.h"
+#include "server/AddressRules.h"
+#include "server/MemberSession.h"
+#include "server/NameRules.h"
+
+namespace {
+constexpr int TimedBanMinutes = 60;
+}
+
+void ChatRoom::handleOps(MemberSession* session, const QStringList& fields) {
+    // Checked at every command, so "op remove" takes effect on a running server.
+    if (!m_store.isOperator(session->accountName())) {
+        notice(session, QStringLiteral("Only operators can use operator commands."));
+        return;
+    }
+    const QString word = ChatMessage::field(fields, 1);
+    const QString target = ChatMessage::field(fields, 2);
+    const bool needsTarget = word == ChatProtocol::OpKick || word == ChatProtocol::OpBan ||
+                             word == ChatProtocol::OpSubnet || word == ChatProtocol::OpMuzzle;
+    if (needsTarget && NameRules::key(target) == NameRules::key(session->displayName())) {
+        notice(session, QStringLiteral("Operator commands do not act on yourself."));
+        return;
+    }
+    if (word == ChatProtocol::OpKick)
+        kick(session, target);
+    else if (word == ChatProtocol::OpBan)
+        ban(session, target);
+    else if (word == ChatProtocol::OpSubnet)
+        subnetBan(session, target);
+    else if (word == ChatProtocol::OpMuzzle)
+        muzzle(session, target);
+    else if (word == ChatProtocol::OpClearSubnetBans || word == ChatProtocol::OpClearPermanentBans ||
+             word == ChatProtocol::OpClearTimedBans)
+        clearBans(session, word);
+    else
+        notice(session, QStringLiteral("Unknown operator command."));
+}
+
+void ChatRoom::kick(MemberSession* op, const QString& target) {
+    MemberSession* member = online(target);
+    if (!member) {
+        notice(op, QStringLiteral("%1 is not online.").arg(target));
+        return;
+    }
+    const QString name = member->displayName();
+    removeFromRoom(member, QStringLiteral("You were kicked by %1.").arg(op->displayName()));
+    notice(op, QStringLiteral("%1 was kicked.").arg(name));
+}
+
+void ChatRoom::ban(MemberSession* op, const QString& target) {
+    MemberSession* member = online(target);
+    const QString account = member ? member->accountName() : target;
+    if (!member && !m_store.accountExists(account)) {
+        notice(op, QStringLiteral("There is no member %1.").arg(target));
+        return;
+    }
+    const QString address = member ? member->address() : QString();
+    // A second BAN on a name still under its 60-minute ban makes the ban permanent.
+    const bool escalate = m_store.hasActiveBan(BanKind::Timed, account, m_now());
+    const BanKind kind = escalate ? BanKind::Permanent : BanKind::Timed;
+    const std::optional<QDateTime> expires =
+        escalate ? std::nullopt : std::optional<QDateTime>(m_now().addSecs(TimedBanMinutes * 60));
+    if (!m_store.addBan(kind, account, address, expires)) {
+        notice(op, QStringLiteral("The ban could not be stored."));
+        return;
+    }
+    const QString what = escalate ? QStringLiteral("permanently banned") : QStringLiteral("banned for 60 minutes");
+    if (member)
+        removeFromRoom(member, QStringLiteral("You were %1 by %2.").arg(what, op->displayName()));
+    notice(op, QStringLiteral("%1 was %2.").arg(target, what));
+}
+
+void ChatRoom::subnetBan(MemberSession* op, const QString& target) {
+    MemberSession* member = online(target);
+    if (!member) {
+        notice(op, QStringLiteral("%1 is not online; a subnet ban needs their address.").arg(target));
+        return;
+    }
+    const QString subnet = AddressRules::subnetOf(member->address());
+    if (!m_store.addBan(BanKind::Subnet, member->accountName(), subnet, std::nullopt)) {
+        notice(op, QStringLiteral("The ban could not be stored."));
+        return;
+    }
+    const QString name = member->displayName();
+    removeFromRoom(member, QStringLiteral("Your network was banned by %1.").arg(op->displayName()));
+    notice(op, QStringLiteral("The subnet of %1 (%2) was banned.").arg(name, subnet));
+}
+
+void ChatRoom::muzzle(MemberSession* op, const QString& target) {
+    MemberSession* member = online(target);
+    if (!member) {
+        notice(op, QStringLiteral("%1 is not online.").arg(target));
+        return;
+    }
+    // MUZZLE on a suspended member lifts the suspension.
+    const QString key = NameRules::key(member->accountName());
+    if (m_muzzled.remove(key)) {
+        serverMessage(member, QStringLiteral("Your suspension was lifted by %1.").arg(op->displayName()));
+        notice(op, QStringLiteral("%1 may speak again.").arg(member->displayName()));
+        return;
+    }
+    m_muzzled.insert(key);
+    serverMessage(member, QStringLiteral("You were suspended by %1.").arg(op->displayName()));
+    notice(op, QStringLiteral("%1 was suspended.").arg(member->displayName()));
+}
+
+void ChatRoom::clearBans(MemberSession* op, const QString& word) {
+    const BanKind kind = word == ChatProtocol::OpClearSubnetBans      ? BanKind::Subnet
+                         : word == ChatProtocol::OpClearPermanentBans ? BanKind::Permanent
+                                                                      : BanKind::Timed;
+    const int removed = m_store.clearBans(kind);
+    if (removed < 0) {
+        notice(op, QStringLiteral("The bans could not be cleared."));
+        return;
+    }
+    notice(op, QStringLiteral("Cleared %1 %2 bans.").arg(removed).arg(banKindText(kind)));
+}

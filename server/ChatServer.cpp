@@ -1,0 +1,71 @@
+#include "server/ChatServer.h"
+
+#include "chat/ChatMessage.h"
+#include "chat/ChatProtocol.h"
+#include "common/Windows1252.h"
+#include "server/AddressRules.h"
+#include "server/ChatRoom.h"
+#include "server/MemberSession.h"
+
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+ChatServer::ChatServer(AccountStore& store, const ServerLimits& limits, NowFunction now, QObject* parent)
+    : QObject(parent), m_limits(limits), m_now(std::move(now)), m_listener(new QTcpServer(this)),
+      m_room(new ChatRoom(store, limits, m_now, this)), m_keepAlive(new QTimer(this)) {
+    connect(m_listener, &QTcpServer::newConnection, this, &ChatServer::onNewConnection);
+    connect(m_keepAlive, &QTimer::timeout, this, &ChatServer::onKeepAlive);
+    m_keepAlive->start(m_limits.keepAliveMs);
+}
+
+bool ChatServer::listen(const QHostAddress& address, quint16 port) {
+    return m_listener->listen(address, port);
+}
+
+quint16 ChatServer::port() const {
+    return m_listener->serverPort();
+}
+
+QString ChatServer::errorString() const {
+    return m_listener->errorString();
+}
+
+void ChatServer::onNewConnection() {
+    while (QTcpSocket* socket = m_listener->nextPendingConnection()) {
+        const QString address = AddressRules::text(socket->peerAddress());
+        int& count = m_connectionsByAddress[address];
+        if (m_limits.connectionsPerAddress > 0 && count >= m_limits.connectionsPerAddress) {
+            // Refused politely, then let go; the socket deletes itself once closed.
+            socket->write(Windows1252::encode(
+                ChatMessage::build(ChatProtocol::ServerMsg, {QStringLiteral("Too many connections from your address.")}) +
+                ChatProtocol::LineEnd));
+            connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+            socket->disconnectFromHost();
+            if (count == 0)
+                m_connectionsByAddress.remove(address);
+            emit connectionRefused(address);
+            continue;
+        }
+        ++count;
+        ++m_sessions;
+        auto* session = new MemberSession(socket, m_limits, m_now, this);
+        connect(session, &MemberSession::messageReceived, m_room, &ChatRoom::handle);
+        connect(session, &MemberSession::gone, this, &ChatServer::onSessionGone);
+    }
+}
+
+void ChatServer::onSessionGone(MemberSession* session) {
+    m_room->departed(session);
+    const QString address = session->address();
+    if (--m_connectionsByAddress[address] <= 0)
+        m_connectionsByAddress.remove(address);
+    --m_sessions;
+    session->deleteLater();
+    emit connectionClosed();
+}
+
+void ChatServer::onKeepAlive() {
+    for (MemberSession* session : findChildren<MemberSession*>(Qt::FindDirectChildrenOnly))
+        session->keepAliveTick();
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "server/ServerClock.h"
+#include "server/ServerLimits.h"
+
+#include <QHash>
+#include <QHostAddress>
+#include <QObject>
+#include <QString>
+
+class AccountStore;
+class ChatRoom;
+class MemberSession;
+class QTcpServer;
+class QTimer;
+
+// Accepts chat connections, caps them per address, drives the keep-alive and hands each
+// session's messages to the room.
+class ChatServer : public QObject {
+    Q_OBJECT
+public:
+    ChatServer(AccountStore& store, const ServerLimits& limits, NowFunction now = systemNow(),
+               QObject* parent = nullptr);
+
+    bool listen(const QHostAddress& address, quint16 port);
+    quint16 port() const;
+    QString errorString() const;
+
+    ChatRoom& room() { return *m_room; }
+    int connectionCount() const { return static_cast<int>(m_sessions); }
+
+signals:
+    void connectionRefused(const QString& address);
+    void connectionClosed();
+
+private:
+    void onNewConnection();
+    void onSessionGone(MemberSession* session);
+    void onKeepAlive();
+
+    ServerLimits m_limits;
+    NowFunction m_now;
+    QTcpServer* m_listener;
+    ChatRoom* m_room;
+    QTimer* m_keepAlive;
+    QHash<QString, int> m_connectionsByAddress;
+    qsizetype m_sessions = 0;
+};

@@ -1,0 +1,68 @@
+// quorvel-server: the chat server and the master-list web server in one event-driven process.
+#include "server/AccountStore.h"
+#include "server/AdminCommand.h"
+#include "server/ChatRoom.h"
+#include "server/ChatServer.h"
+#include "server/MasterListFolder.h"
+#include "server/MasterListHttp.h"
+#include "server/ServerOptions.h"
+#include "server/ShutdownSignals.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTextStream>
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("quorvel-server"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("%1.%2.%3")
+                                                .arg(QUORVEL_VERSION_MAJOR)
+                                                .arg(QUORVEL_VERSION_MINOR)
+                                                .arg(QUORVEL_VERSION_PATCH));
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+
+    ServerOptions options;
+    QString error;
+    if (!ServerOptions::parse(app, &options, &error)) {
+        err << "quorvel-server: " << error << '\n';
+        return 2;
+    }
+    if (!QDir().mkpath(options.dataFolder)) {
+        err << "quorvel-server: cannot create " << options.dataFolder << '\n';
+        return 1;
+    }
+    AccountStore store(options.database);
+    if (!store.open(&error)) {
+        err << "quorvel-server: cannot open the database: " << error << '\n';
+        return 1;
+    }
+    if (!options.command.isEmpty())
+        return runAdminCommand(store, options.command, out, err);
+
+    if (!MasterListFolder::seed(options.dataFolder, &error)) {
+        err << "quorvel-server: " << error << '\n';
+        return 1;
+    }
+    ChatServer chat(store, options.limits);
+    chat.room().setMessageOfTheDay(options.messageOfTheDay);
+    if (!chat.listen(options.listenAddress, options.chatPort)) {
+        err << "quorvel-server: cannot listen for chat on port " << options.chatPort << ": " << chat.errorString() << '\n';
+        return 1;
+    }
+    MasterListHttp http(options.dataFolder);
+    const quint16 httpPort = http.listen(options.listenAddress, options.httpPort);
+    if (httpPort == 0) {
+        err << "quorvel-server: cannot listen for HTTP on port " << options.httpPort << '\n';
+        return 1;
+    }
+    ShutdownSignals shutdown;
+    QObject::connect(&shutdown, &ShutdownSignals::requested, &app, &QCoreApplication::quit);
+
+    // Tests and scripts read the ports from this line when they ask for port 0.
+    out << "quorvel-server: chat port " << chat.port() << ", http port " << httpPort << ", data "
+        << options.dataFolder << Qt::endl;
+    const int code = QCoreApplication::exec();
+    out << "quorvel-server: stopped" << Qt::endl;
+    return code;
+}

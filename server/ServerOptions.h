@@ -1,0 +1,26 @@
+#pragma once
+
+#include "server/AccountStore.h"
+#include "server/ServerLimits.h"
+
+#include <QHostAddress>
+#include <QString>
+#include <QStringList>
+
+class QCoreApplication;
+
+// Everything quorvel-server is told on its command line.
+struct ServerOptions {
+    QHostAddress listenAddress = QHostAddress::Any;
+    quint16 chatPort = 0;
+    quint16 httpPort = 0;
+    QString dataFolder;
+    QString messageOfTheDay;
+    ServerLimits limits;
+    AccountStore::Config database;
+    // An administration command ("op add NAME", ...) run instead of the server; empty to serve.
+    QStringList command;
+
+    // Handles --help and --version itself (and exits); on a bad value returns false with the reason.
+    static bool parse(const QCoreApplication& app, ServerOptions* options, QString* error);
+};
