@@ -1,0 +1,23 @@
+#include "ancillary/Form2.h"
+
+#include <QLabel>
+#include <QVBoxLayout>
+
+Form2::Form2(QWidget* parent) : QWidget(parent, Qt::Window) {
+    setObjectName(QStringLiteral("Form2"));
+    setWindowTitle(QStringLiteral("User Info"));
+    auto* layout = new QVBoxLayout(this);
+    for (std::size_t i = 0; i < Label.size(); ++i) {
+        Label[i] = new QLabel(this);
+        Label[i]->setObjectName(QStringLiteral("Label%1").arg(i + 1));
+        Label[i]->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        layout->addWidget(Label[i]);
+    }
+    resize(320, 140);
+}
+
+void Form2::showIdentification(const QStringList& entries) {
+    static constexpr std::array<int, 4> entryForLabel = {0, 1, 3, 2};
+    for (std::size_t i = 0; i < Label.size(); ++i)
+        Label[i]->setText(entries.value(entryForLabel[i]));
+}

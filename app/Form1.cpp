@@ -1,0 +1,374 @@
+#include "app/Form1.h"
+
+#include "ancillary/Form2.h"
+#include "app/MainSettings.h"
+#include "app/SingleInstance.h"
+#include "app/Version.h"
+#include "browser/GameStarter.h"
+#include "chat/ChatDispatcher.h"
+#include "chat/ChatMessage.h"
+#include "chat/ChatProtocol.h"
+#include "common/BgrColour.h"
+#include "privatechat/Form3.h"
+
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenuBar>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTcpSocket>
+#include <QTextCursor>
+#include <QTextEdit>
+#include <QVBoxLayout>
+
+namespace {
+const QString kSettingsFile = QStringLiteral("\\Quorvel.ini");
+const QString kDefaultHost = QStringLiteral("localhost");
+
+// One lock per running program, released when the program ends.
+std::unique_ptr<SingleInstance>& runningCopy() {
+    static std::unique_ptr<SingleInstance> lock;
+    return lock;
+}
+
+void setColours(QWidget* w, std::optional<qint64> background, std::optional<qint64> text) {
+    QPalette p = w->palette();
+    if (background)
+        p.setColor(QPalette::Base, BgrColour::toColor(*background));
+    if (text)
+        p.setColor(QPalette::Text, BgrColour::toColor(*text));
+    w->setPalette(p);
+}
+} // namespace
+
+Form1::Form1(Services services, QWidget* parent)
+    : QMainWindow(parent)
+    , rtb(new QTextEdit(this))
+    , LV1(new QListWidget(this))
+    , Text1(new QLineEdit(this))
+    , Text3(new QLineEdit(this))
+    , cboServer(new QComboBox(this))
+    , Combo1(new QComboBox(this))
+    , List1(new QListWidget(this))
+    , List2(new QListWidget(this))
+    , s(new QStatusBar(this))
+    , Winsock1(new QTcpSocket(this))
+    , m_services(std::move(services))
+    , m_serverPort(ChatProtocol::DefaultChatPort)
+    , m_statusPanel(new QLabel(this))
+    , m_connectionPanel(new QLabel(this))
+    , m_dispatcher(std::make_unique<ChatDispatcher>(*this)) {
+    setObjectName(QStringLiteral("Form1"));
+    buildMenus();
+    buildLayout();
+
+    connect(Winsock1, &QTcpSocket::connected, this, &Form1::Winsock1_Connect);
+    connect(Winsock1, &QTcpSocket::disconnected, this, &Form1::Winsock1_Close);
+    connect(Winsock1, &QTcpSocket::errorOccurred, this, &Form1::Winsock1_Error);
+    connect(Winsock1, &QTcpSocket::readyRead, this, &Form1::Winsock1_DataArrival);
+    connect(Text1, &QLineEdit::returnPressed, this, &Form1::Text1_Enter);
+    connect(Combo1, &QComboBox::activated, this, [this](int i) { Combo1_Click(Combo1->itemText(i)); });
+    resize(720, 520);
+}
+
+Form1::~Form1() = default;
+
+void Form1::buildLayout() {
+    rtb->setObjectName(QStringLiteral("rtb"));
+    rtb->setReadOnly(true);
+    rtb->setAccessibleName(QStringLiteral("Chat"));
+    rtb->setUndoRedoEnabled(false);
+    LV1->setObjectName(QStringLiteral("LV1"));
+    LV1->setAccessibleName(QStringLiteral("Members"));
+    LV1->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(LV1, &QListWidget::customContextMenuRequested, this,
+            [this](const QPoint& at) { mnua->popup(LV1->viewport()->mapToGlobal(at)); });
+    Text1->setObjectName(QStringLiteral("Text1"));
+    Text1->setAccessibleName(QStringLiteral("Say"));
+    Text3->setObjectName(QStringLiteral("Text3"));
+    Text3->setAccessibleName(QStringLiteral("Nickname"));
+    cboServer->setObjectName(QStringLiteral("cboServer"));
+    cboServer->setAccessibleName(QStringLiteral("Chat server"));
+    cboServer->setEditable(true);
+    cboServer->addItem(kDefaultHost);
+    Combo1->setObjectName(QStringLiteral("Combo1"));
+    Combo1->setAccessibleName(QStringLiteral("Addresses"));
+    Combo1->setEditable(true);
+    Combo1->addItems({QStringLiteral("http://"), QStringLiteral("ftp://")});
+    List1->setObjectName(QStringLiteral("List1"));
+    List1->setAccessibleName(QStringLiteral("Ignored"));
+    List1->hide();
+    List2->setObjectName(QStringLiteral("List2"));
+    List2->setAccessibleName(QStringLiteral("Identification"));
+    List2->hide();
+    s->setObjectName(QStringLiteral("s"));
+    m_statusPanel->setObjectName(QStringLiteral("sPanel1"));
+    m_connectionPanel->setObjectName(QStringLiteral("sPanel2"));
+    s->addWidget(m_statusPanel, 1);
+    s->addPermanentWidget(m_connectionPanel);
+    setStatusBar(s);
+    m_statusPanel->setText(QStringLiteral("Signed Off"));
+    m_connectionPanel->setText(QStringLiteral("Not Connected"));
+    Winsock1->setObjectName(QStringLiteral("Winsock1"));
+
+    auto* central = new QWidget(this);
+    auto* top = new QHBoxLayout;
+    auto* nickLabel = new QLabel(QStringLiteral("&Nick :"), central);
+    nickLabel->setBuddy(Text3);
+    auto* serverLabel = new QLabel(QStringLiteral("S&erver :"), central);
+    serverLabel->setBuddy(cboServer);
+    auto* linksLabel = new QLabel(QStringLiteral("&Links :"), central);
+    linksLabel->setBuddy(Combo1);
+    top->addWidget(nickLabel);
+    top->addWidget(Text3, 1);
+    top->addWidget(serverLabel);
+    top->addWidget(cboServer, 1);
+    top->addWidget(linksLabel);
+    top->addWidget(Combo1, 2);
+    auto* split = new QSplitter(central);
+    split->addWidget(rtb);
+    split->addWidget(LV1);
+    split->setStretchFactor(0, 4);
+    split->setStretchFactor(1, 1);
+    auto* column = new QVBoxLayout(central);
+    column->addLayout(top);
+    column->addWidget(split, 1);
+    column->addWidget(Text1);
+    setCentralWidget(central);
+    Text1->setFocus();
+}
+
+void Form1::buildMenus() {
+    auto menu = [this](QMenu* parentMenu, const char* name, const char* caption) {
+        QMenu* m = parentMenu ? parentMenu->addMenu(QString::fromLatin1(caption))
+                              : menuBar()->addMenu(QString::fromLatin1(caption));
+        m->setObjectName(QString::fromLatin1(name));
+        m->menuAction()->setObjectName(QString::fromLatin1(name));
+        return m;
+    };
+    auto item = [this](QMenu* m, const char* name, const char* caption, auto handler) {
+        QAction* a = m->addAction(QString::fromLatin1(caption));
+        a->setObjectName(QString::fromLatin1(name));
+        connect(a, &QAction::triggered, this, handler);
+        return a;
+    };
+    auto toggle = [](QMenu* m, const char* name, const char* caption, bool checked) {
+        QAction* a = m->addAction(QString::fromLatin1(caption));
+        a->setObjectName(QString::fromLatin1(name));
+        a->setCheckable(true);
+        a->setChecked(checked);
+        return a;
+    };
+    auto nothing = [] {};
+
+    mnufile = menu(nullptr, "mnufile", "&File");
+    mnucon = item(mnufile, "mnucon", "&Sign on", &Form1::mnucon_Click);
+    mnudis = item(mnufile, "mnudis", "&Sign off", &Form1::mnudis_Click);
+    mnuNews = item(mnufile, "mnuNews", "New Account", &Form1::mnuNews_Click);
+    mnufile->addSeparator();
+    mnuGameStarter = item(mnufile, "mnuGameStarter", "Game Starter", &Form1::mnuGameStarter_Click);
+    mnufile->addSeparator();
+    mnuExit = item(mnufile, "mnuExit", "Exit", &Form1::mnuExit_Click);
+
+    mnuOpts = menu(nullptr, "mnuOpts", "&Options");
+    mnuClearChat = item(mnuOpts, "mnuClearChat", "Clear chat", &Form1::mnuClearChat_Click);
+    mnucolors = item(mnuOpts, "mnucolors", "Custom Scheme", nothing);
+    mnuEd = item(mnuOpts, "mnuEd", "My Personal Profile", &Form1::mnuEd_Click);
+    mnuOpts->addSeparator();
+    mnuDEC = toggle(mnuOpts, "mnuDEC", "Refuse File Transfers", false);
+    mnuIPM = toggle(mnuOpts, "mnuIPM", "Ignore Private Msg's", false);
+    mnuSoundEffects = toggle(mnuOpts, "mnuSoundEffects", "Sound/Effects", true);
+    mnuNotify = toggle(mnuOpts, "mnuNotify", "Notify minamized(Audio)", true);
+    mnuOpts->addSeparator();
+    mnuVI = item(mnuOpts, "mnuVI", "View Ignored List", &Form1::mnuVI_Click);
+    mnucI = item(mnuOpts, "mnucI", "Clear Ignored", &Form1::mnucI_Click);
+
+    mnua = menu(nullptr, "mnua", "UserMenu");
+    mnuPM = item(mnua, "mnuPM", "Message", &Form1::mnuPM_Click);
+    mnuIS = item(mnua, "mnuIS", "User Details", &Form1::mnuIS_Click);
+    mnuFollowUser = item(mnua, "mnuFollowUser", "Follow Gamer", &Form1::mnuFollowUser_Click);
+    mnuLastLoggedOn = item(mnua, "mnuLastLoggedOn", "Last Logged On", &Form1::mnuLastLoggedOn_Click);
+    mnua->addSeparator();
+    mnuIG = item(mnua, "mnuIG", "Ignore User", &Form1::mnuIG_Click);
+    mnuUn = item(mnua, "mnuUn", "Un-Ignore", &Form1::mnuUn_Click);
+
+    mnutools = menu(nullptr, "mnutools", "&Admin");
+    auto ops = [this](QLatin1StringView word, bool withTarget) {
+        return [this, word, withTarget] { mnuOps_Click(word, withTarget); };
+    };
+    using namespace ChatProtocol;
+    mnuKick = item(mnutools, "mnuKick", "Kick", ops(OpKick, true));
+    mnuBan = item(mnutools, "mnuBan", "Ban", ops(OpBan, true));
+    mnuMBAN = item(mnutools, "mnuMBAN", "Subnet Ban", ops(OpSubnet, true));
+    mnuMuzzle = item(mnutools, "mnuMuzzle", "Suspend", ops(OpMuzzle, true));
+    mnuVIP = item(mnutools, "mnuVIP", "View Ip", nothing);
+    mnuOPC = item(mnutools, "mnuOPC", "God Mode", nothing);
+    mnuopi = menu(mnutools, "mnuopi", "Commands");
+    mnuCSB = item(mnuopi, "mnuCSB", "Clear SubNet Bans", ops(OpClearSubnetBans, false));
+    mnuCPB = item(mnuopi, "mnuCPB", "Clear Permanent Bans", ops(OpClearPermanentBans, false));
+    mnuCRB = item(mnuopi, "mnuCRB", "Clear 60 Min Bans", ops(OpClearTimedBans, false));
+    QAction* news = item(mnutools, "mnuPostNews", "Post News", &Form1::mnuNewsPost_Click);
+    Q_UNUSED(news);
+
+    mnuhlp = menu(nullptr, "mnuhlp", "&Help");
+    mnuCommands = item(mnuhlp, "mnuCommands", "Commands", &Form1::mnuCommands_Click);
+    mnuAbo = item(mnuhlp, "mnuAbo", "&About", nothing);
+
+    setSignedOnMenus(false);
+}
+
+void Form1::setSignedOnMenus(bool signedOn) {
+    mnucon->setEnabled(!signedOn);
+    mnudis->setEnabled(signedOn);
+    mnua->setEnabled(signedOn);
+    mnutools->setEnabled(signedOn);
+    for (QAction* a : mnua->actions())
+        a->setEnabled(signedOn);
+}
+
+bool Form1::Form_Load() {
+    setWindowTitle(Version::caption());
+    auto& lock = runningCopy();
+    lock = std::make_unique<SingleInstance>(m_services.folder.path());
+    if (!lock->acquire()) {
+        m_services.prompts.message(QStringLiteral("Quorvel"), QStringLiteral("Quorvel found in ram. Can't load another"),
+                                   Prompts::Icon::Critical);
+        lock.reset();
+        return false;
+    }
+    setSignedOnMenus(false);
+    applySettings();
+    actionColour = ActionColourAtStart;
+    return true;
+}
+
+void Form1::applySettings() {
+    const MainSettings settings = MainSettings::load(m_services.folder.file(kSettingsFile));
+    if (settings.nickname)
+        Text3->setText(*settings.nickname);
+    if (settings.serverHost && !settings.serverHost->isEmpty())
+        cboServer->setCurrentText(*settings.serverHost);
+    if (settings.serverPort && *settings.serverPort > 0 && *settings.serverPort <= 65535)
+        m_serverPort = quint16(*settings.serverPort);
+    setColours(rtb, settings.displayBackground, settings.displayText);
+    if (settings.displayFontSize && *settings.displayFontSize >= 6 && *settings.displayFontSize <= 72) {
+        QFont f = rtb->font();
+        f.setPointSize(int(*settings.displayFontSize));
+        rtb->setFont(f);
+    }
+    setColours(LV1, settings.userListBackground, std::nullopt);
+    setColours(Text1, settings.inputBackground, settings.inputText);
+    setColours(Text3, settings.boxBackground, std::nullopt);
+    setColours(Combo1, settings.boxBackground, settings.boxText);
+    // The identification entries are read only when all eleven values before them were.
+    List2->clear();
+    List2->addItems(settings.identification);
+}
+
+void Form1::saveSettings() const {
+    MainSettings settings;
+    settings.nickname = Text3->text();
+    settings.serverHost = serverHost();
+    settings.serverPort = m_serverPort;
+    settings.displayBackground = BgrColour::fromColor(rtb->palette().color(QPalette::Base));
+    settings.displayFontSize = rtb->font().pointSize();
+    settings.displayText = BgrColour::fromColor(rtb->palette().color(QPalette::Text));
+    settings.userListBackground = BgrColour::fromColor(LV1->palette().color(QPalette::Base));
+    settings.inputBackground = BgrColour::fromColor(Text1->palette().color(QPalette::Base));
+    settings.inputText = BgrColour::fromColor(Text1->palette().color(QPalette::Text));
+    settings.boxBackground = BgrColour::fromColor(Combo1->palette().color(QPalette::Base));
+    settings.boxText = BgrColour::fromColor(Combo1->palette().color(QPalette::Text));
+    settings.identification = identificationEntries();
+    settings.save(m_services.folder.file(kSettingsFile));
+}
+
+void Form1::mnuExit_Click() {
+    if (m_ending)
+        return;
+    saveSettings();
+    endProgram();
+}
+
+void Form1::endProgram() {
+    m_ending = true;
+    Winsock1->abort();
+    for (auto& w : m_privateWindows) {
+        if (w)
+            w->close();
+    }
+    if (m_gameStarter)
+        m_gameStarter->close();
+    if (m_userInfo)
+        m_userInfo->close();
+    runningCopy().reset();
+    close();
+    Q_EMIT programEnded();
+}
+
+void Form1::closeEvent(QCloseEvent* event) {
+    // Every way out but "/exit" saves the settings.
+    mnuExit_Click();
+    event->accept();
+}
+
+QString Form1::nickname() const { return Text3->text(); }
+
+QStringList Form1::identificationEntries() const {
+    QStringList entries;
+    for (int i = 0; i < List2->count(); ++i)
+        entries.append(List2->item(i)->text());
+    return entries;
+}
+
+QString Form1::serverHost() const { return cboServer->currentText(); }
+
+QString Form1::statusText() const { return m_statusPanel->text(); }
+
+QString Form1::connectionText() const { return m_connectionPanel->text(); }
+
+GameStarter& Form1::gameStarter() {
+    if (!m_gameStarter)
+        m_gameStarter = new GameStarter(this);
+    return *m_gameStarter;
+}
+
+Form2& Form1::userInfo() {
+    if (!m_userInfo)
+        m_userInfo = new Form2(this);
+    return *m_userInfo;
+}
+
+Form3* Form1::privateWindow(int slot) const {
+    return slot >= 0 && slot < PrivateWindowSlots ? m_privateWindows[std::size_t(slot)].data() : nullptr;
+}
+
+bool Form1::isConnected() const { return Winsock1->state() == QAbstractSocket::ConnectedState; }
+
+bool Form1::soundsOn() const { return mnuSoundEffects->isChecked() && mnuNotify->isChecked(); }
+
+void Form1::appendLine(const QString& text, qint64 bgrColour) {
+    QTextCursor cursor(rtb->document());
+    cursor.movePosition(QTextCursor::End);
+    QTextCharFormat format;
+    format.setForeground(BgrColour::toColor(bgrColour));
+    cursor.insertBlock(QTextBlockFormat(), format);
+    cursor.insertText(text, format);
+    rtb->setTextCursor(cursor);
+}
+
+void Form1::selectUser(const QString& nickname) {
+    const auto found = LV1->findItems(nickname, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (!found.isEmpty())
+        LV1->setCurrentItem(found.first());
+}
+
+QString Form1::selectedUser() const {
+    const QListWidgetItem* item = LV1->currentItem();
+    return item ? item->text() : QString();
+}
+
+bool Form1::send(const QString& message) { return ChatMessage::send(*Winsock1, message); }

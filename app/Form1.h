@@ -1,0 +1,189 @@
+#pragma once
+
+#include "common/Services.h"
+
+#include <QMainWindow>
+#include <QPointer>
+
+#include <array>
+
+class ChatDispatcher;
+class Form2;
+class Form3;
+class Form4;
+class GameStarter;
+class QAction;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QMenu;
+class QStatusBar;
+class QTcpSocket;
+class QTextEdit;
+
+// The chat room, and the window that owns the program's life.
+class Form1 : public QMainWindow {
+    Q_OBJECT
+public:
+    static constexpr qint64 ActionColourAtStart = 0x80FF;
+    static constexpr int PrivateWindowSlots = 11;
+
+    explicit Form1(Services services, QWidget* parent = nullptr);
+    ~Form1() override;
+
+    // Refuses a second copy (false: the caller ends the program), loads the settings file.
+    bool Form_Load();
+
+    Services& services() { return m_services; }
+    QString nickname() const;
+    void setPassword(const QString& password) { m_password = password; }
+    QString password() const { return m_password; }
+    QStringList identificationEntries() const;
+    QString serverHost() const;
+    quint16 serverPort() const { return m_serverPort; }
+    QString statusText() const;
+    QString connectionText() const;
+    GameStarter& gameStarter();
+    Form2& userInfo();
+    Form3* privateWindow(int slot) const;
+    bool isConnected() const;
+    bool soundsOn() const;
+    int accountCreation() const { return m_accountCreation; }
+
+    // Controls, under the names the program has always used.
+    QTextEdit* rtb;
+    QListWidget* LV1;
+    QLineEdit* Text1;
+    QLineEdit* Text3;
+    QComboBox* cboServer;
+    QComboBox* Combo1;
+    QListWidget* List1;
+    QListWidget* List2;
+    QStatusBar* s;
+    QTcpSocket* Winsock1;
+
+    QMenu* mnufile;
+    QMenu* mnuOpts;
+    QMenu* mnutools;
+    QMenu* mnuhlp;
+    QMenu* mnua;
+    QMenu* mnuopi;
+    QAction* mnucon;
+    QAction* mnudis;
+    QAction* mnuNews;
+    QAction* mnuGameStarter;
+    QAction* mnuExit;
+    QAction* mnuClearChat;
+    QAction* mnuCommands;
+    QAction* mnuAbo;
+    QAction* mnucolors;
+    QAction* mnuEd;
+    QAction* mnuDEC;
+    QAction* mnuIPM;
+    QAction* mnuSoundEffects;
+    QAction* mnuNotify;
+    QAction* mnuVI;
+    QAction* mnucI;
+    QAction* mnuPM;
+    QAction* mnuIS;
+    QAction* mnuFollowUser;
+    QAction* mnuLastLoggedOn;
+    QAction* mnuIG;
+    QAction* mnuUn;
+    QAction* mnuKick;
+    QAction* mnuBan;
+    QAction* mnuMBAN;
+    QAction* mnuMuzzle;
+    QAction* mnuVIP;
+    QAction* mnuOPC;
+    QAction* mnuCSB;
+    QAction* mnuCPB;
+    QAction* mnuCRB;
+
+    // Display colours of chat lines, in blue-green-red.
+    qint64 actionColour = ActionColourAtStart;
+    qint64 messageColour = 0;
+
+    // Appends a new line (it begins the line break, so the display never ends with one).
+    void appendLine(const QString& text, qint64 bgrColour);
+    void selectUser(const QString& nickname);
+    QString selectedUser() const;
+    // Sends one message on the chat socket; false when not connected.
+    bool send(const QString& message);
+
+    // Sign-on: closes an open connection and connects to the server box's host.
+    void signOn();
+    void signedOff();
+    void followuser();
+    void BackFromGame();
+    void setSignedOnMenus(bool signedOn);
+    void setStatusText(const QString& text);
+    void setConnectionText(const QString& text);
+    // Opens or brings forward the private window for a member; returns it.
+    Form3* openPrivateWindow(const QString& nickname);
+    // Puts a new private window into the first free slot (1 to 10); null when all are taken.
+    Form3* createPrivateWindow(const QString& caption);
+    // Replaces the emoticon codes that reached the display since the last pass.
+    void runEmoticonPass();
+
+    // Menu and control handlers.
+    void mnuExit_Click();
+    void mnucon_Click();
+    void mnudis_Click();
+    void mnuNews_Click();
+    void mnuGameStarter_Click();
+    void mnuClearChat_Click();
+    void mnuCommands_Click();
+    void mnuEd_Click();
+    void mnuPM_Click();
+    void mnuIS_Click();
+    void mnuFollowUser_Click();
+    void mnuLastLoggedOn_Click();
+    void mnuIG_Click();
+    void mnuUn_Click();
+    void mnuVI_Click();
+    void mnucI_Click();
+    void mnuOps_Click(QLatin1StringView subCommand, bool withTarget);
+    void mnuNewsPost_Click();
+    void Text1_Enter();
+    void Combo1_Click(const QString& entry);
+    void Winsock1_Connect();
+    void Winsock1_Close();
+    void Winsock1_Error();
+    void Winsock1_DataArrival();
+    void showPlaying();
+
+Q_SIGNALS:
+    // An offer of a file from another member: handed to the offer dialog.
+    void fileOffered(const QString& sender, const QString& file, const QString& port, const QString& address);
+    // The program ends: main() quits the event loop on this.
+    void programEnded();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildMenus();
+    void buildLayout();
+    void applySettings();
+    void saveSettings() const;
+    void endProgram();
+    void closeQuietly();
+
+    Services m_services;
+    QString m_password;
+    int m_accountCreation = 0;
+    quint16 m_serverPort;
+    bool m_ending = false;
+    bool m_handlingRead = false;
+    QLabel* m_statusPanel;
+    QLabel* m_connectionPanel;
+    QPointer<GameStarter> m_gameStarter;
+    QPointer<Form2> m_userInfo;
+    QPointer<Form4> m_playing;
+    std::array<QPointer<Form3>, PrivateWindowSlots> m_privateWindows;
+    std::unique_ptr<ChatDispatcher> m_dispatcher;
+
+    friend class ChatDispatcher;
+};

@@ -1,0 +1,232 @@
+// The room's input line, the address box and the menu commands of the main window.
+#include "app/Form1.h"
+
+#include "ancillary/Form2.h"
+#include "browser/GameStarter.h"
+#include "chat/ChatProtocol.h"
+#include "chat/ChatMessage.h"
+#include "chat/Form7.h"
+#include "chat/Form8.h"
+#include "chat/Form9.h"
+#include "chat/SlashCommand.h"
+#include "privatechat/Form3.h"
+#include "servers/Form4.h"
+
+#include <QClipboard>
+#include <QComboBox>
+#include <QGuiApplication>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QNetworkInterface>
+#include <QTcpSocket>
+#include <QTextEdit>
+
+namespace {
+const QString kTitle = QStringLiteral("Quorvel");
+
+QString localIpAddress(const QTcpSocket& socket) {
+    if (socket.state() == QAbstractSocket::ConnectedState)
+        return socket.localAddress().toString();
+    for (const QHostAddress& a : QNetworkInterface::allAddresses()) {
+        if (a.protocol() == QAbstractSocket::IPv4Protocol && !a.isLoopback())
+            return a.toString();
+    }
+    return QStringLiteral("127.0.0.1");
+}
+
+QString bracketed(const QString& nickname) { return QLatin1Char('<') + nickname + QLatin1Char('>'); }
+} // namespace
+
+void Form1::Text1_Enter() {
+    const QString line = Text1->text();
+    auto& prompts = m_services.prompts;
+    switch (classifySlashCommand(line)) {
+    case SlashCommand::Help:
+        prompts.message(kTitle, slashHelpText(), Prompts::Icon::Information);
+        break;
+    case SlashCommand::GameStarter:
+        mnuGameStarter_Click();
+        break;
+    case SlashCommand::Exit:
+        // Ends at once without saving: unlike Exit on the menu, and meant to be so.
+        m_ending = true;
+        Q_EMIT programEnded();
+        return;
+    case SlashCommand::TimeDate:
+        setStatusText(QStringLiteral("The time/date is : ") + m_services.clock.dateText() + QStringLiteral(" : ") +
+                      m_services.clock.timeText());
+        break;
+    case SlashCommand::LocalIp:
+        setStatusText(QStringLiteral("Your local IP is : ") + localIpAddress(*Winsock1));
+        Text1->clear();
+        break;
+    case SlashCommand::CopyLocalIp: {
+        const QString ip = localIpAddress(*Winsock1);
+        QGuiApplication::clipboard()->clear();
+        QGuiApplication::clipboard()->setText(ip);
+        setStatusText(QStringLiteral("Local IP : ") + ip + QStringLiteral(" copyed..."));
+        break;
+    }
+    case SlashCommand::Email:
+        m_services.desktop.openWithShell(QStringLiteral("mailto:"));
+        setStatusText(QStringLiteral("Default Email Client loaded..."));
+        break;
+    case SlashCommand::Clear:
+        rtb->clear();
+        Text1->clear();
+        break;
+    case SlashCommand::Chat:
+        // Not echoed: the server sends the line back to everyone, this client included.
+        send(ChatMessage::build(ChatProtocol::Msg, {line}));
+        Text1->clear();
+        break;
+    }
+}
+
+void Form1::Combo1_Click(const QString& entry) {
+    if (entry.isEmpty() || entry == u"http://" || entry == u"ftp://")
+        return;
+    m_services.desktop.openWithShell(entry);
+}
+
+namespace {
+// Dialogs are window-modal but never block the event loop, so chat traffic goes on behind them.
+template <typename Dialog> Dialog* openDialog(Dialog* dialog) {
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+    return dialog;
+}
+} // namespace
+
+void Form1::mnucon_Click() { openDialog(new Form7(*this, this)); }
+
+void Form1::mnuGameStarter_Click() {
+    GameStarter& browser = gameStarter();
+    browser.show();
+    browser.raise();
+}
+
+void Form1::mnuClearChat_Click() { rtb->clear(); }
+
+void Form1::mnuCommands_Click() {
+    m_services.prompts.message(QStringLiteral("Commands"), commandsHelpText(), Prompts::Icon::Information);
+}
+
+void Form1::mnuEd_Click() { openDialog(new Form8(*this, Form8::Purpose::Profile, this)); }
+
+void Form1::mnuNewsPost_Click() { openDialog(new Form9(*Winsock1, this)); }
+
+Form3* Form1::openPrivateWindow(const QString& nickname) {
+    const QString caption = QStringLiteral("Chat With ") + bracketed(nickname);
+    for (int slot = 1; slot < PrivateWindowSlots; ++slot) {
+        Form3* w = m_privateWindows[std::size_t(slot)];
+        if (w && w->windowTitle().contains(bracketed(nickname))) {
+            w->show();
+            w->raise();
+            return w;
+        }
+    }
+    return createPrivateWindow(caption);
+}
+
+Form3* Form1::createPrivateWindow(const QString& caption) {
+    // Slot 0 has never been used for a conversation.
+    for (int slot = 1; slot < PrivateWindowSlots; ++slot) {
+        auto& w = m_privateWindows[std::size_t(slot)];
+        if (!w) {
+            w = new Form3(this);
+            w->setWindowTitle(caption);
+            w->show();
+            return w;
+        }
+    }
+    return nullptr;
+}
+
+void Form1::mnuPM_Click() {
+    const QString n = selectedUser();
+    if (n == nickname()) {
+        m_services.prompts.message(kTitle, QStringLiteral("You can't PM your self"), Prompts::Icon::None);
+        return;
+    }
+    openPrivateWindow(n);
+}
+
+void Form1::mnuIS_Click() {
+    send(ChatMessage::build(ChatProtocol::PrivateMsg, {selectedUser(), ChatProtocol::WhoAmI.toString()}));
+}
+
+void Form1::mnuFollowUser_Click() {
+    const QString n = selectedUser();
+    if (n == nickname()) {
+        m_services.prompts.message(kTitle, QStringLiteral("You can't follow your self"),
+                                   Prompts::Icon::Exclamation);
+        return;
+    }
+    send(ChatMessage::build(ChatProtocol::FollowUser, {n, nickname()}));
+}
+
+void Form1::mnuLastLoggedOn_Click() {
+    send(ChatMessage::build(ChatProtocol::Msg, {ChatProtocol::SeenQuery + selectedUser()}));
+}
+
+void Form1::mnuIG_Click() { List1->addItem(bracketed(selectedUser())); }
+
+void Form1::mnuUn_Click() {
+    const auto found = List1->findItems(bracketed(selectedUser()), Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (!found.isEmpty())
+        delete List1->takeItem(List1->row(found.first()));
+}
+
+void Form1::mnuVI_Click() {
+    if (List1->count() == 0) {
+        m_services.prompts.message(kTitle, QStringLiteral("You have no ignored users."));
+        return;
+    }
+    QStringList entries;
+    for (int i = 0; i < List1->count(); ++i)
+        entries.append(List1->item(i)->text());
+    m_services.prompts.message(kTitle, entries.join(QStringLiteral("\r\n")));
+}
+
+void Form1::mnucI_Click() {
+    if (List1->count() == 0) {
+        m_services.prompts.message(kTitle, QStringLiteral("You have no ignored users to clear."),
+                                   Prompts::Icon::Exclamation);
+        return;
+    }
+    List1->clear();
+    m_services.prompts.message(kTitle, QStringLiteral("Ignored users, cleared...."), Prompts::Icon::Information);
+}
+
+void Form1::mnuOps_Click(QLatin1StringView subCommand, bool withTarget) {
+    QStringList args{subCommand.toString()};
+    if (withTarget)
+        args.append(selectedUser());
+    send(ChatMessage::build(ChatProtocol::Ops, args));
+}
+
+void Form1::followuser() { gameStarter().follow(); }
+
+void Form1::showPlaying() {
+    if (!m_playing) {
+        m_playing = new Form4(gameStarter(), this);
+        connect(m_playing, &Form4::resumed, this, [this] {
+            mnuSoundEffects->setChecked(true);
+            mnuNotify->setChecked(true);
+            show();
+            gameStarter().show();
+            BackFromGame();
+        });
+    }
+    m_playing->show();
+}
+
+void Form1::BackFromGame() {
+    if (!isConnected())
+        return;
+    // The blank before "left" has always been part of the announcement.
+    send(ChatMessage::build(ChatProtocol::Msg,
+                            {QStringLiteral(" left ") + gameStarter().gameKey() + QStringLiteral(" : ") +
+                             m_services.clock.timeText() + QStringLiteral(" : ") + m_services.clock.dateText()}));
+}

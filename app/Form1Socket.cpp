@@ -1,0 +1,95 @@
+// Sign-on and the events of the chat socket.
+#include "app/Form1.h"
+
+#include "chat/ChatDispatcher.h"
+#include "chat/ChatMessage.h"
+#include "chat/ChatProtocol.h"
+#include "chat/Form8.h"
+#include "common/Windows1252.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QSignalBlocker>
+#include <QTcpSocket>
+#include <QTimer>
+
+void Form1::setStatusText(const QString& text) { m_statusPanel->setText(text); }
+
+void Form1::setConnectionText(const QString& text) { m_connectionPanel->setText(text); }
+
+void Form1::closeQuietly() {
+    // A close we asked for is not the server hanging up: no "Disconnected..." for it.
+    const QSignalBlocker blocker(Winsock1);
+    Winsock1->abort();
+}
+
+void Form1::signOn() {
+    closeQuietly();
+    Winsock1->connectToHost(serverHost(), m_serverPort);
+    setStatusText(QStringLiteral("Signing on..."));
+    setSignedOnMenus(true);
+}
+
+void Form1::signedOff() {
+    setStatusText(QStringLiteral("Signed Off"));
+    setConnectionText(QStringLiteral("Not Connected"));
+    setSignedOnMenus(false);
+}
+
+void Form1::mnuNews_Click() {
+    closeQuietly();
+    m_accountCreation = 1;
+    Winsock1->connectToHost(serverHost(), m_serverPort);
+    setStatusText(QStringLiteral("Connecting..."));
+}
+
+void Form1::mnudis_Click() {
+    closeQuietly();
+    setStatusText(QStringLiteral("Signed Off : ") + m_services.clock.timeText());
+    setConnectionText(QStringLiteral("Not Connected"));
+    LV1->clear();
+    setSignedOnMenus(false);
+}
+
+void Form1::Winsock1_Connect() {
+    Winsock1->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    setStatusText(QStringLiteral("Signed On"));
+    setConnectionText(QStringLiteral("Connected To Quorvel at : ") + m_services.clock.timeText());
+    if (m_accountCreation != 1) {
+        send(ChatMessage::build(ChatProtocol::Login, {nickname(), m_password}));
+        LV1->clear();
+        return;
+    }
+    m_accountCreation = 0;
+    auto* dialog = new Form8(*this, Form8::Purpose::NewAccount, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+}
+
+void Form1::Winsock1_Close() {
+    appendLine(QStringLiteral("Disconnected..."), messageColour);
+    signedOff();
+}
+
+void Form1::Winsock1_Error() {
+    if (Winsock1->error() == QAbstractSocket::RemoteHostClosedError)
+        return; // the close handler reports it
+    signedOff();
+}
+
+void Form1::Winsock1_DataArrival() {
+    // A message box opened while a read is handled runs the event loop; data that arrives meanwhile
+    // waits in the socket and is handled as the next read, once this one has ended.
+    if (m_handlingRead)
+        return;
+    m_handlingRead = true;
+    const QString read = Windows1252::decode(Winsock1->readAll());
+    m_dispatcher->handleRead(read);
+    m_handlingRead = false;
+    if (Winsock1->bytesAvailable() > 0)
+        QTimer::singleShot(0, this, &Form1::Winsock1_DataArrival);
+}
+
+void Form1::runEmoticonPass() {}

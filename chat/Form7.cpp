@@ -1,0 +1,58 @@
+#include "chat/Form7.h"
+
+#include "app/Form1.h"
+
+#include <QDialogButtonBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+Form7::Form7(Form1& main, QWidget* parent)
+    : QDialog(parent)
+    , Command1(new QPushButton(QStringLiteral("Sign On"), this))
+    , Command2(new QPushButton(QStringLiteral("Cancel"), this))
+    , m_main(main) {
+    setObjectName(QStringLiteral("Form7"));
+    setWindowTitle(QStringLiteral("Quorvel - Sign On"));
+    auto* layout = new QVBoxLayout(this);
+    auto* form = new QFormLayout;
+    layout->addLayout(form);
+    fields.build(this, form);
+    fields.text1[ProfileFields::AccountName]->setText(main.nickname());
+
+    Command1->setObjectName(QStringLiteral("Command1"));
+    Command1->setToolTip(QStringLiteral("Sign on to Quorvel"));
+    Command1->setDefault(true);
+    Command2->setObjectName(QStringLiteral("Command2"));
+    Command2->setToolTip(QStringLiteral("Cancel this operation"));
+    auto* buttons = new QDialogButtonBox(this);
+    buttons->addButton(Command1, QDialogButtonBox::AcceptRole);
+    buttons->addButton(Command2, QDialogButtonBox::RejectRole);
+    layout->addWidget(buttons);
+    connect(Command1, &QPushButton::clicked, this, &Form7::Command1_Click);
+    connect(Command2, &QPushButton::clicked, this, &Form7::Command2_Click);
+    // The buttons' own roles would close the dialog before the password check.
+    disconnect(buttons, nullptr, this, nullptr);
+}
+
+bool Form7::isAcceptablePassword(const QString& entry) {
+    bool ok = false;
+    const double value = entry.trimmed().toDouble(&ok);
+    return ok && value > 0;
+}
+
+void Form7::Command1_Click() {
+    const QString password = fields.text1[ProfileFields::Password]->text();
+    m_main.setPassword(password);
+    if (!isAcceptablePassword(password)) {
+        m_main.services().prompts.message(QStringLiteral("Quorvel"), QStringLiteral("invald password"),
+                                          Prompts::Icon::Critical);
+        return;
+    }
+    const QString name = fields.text1[ProfileFields::AccountName]->text();
+    if (!name.isEmpty())
+        m_main.Text3->setText(name);
+    m_main.signOn();
+    accept();
+}
+
+void Form7::Command2_Click() { reject(); }

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "chat/ProfileFields.h"
+
+#include <QDialog>
+
+class Form1;
+class QPushButton;
+
+// "Quorvel - Sign On"
+class Form7 : public QDialog {
+    Q_OBJECT
+public:
+    explicit Form7(Form1& main, QWidget* parent = nullptr);
+
+    ProfileFields fields;
+    QPushButton* Command1; // "Sign On"
+    QPushButton* Command2; // "Cancel"
+
+    void Command1_Click();
+    void Command2_Click();
+
+    // A password is accepted when it reads as a whole number greater than zero.
+    static bool isAcceptablePassword(const QString& entry);
+
+private:
+    Form1& m_main;
+};
