@@ -29,12 +29,6 @@ namespace {
 const QString kSettingsFile = QStringLiteral("\\Quorvel.ini");
 const QString kDefaultHost = QStringLiteral("localhost");
 
-// One lock per running program, released when the program ends.
-std::unique_ptr<SingleInstance>& runningCopy() {
-    static std::unique_ptr<SingleInstance> lock;
-    return lock;
-}
-
 void setColours(QWidget* w, std::optional<qint64> background, std::optional<qint64> text) {
     QPalette p = w->palette();
     if (background)
@@ -232,12 +226,11 @@ void Form1::setSignedOnMenus(bool signedOn) {
 
 bool Form1::Form_Load() {
     setWindowTitle(Version::caption());
-    auto& lock = runningCopy();
-    lock = std::make_unique<SingleInstance>(m_services.folder.path());
-    if (!lock->acquire()) {
+    m_runningCopy = std::make_unique<SingleInstance>(m_services.folder.path());
+    if (!m_runningCopy->acquire()) {
+        m_runningCopy.reset();
         m_services.prompts.message(QStringLiteral("Quorvel"), QStringLiteral("Quorvel found in ram. Can't load another"),
                                    Prompts::Icon::Critical);
-        lock.reset();
         return false;
     }
     setSignedOnMenus(false);
@@ -304,7 +297,7 @@ void Form1::endProgram() {
         m_gameStarter->close();
     if (m_userInfo)
         m_userInfo->close();
-    runningCopy().reset();
+    m_runningCopy.reset();
     close();
     Q_EMIT programEnded();
 }

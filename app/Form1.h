@@ -21,6 +21,7 @@ class QMenu;
 class QStatusBar;
 class QTcpSocket;
 class QTextEdit;
+class SingleInstance;
 
 // The chat room, and the window that owns the program's life.
 class Form1 : public QMainWindow {
@@ -42,6 +43,7 @@ public:
     QStringList identificationEntries() const;
     QString serverHost() const;
     quint16 serverPort() const { return m_serverPort; }
+    void setServerAddress(const QString& host, quint16 port);
     QString statusText() const;
     QString connectionText() const;
     GameStarter& gameStarter();
@@ -157,6 +159,8 @@ public:
 Q_SIGNALS:
     // An offer of a file from another member: handed to the offer dialog.
     void fileOffered(const QString& sender, const QString& file, const QString& port, const QString& address);
+    // One read of the chat socket has been handled (whether or not it ended early).
+    void readHandled();
     // The program ends: main() quits the event loop on this.
     void programEnded();
 
@@ -184,6 +188,7 @@ private:
     QPointer<Form4> m_playing;
     std::array<QPointer<Form3>, PrivateWindowSlots> m_privateWindows;
     std::unique_ptr<ChatDispatcher> m_dispatcher;
+    std::unique_ptr<SingleInstance> m_runningCopy;
 
     friend class ChatDispatcher;
 };

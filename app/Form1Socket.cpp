@@ -25,6 +25,11 @@ void Form1::closeQuietly() {
     Winsock1->abort();
 }
 
+void Form1::setServerAddress(const QString& host, quint16 port) {
+    cboServer->setCurrentText(host);
+    m_serverPort = port;
+}
+
 void Form1::signOn() {
     closeQuietly();
     Winsock1->connectToHost(serverHost(), m_serverPort);
@@ -88,6 +93,7 @@ void Form1::Winsock1_DataArrival() {
     const QString read = Windows1252::decode(Winsock1->readAll());
     m_dispatcher->handleRead(read);
     m_handlingRead = false;
+    Q_EMIT readHandled();
     if (Winsock1->bytesAvailable() > 0)
         QTimer::singleShot(0, this, &Form1::Winsock1_DataArrival);
 }

@@ -1,0 +1,134 @@
+#include "app/MainSettings.h"
+#include "common/TextFile.h"
+#include "common/Windows1252.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+class MainSettingsTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void parse_data();
+    void parse();
+    void roundTripWritesCrLfAndReadsFourEntries_data();
+    void roundTripWritesCrLfAndReadsFourEntries();
+    void hostileFilesLoadWhatTheyCan_data();
+    void hostileFilesLoadWhatTheyCan();
+    void missingFileIsEmpty();
+};
+
+namespace {
+QStringList fullFile(const QStringList& identification) {
+    return QStringList{QStringLiteral("ann"), QStringLiteral("chat.example.org"), QStringLiteral("27800"),
+                       QStringLiteral("16777215"), QStringLiteral("10"), QStringLiteral("0"),
+                       QStringLiteral("12632256"), QStringLiteral("16777215"), QStringLiteral("255"),
+                       QStringLiteral("65280"), QStringLiteral("33023")} +
+           identification;
+}
+} // namespace
+
+void MainSettingsTest::parse_data() {
+    QTest::addColumn<QStringList>("lines");
+    QTest::addColumn<int>("valuesRead"); // how many of lines 1..11 were taken
+    QTest::addColumn<QStringList>("identification");
+    const QStringList four{QStringLiteral("Age : 23"), QStringLiteral("Email : a@b"), QStringLiteral("Website : x"),
+                           QStringLiteral("Hobbys : y")};
+    QTest::newRow("fifteen lines") << fullFile(four) << 11 << four;
+    QTest::newRow("eleven lines: empty identification") << fullFile({}) << 11 << QStringList();
+    QTest::newRow("six entries read back four") << fullFile(four + QStringList{QStringLiteral("e5"), QStringLiteral("e6")})
+                                                << 11 << four;
+    QTest::newRow("short file keeps what was read") << fullFile({}).mid(0, 5) << 5 << QStringList();
+    QStringList badColour = fullFile(four);
+    badColour[5] = QStringLiteral("white");
+    QTest::newRow("text where a colour belongs stops there") << badColour << 5 << QStringList();
+    QStringList padded = fullFile(four);
+    padded[3] = QStringLiteral(" 255 ");
+    QTest::newRow("blanks around a number are fine") << padded << 11 << four;
+    QTest::newRow("empty file") << QStringList() << 0 << QStringList();
+}
+
+void MainSettingsTest::parse() {
+    QFETCH(QStringList, lines);
+    QFETCH(int, valuesRead);
+    QFETCH(QStringList, identification);
+    const MainSettings s = MainSettings::parse(lines);
+    const bool read[] = {s.nickname.has_value(),          s.serverHost.has_value(),
+                         s.serverPort.has_value(),        s.displayBackground.has_value(),
+                         s.displayFontSize.has_value(),   s.displayText.has_value(),
+                         s.userListBackground.has_value(), s.inputBackground.has_value(),
+                         s.inputText.has_value(),         s.boxBackground.has_value(),
+                         s.boxText.has_value()};
+    int count = 0;
+    while (count < 11 && read[count])
+        ++count;
+    for (int i = count; i < 11; ++i)
+        QVERIFY2(!read[i], "a value after a failed one was read");
+    QCOMPARE(count, valuesRead);
+    QCOMPARE(s.identification, identification);
+    if (valuesRead >= 1)
+        QCOMPARE(*s.nickname, lines.at(0));
+}
+
+void MainSettingsTest::roundTripWritesCrLfAndReadsFourEntries_data() {
+    QTest::addColumn<QStringList>("entries");
+    QTest::addColumn<int>("fileLines");
+    QTest::addColumn<QStringList>("readBack");
+    QTest::newRow("none") << QStringList() << 11 << QStringList();
+    const QStringList six{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3"), QStringLiteral("4"),
+                          QStringLiteral("5"), QStringLiteral("6")};
+    QTest::newRow("six") << six << 17 << six.mid(0, 4);
+    QTest::newRow("8-bit") << QStringList{QString::fromUtf8("Hobbys : caf\xc3\xa9")} << 12
+                           << QStringList{QString::fromUtf8("Hobbys : caf\xc3\xa9")};
+}
+
+void MainSettingsTest::roundTripWritesCrLfAndReadsFourEntries() {
+    QFETCH(QStringList, entries);
+    QFETCH(int, fileLines);
+    QFETCH(QStringList, readBack);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("Quorvel.ini"));
+    MainSettings s = MainSettings::parse(fullFile({}));
+    s.identification = entries;
+    QVERIFY(s.save(path));
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    const QByteArray bytes = f.readAll();
+    QCOMPARE(bytes.count("\r\n"), fileLines);
+    QVERIFY(bytes.endsWith("\r\n"));
+    QCOMPARE(bytes.count('\n'), fileLines);
+    QVERIFY(!bytes.contains("\xc3")); // never UTF-8
+    const MainSettings back = MainSettings::load(path);
+    QCOMPARE(back.identification, readBack);
+    QCOMPARE(back.lines().mid(0, 11), s.lines().mid(0, 11));
+}
+
+void MainSettingsTest::hostileFilesLoadWhatTheyCan_data() {
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("nickname");
+    QTest::newRow("binary junk") << QByteArray("\x00\xff\xfe\x01\x02\r\x03\n\x80", 9) << QString(QChar(0)) + QStringLiteral("\u00ff\u00fe\u0001\u0002");
+    QTest::newRow("10 MB line") << QByteArray(10 * 1024 * 1024, 'a') << QString(10 * 1024 * 1024, u'a');
+    QTest::newRow("LF only") << QByteArray("bob\nhost\n1\n") << QStringLiteral("bob");
+    QTest::newRow("CR only") << QByteArray("bob\rhost\r1\r") << QStringLiteral("bob");
+}
+
+void MainSettingsTest::hostileFilesLoadWhatTheyCan() {
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, nickname);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("Quorvel.ini"));
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write(bytes);
+    f.close();
+    const MainSettings s = MainSettings::load(path);
+    QCOMPARE(s.nickname.value_or(QString()), nickname);
+}
+
+void MainSettingsTest::missingFileIsEmpty() {
+    const MainSettings s = MainSettings::load(QStringLiteral("/nonexistent/Quorvel.ini"));
+    QVERIFY(!s.nickname.has_value());
+    QVERIFY(s.identification.isEmpty());
+}
+
+QTEST_GUILESS_MAIN(MainSettingsTest)
+#include "tst_mainsettings.moc"
