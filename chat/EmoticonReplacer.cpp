@@ -19,6 +19,11 @@ static void initEmoticonResources() {
     Q_INIT_RESOURCE(emoticons);
 }
 
+static void initEmoticonResourcesOnce() {
+    static const bool done = (initEmoticonResources(), true);
+    Q_UNUSED(done);
+}
+
 namespace {
 
 constexpr int pictureCount = 10;
@@ -34,7 +39,7 @@ constexpr qsizetype overlap = EmoticonCodes::codeLength - 1;
 EmoticonReplacer::EmoticonReplacer(QTextDocument& display, QObject* parent)
     : QObject(parent)
     , m_display(display) {
-    initEmoticonResources();
+    initEmoticonResourcesOnce();
     registerPictures();
     // QTextDocument only reports where it changed (contentsChange) once it has a layout; a display
     // shown in a QTextEdit always has one, and asking for it here makes a bare document report too.
