@@ -167,7 +167,7 @@ AccountStore::CreateResult AccountStore::createAccount(const NewAccount& account
         query.addBindValue(QString::fromLatin1(salt.toBase64()));
         query.addBindValue(QString::fromLatin1(PasswordHash::derive(account.password, salt, iterations).toBase64()));
         query.addBindValue(iterations);
-        query.addBindValue(account.address);
+        query.addBindValue(account.address.isNull() ? QStringLiteral("") : account.address);
         query.addBindValue(account.age);
         query.addBindValue(account.email);
         query.addBindValue(account.website);

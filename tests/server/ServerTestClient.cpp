@@ -1,0 +1,70 @@
+#include "ServerTestClient.h"
+
+#include "common/Windows1252.h"
+
+#include <QTest>
+
+ServerTestClient::ServerTestClient(QObject* parent) : QObject(parent) {
+    connect(&m_socket, &QTcpSocket::readyRead, this, &ServerTestClient::onReadyRead);
+}
+
+bool ServerTestClient::connectTo(quint16 port) {
+    m_socket.connectToHost(QHostAddress::LocalHost, port);
+    return m_socket.waitForConnected(5000);
+}
+
+void ServerTestClient::sendSegment(const QString& text) {
+    sendBytes(Windows1252::encode(text));
+}
+
+void ServerTestClient::sendBytes(const QByteArray& bytes) {
+    m_socket.write(bytes);
+    m_socket.flush();
+}
+
+void ServerTestClient::onReadyRead() {
+    const QByteArray read = m_socket.readAll();
+    m_raw += read;
+    m_partial += read;
+    qsizetype end = 0;
+    while ((end = m_partial.indexOf("\r\n")) >= 0) {
+        const QString line = Windows1252::decode(m_partial.left(end));
+        m_partial.remove(0, end + 2);
+        m_lines.append(line);
+        if (m_answerPings && line.startsWith(QLatin1String("PING")))
+            sendSegment(QStringLiteral("PING|\u00BF|12:00:00\r\n"));
+    }
+}
+
+bool ServerTestClient::waitForLine(const QString& line, int timeoutMs) {
+    return QTest::qWaitFor([&] { return m_lines.contains(line); }, timeoutMs);
+}
+
+QString ServerTestClient::waitForLineStartingWith(const QString& prefix, int timeoutMs) {
+    QString found;
+    [[maybe_unused]] const bool arrived = QTest::qWaitFor(
+        [&] {
+            for (const QString& line : std::as_const(m_lines)) {
+                if (line.startsWith(prefix)) {
+                    found = line;
+                    return true;
+                }
+            }
+            return false;
+        },
+        timeoutMs);
+    return found;
+}
+
+bool ServerTestClient::waitForDisconnect(int timeoutMs) {
+    return QTest::qWaitFor([&] { return m_socket.state() == QAbstractSocket::UnconnectedState; }, timeoutMs);
+}
+
+QStringList ServerTestClient::chatLines() const {
+    QStringList result;
+    for (const QString& line : m_lines) {
+        if (!line.startsWith(QLatin1String("PING")))
+            result.append(line);
+    }
+    return result;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QTcpSocket>
+
+// A member's connection as the server sees it, driven by a test: sends raw segments exactly
+// as given and collects every CR LF-ended line the server writes, reassembled across reads.
+class ServerTestClient : public QObject {
+    Q_OBJECT
+public:
+    explicit ServerTestClient(QObject* parent = nullptr);
+
+    bool connectTo(quint16 port);
+    // One write, Windows-1252, no terminator added.
+    void sendSegment(const QString& text);
+    void sendBytes(const QByteArray& bytes);
+    // Answers each PING like the client does (on by default).
+    void setAnswerPings(bool answer) { m_answerPings = answer; }
+
+    QStringList lines() const { return m_lines; }
+    QByteArray rawReceived() const { return m_raw; }
+    void clear() { m_lines.clear(); m_raw.clear(); }
+    bool isConnected() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
+    QTcpSocket& socket() { return m_socket; }
+
+    // Waits (bounded) for a line equal to `line`; true when it arrived.
+    bool waitForLine(const QString& line, int timeoutMs = 5000);
+    // Waits (bounded) for a line starting with `prefix`; returns it or an empty string.
+    QString waitForLineStartingWith(const QString& prefix, int timeoutMs = 5000);
+    bool waitForDisconnect(int timeoutMs = 5000);
+    // Lines other than PING received so far.
+    QStringList chatLines() const;
+
+private:
+    void onReadyRead();
+
+    QTcpSocket m_socket;
+    QByteArray m_raw;
+    QByteArray m_partial;
+    QStringList m_lines;
+    bool m_answerPings = true;
+};

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "server/AccountStore.h"
+#include "server/ChatRoom.h"
+#include "server/ChatServer.h"
+#include "server/ServerLimits.h"
+
+#include "ServerTestClient.h"
+
+#include <QDateTime>
+#include <QTemporaryDir>
+
+#include <memory>
+
+// A chat server in the test process on 127.0.0.1, port 0, with its own database in a
+// temporary folder and a clock the test moves by hand.
+class TestServer {
+public:
+    explicit TestServer(ServerLimits limits = testLimits());
+
+    static ServerLimits testLimits();
+
+    // Tears the server down and starts a new one on the same database file.
+    void restart();
+
+    AccountStore& store() { return *m_store; }
+    ChatServer& server() { return *m_server; }
+    quint16 port() const { return m_server->port(); }
+    QString folder() const { return m_dir.path(); }
+    QString databasePath() const;
+    void advance(qint64 seconds) { m_now = m_now.addSecs(seconds); }
+    QDateTime now() const { return m_now; }
+
+    void addAccount(const QString& name, const QString& password, bool isOperator = false);
+
+    // Connects, sends LOGIN and waits until the member's own LIST line arrived.
+    std::unique_ptr<ServerTestClient> signOn(const QString& name, const QString& password);
+
+private:
+    void start();
+
+    ServerLimits m_limits;
+    QTemporaryDir m_dir;
+    QDateTime m_now = QDateTime(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC);
+    std::unique_ptr<AccountStore> m_store;
+    std::unique_ptr<ChatServer> m_server;
+};
