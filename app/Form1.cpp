@@ -8,6 +8,7 @@
 #include "chat/ChatDispatcher.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/EmoticonReplacer.h"
 #include "common/BgrColour.h"
 #include "privatechat/Form3.h"
 
@@ -59,6 +60,7 @@ Form1::Form1(Services services, QWidget* parent)
     setObjectName(QStringLiteral("Form1"));
     buildMenus();
     buildLayout();
+    m_emoticons = new EmoticonReplacer(*rtb->document(), this);
 
     connect(Winsock1, &QTcpSocket::connected, this, &Form1::Winsock1_Connect);
     connect(Winsock1, &QTcpSocket::disconnected, this, &Form1::Winsock1_Close);
@@ -69,7 +71,10 @@ Form1::Form1(Services services, QWidget* parent)
     resize(720, 520);
 }
 
-Form1::~Form1() = default;
+Form1::~Form1() {
+    // The socket outlives the labels its close handler writes to; it must not report its own end.
+    Winsock1->disconnect(this);
+}
 
 void Form1::buildLayout() {
     rtb->setObjectName(QStringLiteral("rtb"));

@@ -8,6 +8,7 @@
 #include <array>
 
 class ChatDispatcher;
+class EmoticonReplacer;
 class Form2;
 class Form3;
 class Form4;
@@ -189,6 +190,7 @@ private:
     std::array<QPointer<Form3>, PrivateWindowSlots> m_privateWindows;
     std::unique_ptr<ChatDispatcher> m_dispatcher;
     std::unique_ptr<SingleInstance> m_runningCopy;
+    EmoticonReplacer* m_emoticons;
 
     friend class ChatDispatcher;
 };

@@ -4,6 +4,7 @@
 #include "chat/ChatDispatcher.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/EmoticonReplacer.h"
 #include "chat/Form8.h"
 #include "common/Windows1252.h"
 
@@ -98,4 +99,4 @@ void Form1::Winsock1_DataArrival() {
         QTimer::singleShot(0, this, &Form1::Winsock1_DataArrival);
 }
 
-void Form1::runEmoticonPass() {}
+void Form1::runEmoticonPass() { m_emoticons->replaceNewCodes(); }

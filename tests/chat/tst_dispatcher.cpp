@@ -1,0 +1,337 @@
+#include "SignedOnClient.h"
+
+#include "ancillary/Form2.h"
+#include "browser/GameStarter.h"
+#include "privatechat/Form3.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QTextBlock>
+#include <QTextEdit>
+#include <QtTest>
+
+using Reads = QList<QByteArray>;
+
+class DispatcherTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void serverMessages_data();
+    void serverMessages();
+    void lineColours();
+    void newNick_data();
+    void newNick();
+    void invalidSignsOff();
+    void privateLinesFillTenWindows();
+    void whoYouFillsUserInfoInOrder();
+    void followUserFinalJoinsTheGame();
+    void dataArrivingDuringAPromptIsTheNextRead();
+    void emoticonsAfterCompletedReads();
+};
+
+namespace {
+QStringList users(const Form1& w) {
+    QStringList out;
+    for (int i = 0; i < w.LV1->count(); ++i)
+        out.append(w.LV1->item(i)->text());
+    return out;
+}
+
+QStringList promptLines(const FakePrompts& prompts) {
+    QStringList out;
+    for (const auto& p : prompts.shown)
+        out.append(p.title + u'|' + p.text + u'|' + QString::number(int(p.icon)));
+    return out;
+}
+
+QStringList soundNames(const FakeSounds& sounds) {
+    QStringList out;
+    for (const QString& s : sounds.played)
+        out.append(QFileInfo(s).fileName());
+    return out;
+}
+
+// What the client sent, proven complete by a marker the test sends after it.
+QByteArray sentSoFar(SignedOnClient& c) {
+    c.w->send(QStringLiteral("MARK"));
+    QTest::qWaitFor([&] { return c.server.received().endsWith("MARK"); }, 5000);
+    QByteArray all = c.server.take();
+    all.chop(4);
+    return all;
+}
+
+void setUp(SignedOnClient& c, const QString& setup) {
+    for (const QString& item : setup.split(u' ', Qt::SkipEmptyParts)) {
+        const QString key = item.section(u':', 0, 0);
+        const QString value = item.section(u':', 1);
+        if (key == u"ignore")
+            c.w->List1->addItem(value);
+        else if (key == u"users")
+            c.w->LV1->addItems(value.split(u','));
+        else if (key == u"id")
+            c.w->List2->addItems(QString(value).replace(u'_', u' ').split(u','));
+        else if (key == u"ipm")
+            c.w->mnuIPM->setChecked(true);
+        else if (key == u"dec")
+            c.w->mnuDEC->setChecked(true);
+        else if (key == u"quiet")
+            c.w->mnuNotify->setChecked(false);
+        else if (key == u"playing" || key == u"browsing") {
+            GameStarter& g = c.w->gameStarter();
+            g.Text3->setText(QStringLiteral("Fred's Bar"));
+            g.Text2->setText(QStringLiteral("10.0.0.5"));
+            g.Text4->setText(QStringLiteral("31510"));
+            g.setGameKey(QStringLiteral("Kingpin"));
+            g.txtPlayingGame->setText(key == u"playing" ? GameStarter::Playing : GameStarter::NotPlaying);
+        }
+    }
+}
+} // namespace
+
+void DispatcherTest::serverMessages_data() {
+    QTest::addColumn<QString>("setup");
+    QTest::addColumn<Reads>("reads");
+    QTest::addColumn<QString>("display");
+    QTest::addColumn<QStringList>("users");
+    QTest::addColumn<QByteArray>("sent");
+    QTest::addColumn<QStringList>("prompts");
+    QTest::addColumn<QStringList>("sounds");
+    const QStringList none;
+    const QString enter = QStringLiteral("enter.wav"), left = QStringLiteral("left.wav"), msg = QStringLiteral("msg.wav");
+    auto str = [](const char* t) { return QString::fromLatin1(t); };
+
+    QTest::newRow("LIST fills the user list silently")
+        << str("") << Reads{"LIST|\xbf|ann\r\nLIST|\xbf|me\r\n"} << str("") << QStringList{str("ann"), str("me")}
+        << QByteArray() << none << none;
+    QTest::newRow("two JOINs in one read, in order")
+        << str("") << Reads{"JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n"}
+        << str("\n ^ ann Has entered...\n ^ bob Has entered...") << QStringList{str("ann"), str("bob")}
+        << QByteArray() << none << QStringList{enter, enter};
+    QTest::newRow("duplicate JOIN, PART removes only the first")
+        << str("") << Reads{"JOIN|\xbf|ann\r\n", "JOIN|\xbf|ann\r\n", "PART|\xbf|ann\r\n"}
+        << str("\n ^ ann Has entered...\n ^ ann Has entered...\n ^ ann Has left...") << QStringList{str("ann")}
+        << QByteArray() << none << QStringList{enter, enter, left};
+    QTest::newRow("PART of an unknown name is silent and the read goes on")
+        << str("users:ann") << Reads{"PART|\xbf|zed\r\nJOIN|\xbf|bob\r\n"} << str("\n ^ bob Has entered...")
+        << QStringList{str("ann"), str("bob")} << QByteArray() << none << QStringList{enter};
+    QTest::newRow("PART that removes ends the read")
+        << str("users:ann") << Reads{"PART|\xbf|ann\r\nJOIN|\xbf|bob\r\n"} << str("\n ^ ann Has left...")
+        << QStringList() << QByteArray() << none << QStringList{left};
+    QTest::newRow("PMSG then JOIN loses the join")
+        << str("") << Reads{"PMSG|\xbf|<bob> hi\r\nJOIN|\xbf|carl\r\n"} << str("") << QStringList() << QByteArray()
+        << none << none;
+    QTest::newRow("JOIN then PMSG keeps both")
+        << str("") << Reads{"JOIN|\xbf|carl\r\nPMSG|\xbf|<bob> hi\r\n"} << str("\n ^ carl Has entered...")
+        << QStringList{str("carl")} << QByteArray() << none << QStringList{enter};
+    QTest::newRow("chat line shown as received")
+        << str("") << Reads{"MSG|\xbf|<ann> hello  there\r\nJOIN|\xbf|bob\r\n"}
+        << str("\n<ann> hello  there\n ^ bob Has entered...") << QStringList{str("bob")} << QByteArray() << none
+        << QStringList{msg, enter};
+    QTest::newRow("/me line ends the read")
+        << str("") << Reads{"MSG|\xbf|<ann> /me waves  hi\r\nJOIN|\xbf|bob\r\n"} << str("\n * ann waves  hi")
+        << QStringList() << QByteArray() << none << QStringList{msg};
+    QTest::newRow("/ME in capitals is an action too")
+        << str("") << Reads{"MSG|\xbf|<ann> /ME grins\r\n"} << str("\n * ann grins") << QStringList()
+        << QByteArray() << none << QStringList{msg};
+    QTest::newRow("/me alone") << str("") << Reads{"MSG|\xbf|<ann> /me\r\n"} << str("\n * ann") << QStringList()
+                               << QByteArray() << none << QStringList{msg};
+    QTest::newRow("ignored member's line dropped, read ends")
+        << str("ignore:<ann>") << Reads{"MSG|\xbf|<ann> hi\r\nJOIN|\xbf|bob\r\n"} << str("") << QStringList()
+        << QByteArray() << none << none;
+    QTest::newRow("no sounds with notify unchecked")
+        << str("quiet") << Reads{"JOIN|\xbf|ann\r\nMSG|\xbf|<ann> x\r\n"} << str("\n ^ ann Has entered...\n<ann> x")
+        << QStringList{str("ann")} << QByteArray() << none << none;
+    QTest::newRow("separator inside chat text cuts the line")
+        << str("") << Reads{"MSG|\xbf|<ann> a|\xbf|b\r\n"} << str("\n<ann> a") << QStringList() << QByteArray()
+        << none << QStringList{msg};
+    QTest::newRow("message cut across reads stays broken")
+        << str("") << Reads{"JOIN|\xbf|an", "n\r\n"} << str("\n ^ an Has entered...") << QStringList{str("an")}
+        << QByteArray() << none << QStringList{enter};
+    QTest::newRow("unknown words and short messages pass")
+        << str("") << Reads{"HELLO|\xbf|x\r\nLIST\r\nMSG\r\nJOIN|\xbf|ann\r\n"} << str("\n ^ ann Has entered...")
+        << QStringList{str("ann")} << QByteArray() << none << QStringList{enter};
+    QTest::newRow("PING answered with the time and CR LF")
+        << str("") << Reads{"PING\r\nJOIN|\xbf|ann\r\n"} << str("\n ^ ann Has entered...") << QStringList{str("ann")}
+        << QByteArray("PING|\xbf|14:05:09\r\n") << none << QStringList{enter};
+    QTest::newRow("ignored sender's PMSG refused first, even refusing all")
+        << str("ignore:<bob> ipm") << Reads{"PMSG|\xbf|<bob> hi\r\n"} << str("") << QStringList()
+        << QByteArray("PMSG|\xbf|bob|\xbf|User has ignored you") << none << none;
+    QTest::newRow("refusing all private messages")
+        << str("ipm") << Reads{"PMSG|\xbf|<bob> hi\r\n"} << str("") << QStringList()
+        << QByteArray("PMSG|\xbf|bob|\xbf|is ignoring all PM msg's") << none << none;
+    QTest::newRow("file offer declined automatically")
+        << str("dec") << Reads{"PMSG|\xbf|<bob> /SENDFILE c:\\a b.txt|@|4000|@|10.0.0.9\r\n"} << str("")
+        << QStringList() << QByteArray("PMSG|\xbf|bob|\xbf|/SENDDECLINE") << none << none;
+    QTest::newRow("/WHOAMI answered with every entry")
+        << str("id:Age_:_23,Email_:_a@b") << Reads{"PMSG|\xbf|<bob> /WHOAMI\r\n"} << str("") << QStringList()
+        << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU Age : 23|@|Email : a@b|@|") << none << none;
+    QTest::newRow("/WHOAMI matched by prefix")
+        << str("") << Reads{"PMSG|\xbf|<bob> /WHOAMIplease now\r\n"} << str("") << QStringList()
+        << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU ") << none << none;
+    QTest::newRow("FOLLOWUSERBACK answered while playing")
+        << str("playing") << Reads{"FOLLOWUSERBACK|\xbf|ann\r\n"} << str("") << QStringList()
+        << QByteArray("FOLLOWUSERBACK|\xbf|ann|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin") << none << none;
+    QTest::newRow("FOLLOWUSERBACK not answered while Quorveling")
+        << str("browsing") << Reads{"FOLLOWUSERBACK|\xbf|ann\r\n"} << str("") << QStringList() << QByteArray() << none
+        << none;
+    QTest::newRow("INUSE box, the read goes on")
+        << str("") << Reads{"INUSE\r\nJOIN|\xbf|ann\r\n"} << str("\n ^ ann Has entered...") << QStringList{str("ann")}
+        << QByteArray()
+        << QStringList{str("Quorvel|Unable To Create New Account... Possible Resons, Invalid Name, Name in Use, You "
+                           "Own 2 Accounts... Please Check this and Try Again|3")}
+        << QStringList{enter};
+    QTest::newRow("DONER box ends the read")
+        << str("") << Reads{"DONER\r\nJOIN|\xbf|ann\r\n"} << str("") << QStringList() << QByteArray()
+        << QStringList{str("Quorvel|Thank you, account created ok.|1")} << none;
+    QTest::newRow("SMSG box") << str("") << Reads{"SMSG|\xbf|Server restarts at noon\r\n"} << str("") << QStringList()
+                              << QByteArray()
+                              << QStringList{str("Quorvel Public Server Message!|Server restarts at noon|1")} << none;
+    QTest::newRow("transfer declined box")
+        << str("") << Reads{"PMSG|\xbf|<bob> /SENDDECLINE\r\n"} << str("") << QStringList() << QByteArray()
+        << QStringList{str("Declined|Transfer Declined...|0")} << none;
+}
+
+void DispatcherTest::serverMessages() {
+    QFETCH(QString, setup);
+    QFETCH(Reads, reads);
+    QFETCH(QString, display);
+    QFETCH(QStringList, users);
+    QFETCH(QByteArray, sent);
+    QFETCH(QStringList, prompts);
+    QFETCH(QStringList, sounds);
+    SignedOnClient c;
+    setUp(c, setup);
+    for (const QByteArray& read : reads)
+        QVERIFY(c.deliver(read));
+    QCOMPARE(c.w->rtb->toPlainText(), display);
+    QCOMPARE(::users(*c.w), users);
+    QCOMPARE(sentSoFar(c), sent);
+    QCOMPARE(promptLines(c.t.prompts), prompts);
+    QCOMPARE(soundNames(c.t.sounds), sounds);
+}
+
+void DispatcherTest::lineColours() {
+    SignedOnClient c;
+    c.w->LV1->addItem(QStringLiteral("zed"));
+    QVERIFY(c.deliver("JOIN|\xbf|ann\r\nMSG|\xbf|<ann> hi\r\nPART|\xbf|zed\r\n"));
+    QVERIFY(c.deliver("MSG|\xbf|<ann> /me waves\r\n"));
+    const QTextDocument* doc = c.w->rtb->document();
+    auto colourOf = [doc](int block) {
+        return doc->findBlockByNumber(block).begin().fragment().charFormat().foreground().color();
+    };
+    QCOMPARE(doc->blockCount(), 5);
+    QCOMPARE(colourOf(1), QColor(0, 0x80, 0));    // &H8000: green
+    QCOMPARE(colourOf(2), QColor(0, 0, 0));       // message colour 0
+    QCOMPARE(colourOf(3), QColor(0, 0, 0xFF));    // &HFF0000 in blue-green-red
+    QCOMPARE(colourOf(4), QColor(0xFF, 0x80, 0)); // &H80FF: orange
+}
+
+void DispatcherTest::newNick_data() {
+    QTest::addColumn<std::optional<QString>>("answer");
+    QTest::addColumn<QByteArray>("sent");
+    QTest::newRow("typed") << std::optional<QString>(QStringLiteral("me2")) << QByteArray("NICK|\xbf|me2");
+    QTest::newRow("cancelled") << std::optional<QString>() << QByteArray("NICK|\xbf|");
+}
+
+void DispatcherTest::newNick() {
+    QFETCH(std::optional<QString>, answer);
+    QFETCH(QByteArray, sent);
+    SignedOnClient c;
+    c.t.prompts.inputs.push_back(answer);
+    QVERIFY(c.deliver("NICK\r\nJOIN|\xbf|lost\r\n"));
+    QCOMPARE(c.t.prompts.last().kind, QStringLiteral("input"));
+    QCOMPARE(c.t.prompts.last().title, QStringLiteral("NewNick"));
+    QCOMPARE(c.t.prompts.last().text, QStringLiteral("Please Select a New Nick..."));
+    QCOMPARE(c.t.prompts.last().proposed, QStringLiteral("NewNick"));
+    QCOMPARE(c.w->Text3->text(), answer.value_or(QString()));
+    QCOMPARE(sentSoFar(c), sent);
+    QCOMPARE(c.w->LV1->count(), 0);
+}
+
+void DispatcherTest::invalidSignsOff() {
+    SignedOnClient c;
+    QVERIFY(c.deliver("INVALID\r\nJOIN|\xbf|lost\r\n"));
+    QCOMPARE(promptLines(c.t.prompts), QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});
+    QCOMPARE(c.w->statusText(), QStringLiteral("Signed Off"));
+    QCOMPARE(c.w->connectionText(), QStringLiteral("Not Connected"));
+    QVERIFY(!c.w->isConnected());
+    QVERIFY(c.w->mnucon->isEnabled());
+    QCOMPARE(c.w->LV1->count(), 0);
+}
+
+void DispatcherTest::privateLinesFillTenWindows() {
+    SignedOnClient c;
+    for (int i = 1; i <= 11; ++i)
+        QVERIFY(c.deliver(QByteArray("PMSG|\xbf|<p") + QByteArray::number(i) + "> hello\r\n"));
+    QVERIFY(c.deliver("PMSG|\xbf|<p3> again\r\n"));
+    QVERIFY(!c.w->privateWindow(0));
+    for (int slot = 1; slot <= 10; ++slot) {
+        QVERIFY(c.w->privateWindow(slot));
+        QCOMPARE(c.w->privateWindow(slot)->windowTitle(), QStringLiteral("Chat With <p%1>").arg(slot));
+    }
+    QCOMPARE(c.w->privateWindow(3)->rtb->toPlainText(), QStringLiteral("\n<p3> hello\n<p3> again"));
+    QCOMPARE(c.w->privateWindow(3)->peer(), QStringLiteral("p3"));
+    // The eleventh member finds no free slot; the line is dropped.
+    for (int slot = 1; slot <= 10; ++slot)
+        QVERIFY(!c.w->privateWindow(slot)->rtb->toPlainText().contains(QStringLiteral("p11")));
+}
+
+void DispatcherTest::whoYouFillsUserInfoInOrder() {
+    SignedOnClient c;
+    QVERIFY(c.deliver("PMSG|\xbf|<bob> /WHOYOU Age : 23|@|Email : b@c|@|Website : http://x|@|Hobbys : kp|@|\r\n"));
+    Form2& info = c.w->userInfo();
+    QVERIFY(info.isVisible());
+    QCOMPARE(info.Label[0]->text(), QStringLiteral("Age : 23"));
+    QCOMPARE(info.Label[1]->text(), QStringLiteral("Email : b@c"));
+    QCOMPARE(info.Label[2]->text(), QStringLiteral("Hobbys : kp"));
+    QCOMPARE(info.Label[3]->text(), QStringLiteral("Website : http://x"));
+}
+
+void DispatcherTest::followUserFinalJoinsTheGame() {
+    SignedOnClient c;
+    QSignalSpy join(&c.w->gameStarter(), &GameStarter::joinRequested);
+    QVERIFY(c.deliver("FOLLOWUSERFINAL|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin\r\nJOIN|\xbf|ann\r\n"));
+    GameStarter& g = c.w->gameStarter();
+    QVERIFY(g.isVisible());
+    QCOMPARE(g.Text3->text(), QStringLiteral("Fred's Bar"));
+    QCOMPARE(g.Text2->text(), QStringLiteral("10.0.0.5"));
+    QCOMPARE(g.Text4->text(), QStringLiteral("31510"));
+    QCOMPARE(g.gameKey(), QStringLiteral("Kingpin"));
+    QCOMPARE(join.count(), 1);
+    QCOMPARE(c.w->LV1->count(), 1);
+}
+
+void DispatcherTest::dataArrivingDuringAPromptIsTheNextRead() {
+    SignedOnClient c;
+    bool sentLate = false;
+    c.t.prompts.whileOpen = [&](const FakePrompts::Shown&) {
+        if (sentLate)
+            return;
+        sentLate = true;
+        // While the box is open the event loop runs and more data reaches the socket.
+        c.server.send("JOIN|\xbf|late\r\nMSG|\xbf|<late> hi\r\n");
+        QTest::qWaitFor([&] { return c.w->Winsock1->bytesAvailable() > 0; }, 5000);
+    };
+    QVERIFY(c.deliver("SMSG|\xbf|notice\r\nJOIN|\xbf|first\r\n"));
+    QTRY_COMPARE(::users(*c.w), (QStringList{QStringLiteral("first"), QStringLiteral("late")}));
+    QCOMPARE(c.w->rtb->toPlainText(),
+             QStringLiteral("\n ^ first Has entered...\n ^ late Has entered...\n<late> hi"));
+}
+
+void DispatcherTest::emoticonsAfterCompletedReads() {
+    SignedOnClient c;
+    const QChar picture(QChar::ObjectReplacementCharacter);
+    QVERIFY(c.deliver("MSG|\xbf|<ann> hi :) :D\r\n"));
+    QCOMPARE(c.w->rtb->toPlainText(), QStringLiteral("\n<ann> hi ") + picture + QStringLiteral(" :D"));
+    // A "/me" line ends its read before the pass: its code waits for the next completed read.
+    QVERIFY(c.deliver("MSG|\xbf|<ann> /me winks ;)\r\n"));
+    QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ;)")));
+    QVERIFY(c.deliver("JOIN|\xbf|bob\r\n"));
+    QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ") + picture + QStringLiteral("\n ^ bob Has entered...")));
+}
+
+QTEST_MAIN(DispatcherTest)
+#include "tst_dispatcher.moc"

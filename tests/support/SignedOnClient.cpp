@@ -1,0 +1,26 @@
+#include "SignedOnClient.h"
+
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTest>
+
+SignedOnClient::SignedOnClient() : w(std::make_unique<Form1>(t.services())) {
+    w->Form_Load();
+    w->Text3->setText(QStringLiteral("me"));
+    w->setPassword(QStringLiteral("1234"));
+    w->setServerAddress(QStringLiteral("127.0.0.1"), server.port());
+    w->signOn();
+    QTest::qWaitFor([this] { return server.hasClient() && w->isConnected(); }, 5000);
+    waitForSent(qsizetype(QByteArrayLiteral("LOGIN|\xbf|me|\xbf|1234").size()));
+    server.take();
+}
+
+bool SignedOnClient::deliver(const QByteArray& read) {
+    QSignalSpy handled(w.get(), &Form1::readHandled);
+    server.send(read);
+    return handled.wait(5000);
+}
+
+bool SignedOnClient::waitForSent(qsizetype bytes) {
+    return QTest::qWaitFor([&] { return server.received().size() >= bytes; }, 5000);
+}
