@@ -14,6 +14,8 @@
 ChatServer::ChatServer(AccountStore& store, const ServerLimits& limits, NowFunction now, QObject* parent)
     : QObject(parent), m_limits(limits), m_now(std::move(now)), m_listener(new QTcpServer(this)),
       m_room(new ChatRoom(store, limits, m_now, this)), m_keepAlive(new QTimer(this)) {
+    // A burst of members coming back after an outage must not overflow the kernel's accept queue.
+    m_listener->setListenBacklogSize(1024);
     connect(m_listener, &QTcpServer::newConnection, this, &ChatServer::onNewConnection);
     connect(m_keepAlive, &QTimer::timeout, this, &ChatServer::onKeepAlive);
     m_keepAlive->start(m_limits.keepAliveMs);

@@ -14,6 +14,8 @@ public:
     explicit ServerTestClient(QObject* parent = nullptr);
 
     bool connectTo(quint16 port);
+    // Starts connecting without waiting, for tests that open many connections at once.
+    void startConnect(quint16 port) { m_socket.connectToHost(QHostAddress::LocalHost, port); }
     // One write, Windows-1252, no terminator added.
     void sendSegment(const QString& text);
     void sendBytes(const QByteArray& bytes);

@@ -1,0 +1,215 @@
+// What one member can cost the others: silence, over-long lines, junk, floods, many
+// connections, and not reading. In every case the others keep being served.
+#include "TestServer.h"
+
+#include <QRandomGenerator>
+#include <QTcpSocket>
+#include <QTest>
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+const QString S = QStringLiteral("|\u00BF|");
+
+QString msg(const QString& text) {
+    return QStringLiteral("MSG") + S + text;
+}
+} // namespace
+
+class TestServerLimits : public QObject {
+    Q_OBJECT
+private slots:
+    void silentMemberIsDroppedAfterThreeIntervals();
+    void hostileSegmentDropsOnlyItsSender_data();
+    void hostileSegmentDropsOnlyItsSender();
+    void floodIsRefusedWithOneNotice();
+    void manyConnectionsOpenedAndDropped_data();
+    void manyConnectionsOpenedAndDropped();
+    void memberThatDoesNotReadIsDropped();
+};
+
+void TestServerLimits::silentMemberIsDroppedAfterThreeIntervals() {
+    ServerLimits limits = TestServer::testLimits();
+    limits.keepAliveMs = 50;
+    TestServer server(limits);
+    server.addAccount(QStringLiteral("alice"), QStringLiteral("11"));
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("22"));
+    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("11"));
+    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("22"));
+    QVERIFY(alice && bob);
+    bob->setAnswerPings(false);
+    QVERIFY(bob->waitForDisconnect(3000));
+    QVERIFY(alice->waitForLine(QStringLiteral("PART") + S + QStringLiteral("bob")));
+    // bob heard PINGs (as "PING|¿|HH:mm:ss") and said nothing; alice answered hers and stays.
+    QVERIFY(bob->lines().count(QStringLiteral("PING") + S + QStringLiteral("12:00:00")) >= 2);
+    QVERIFY(alice->isConnected());
+    QCOMPARE(server.server().room().onlineNames(), QStringList{QStringLiteral("alice")});
+}
+
+void TestServerLimits::hostileSegmentDropsOnlyItsSender_data() {
+    QTest::addColumn<QByteArray>("junk");
+    QTest::addColumn<bool>("senderDropped");
+    QTest::newRow("10 MB line") << QByteArray(10 * 1024 * 1024, 'x') << true;
+    QTest::newRow("line just over 8 KiB") << (QByteArray("MSG|\xBF|") + QByteArray(8 * 1024, 'y') + "\r\n") << true;
+    QRandomGenerator random(20260301);
+    QByteArray noise(6000, '\0');
+    for (char& byte : noise)
+        byte = static_cast<char>(random.bounded(256));
+    QTest::newRow("random bytes") << noise << false;
+    QTest::newRow("unknown words") << QByteArray("HELLO\r\nLIST|\xBF|x\r\nINVALID\r\nDONER\r\n\x00\x01\x02", 36) << false;
+}
+
+void TestServerLimits::hostileSegmentDropsOnlyItsSender() {
+    QFETCH(QByteArray, junk);
+    QFETCH(bool, senderDropped);
+    TestServer server;
+    for (const char* name : {"alice", "bob", "carol"})
+        server.addAccount(QString::fromLatin1(name), QStringLiteral("1"));
+    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
+    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("1"));
+    auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
+    QVERIFY(alice && bob && carol);
+    ServerTestClient stranger; // the same junk from a connection that never signed on
+    QVERIFY(stranger.connectTo(server.port()));
+    QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("carol")));
+    alice->clear();
+
+    bob->sendBytes(junk);
+    stranger.sendBytes(junk);
+    if (senderDropped) {
+        QVERIFY(bob->waitForDisconnect());
+        QVERIFY(stranger.waitForDisconnect());
+        QVERIFY(alice->waitForLine(QStringLiteral("PART") + S + QStringLiteral("bob")));
+    }
+    carol->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("still fine")));
+    QVERIFY(alice->waitForLine(msg(QStringLiteral("<carol> still fine"))));
+    for (const QString& line : alice->chatLines()) {
+        QVERIFY2(line.startsWith(msg(QStringLiteral("<carol> "))) || line.startsWith(msg(QStringLiteral("<bob> "))) ||
+                     line == QStringLiteral("PART") + S + QStringLiteral("bob"),
+                 qPrintable(line.left(80)));
+    }
+    QCOMPARE(bob->isConnected(), !senderDropped);
+}
+
+void TestServerLimits::floodIsRefusedWithOneNotice() {
+    ServerLimits limits = TestServer::testLimits();
+    limits.floodLines = 3;
+    limits.floodWindowMs = 1000;
+    TestServer server(limits);
+    server.addAccount(QStringLiteral("alice"), QStringLiteral("1"));
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("1"));
+    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
+    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("1"));
+    QVERIFY(alice && bob);
+    bob->clear();
+    // The sign-on used one message of bob's window; two more lines pass.
+    bob->sendSegment(QStringLiteral("MSG|\u00BF|1\r\nMSG|\u00BF|2\r\nMSG|\u00BF|3\r\nMSG|\u00BF|4\r\nMSG|\u00BF|5\r\n"));
+    const QString warning = QStringLiteral("SMSG") + S + QStringLiteral("You are sending too fast; some of your lines were dropped.");
+    QVERIFY(bob->waitForLine(warning));
+    QCOMPARE(bob->chatLines(), (QStringList{msg(QStringLiteral("<bob> 1")), msg(QStringLiteral("<bob> 2")), warning}));
+    server.advance(2);
+    bob->sendSegment(msg(QStringLiteral("6")));
+    QVERIFY(alice->waitForLine(msg(QStringLiteral("<bob> 6"))));
+    QVERIFY(!alice->lines().contains(msg(QStringLiteral("<bob> 3"))));
+}
+
+void TestServerLimits::manyConnectionsOpenedAndDropped_data() {
+    QTest::addColumn<int>("cap");
+    QTest::addColumn<int>("rounds");
+    QTest::addColumn<int>("perRound");
+    // 5 rounds of 200 keep the test within a default descriptor limit of 1024.
+    QTest::newRow("1000 connections, no cap") << 0 << 5 << 200;
+    QTest::newRow("cap of 8, 12 at once") << 8 << 1 << 12;
+}
+
+void TestServerLimits::manyConnectionsOpenedAndDropped() {
+    QFETCH(int, cap);
+    QFETCH(int, rounds);
+    QFETCH(int, perRound);
+    ServerLimits limits = TestServer::testLimits();
+    limits.connectionsPerAddress = cap;
+    TestServer server(limits);
+    server.addAccount(QStringLiteral("alice"), QStringLiteral("1"));
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("1"));
+    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
+    QVERIFY(alice);
+    const int membersBefore = server.server().connectionCount();
+    for (int round = 0; round < rounds; ++round) {
+        std::vector<std::unique_ptr<ServerTestClient>> clients;
+        for (int i = 0; i < perRound; ++i) {
+            clients.push_back(std::make_unique<ServerTestClient>());
+            clients.back()->startConnect(server.port());
+        }
+        const auto connected = [&] {
+            return std::count_if(clients.begin(), clients.end(), [](const auto& c) {
+                return c->socket().state() == QAbstractSocket::ConnectedState || !c->lines().isEmpty();
+            });
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(connected(), qsizetype(perRound), 10000);
+        if (cap > 0) {
+            const int expectedRefused = perRound - (cap - membersBefore);
+            const auto refused = [&] {
+                int count = 0;
+                for (const auto& client : clients) {
+                    count += client->lines() ==
+                             QStringList{QStringLiteral("SMSG") + S + QStringLiteral("Too many connections from your address.")};
+                }
+                return count;
+            };
+            QTRY_COMPARE_WITH_TIMEOUT(refused(), expectedRefused, 5000);
+            QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), cap, 5000);
+        } else {
+            QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), membersBefore + perRound, 10000);
+        }
+        for (auto& client : clients)
+            client->socket().abort();
+        QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), membersBefore, 10000);
+    }
+    // The room is unharmed and takes a newcomer.
+    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("1"));
+    QVERIFY(bob);
+    QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
+}
+
+void TestServerLimits::memberThatDoesNotReadIsDropped() {
+    ServerLimits limits = TestServer::testLimits();
+    limits.floodLines = 1'000'000;
+    limits.maxPendingOutputBytes = 64 * 1024;
+    TestServer server(limits);
+    for (const char* name : {"alice", "bob", "carol"})
+        server.addAccount(QString::fromLatin1(name), QStringLiteral("1"));
+    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
+    auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
+    QVERIFY(alice && carol);
+
+    // bob signs on and then never reads: Qt stops taking data off the kernel at 1 KiB.
+    QTcpSocket bob;
+    bob.setReadBufferSize(1024);
+    bob.connectToHost(QHostAddress::LocalHost, server.port());
+    QVERIFY(bob.waitForConnected(5000));
+    bob.write("LOGIN|\xBF|bob|\xBF|1");
+    bob.flush();
+    QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
+    carol->clear();
+
+    // Lines of 7 KiB until the kernel buffers and bob's allowance are full; bounded at 40 MiB.
+    const QString payload(7 * 1024, u'z');
+    const QString bobLeft = QStringLiteral("PART") + S + QStringLiteral("bob");
+    int sent = 0;
+    while (!carol->lines().contains(bobLeft) && sent < 6000) {
+        for (int i = 0; i < 50; ++i)
+            alice->sendSegment(msg(payload) + QStringLiteral("\r\n"));
+        sent += 50;
+        // Wait until carol has had every line so far: she is served all along.
+        QTRY_VERIFY_WITH_TIMEOUT(carol->lines().size() >= sent || carol->lines().contains(bobLeft), 10000);
+    }
+    QVERIFY(carol->waitForLine(bobLeft));
+    QTRY_COMPARE_WITH_TIMEOUT(server.server().room().onlineNames(),
+                              (QStringList{QStringLiteral("alice"), QStringLiteral("carol")}), 5000);
+    alice->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("after")));
+    QVERIFY(carol->waitForLine(msg(QStringLiteral("<alice> after"))));
+}
+
+QTEST_GUILESS_MAIN(TestServerLimits)
+#include "tst_serverlimits.moc"
