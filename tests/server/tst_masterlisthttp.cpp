@@ -1,0 +1,175 @@
+// The master lists over HTTP: GET and HEAD of the six lists, 404 for everything else,
+// nothing outside the data folder reachable, and the samples copied in at start.
+#include "server/MasterListFolder.h"
+#include "server/MasterListHttp.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+// One raw exchange: the request bytes as given, then whatever the server writes until
+// `complete` is satisfied (or the server closes).
+QByteArray exchange(quint16 port, const QByteArray& request, const std::function<bool(const QByteArray&)>& complete) {
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, port);
+    if (!socket.waitForConnected(5000))
+        return {};
+    QByteArray received;
+    QObject::connect(&socket, &QTcpSocket::readyRead, [&] { received += socket.readAll(); });
+    socket.write(request);
+    [[maybe_unused]] const bool done = QTest::qWaitFor(
+        [&] { return complete(received) || socket.state() == QAbstractSocket::UnconnectedState; }, 5000);
+    return received;
+}
+
+// A response is complete when its headers and Content-Length bytes of body have arrived.
+qsizetype responseEnd(const QByteArray& data, qsizetype from, bool head) {
+    const qsizetype headerEnd = data.indexOf("\r\n\r\n", from);
+    if (headerEnd < 0)
+        return -1;
+    const QByteArray headers = data.mid(from, headerEnd - from).toLower();
+    const qsizetype at = headers.indexOf("content-length:");
+    qsizetype length = 0;
+    if (at >= 0 && !head) {
+        const qsizetype lineEnd = headers.indexOf("\r\n", at);
+        length = headers.mid(at + 15, lineEnd < 0 ? -1 : lineEnd - at - 15).trimmed().toLongLong();
+    }
+    const qsizetype end = headerEnd + 4 + length;
+    return data.size() >= end ? end : -1;
+}
+
+QByteArray header(const QByteArray& response, const QByteArray& name) {
+    for (const QByteArray& line : response.left(response.indexOf("\r\n\r\n")).split('\n')) {
+        if (line.toLower().startsWith(name.toLower() + ':'))
+            return line.mid(name.size() + 1).trimmed();
+    }
+    return {};
+}
+
+} // namespace
+
+class TestMasterListHttp : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void samplesAreCopiedOnlyWhenMissing();
+    void getAndHead_data();
+    void getAndHead();
+    void everythingElseIsNotFound_data();
+    void everythingElseIsNotFound();
+
+private:
+    QTemporaryDir m_dir;
+    std::unique_ptr<MasterListHttp> m_http;
+    quint16 m_port = 0;
+};
+
+void TestMasterListHttp::initTestCase() {
+    QVERIFY(m_dir.isValid());
+    // A file beside the lists that no request may reach.
+    QFile secret(m_dir.filePath(QStringLiteral("quorvel.sqlite")));
+    QVERIFY(secret.open(QIODevice::WriteOnly));
+    secret.write("secret");
+    secret.close();
+    QDir().mkpath(m_dir.filePath(QStringLiteral("quorvel")));
+    QFile inner(m_dir.filePath(QStringLiteral("quorvel/qvllist-inner.qvl")));
+    QVERIFY(inner.open(QIODevice::WriteOnly));
+    inner.write("inner");
+    inner.close();
+    QVERIFY(MasterListFolder::seed(m_dir.path(), nullptr));
+    m_http = std::make_unique<MasterListHttp>(m_dir.path());
+    m_port = m_http->listen(QHostAddress::LocalHost, 0);
+    QVERIFY(m_port != 0);
+}
+
+void TestMasterListHttp::samplesAreCopiedOnlyWhenMissing() {
+    QTemporaryDir dir;
+    const QString kingpin = dir.filePath(QStringLiteral("qvllist-kingpin.qvl"));
+    QFile own(kingpin);
+    QVERIFY(own.open(QIODevice::WriteOnly));
+    own.write("Our own - 10.0.0.1 - 31510\r\n");
+    own.close();
+    QVERIFY(MasterListFolder::seed(dir.path(), nullptr));
+    QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 6);
+    QFile check(kingpin);
+    QVERIFY(check.open(QIODevice::ReadOnly));
+    QCOMPARE(check.readAll(), QByteArray("Our own - 10.0.0.1 - 31510\r\n"));
+    QFile rtcw(dir.filePath(QStringLiteral("qvllist-rtcw.qvl")));
+    QVERIFY(rtcw.open(QIODevice::ReadOnly));
+    const QByteArray sample = rtcw.readAll();
+    QVERIFY(sample.endsWith("\r\n"));
+    // Every entry is "description - address - port".
+    for (const QByteArray& line : sample.split('\n')) {
+        if (!line.isEmpty())
+            QCOMPARE(line.trimmed().split(' ').count("-"), qsizetype(2));
+    }
+    QVERIFY(sample.contains(" - 127.0.0.1 - 27960\r\n"));
+}
+
+void TestMasterListHttp::getAndHead_data() {
+    QTest::addColumn<QString>("name");
+    for (const QString& name : MasterListFolder::listNames())
+        QTest::newRow(qPrintable(name)) << name;
+}
+
+void TestMasterListHttp::getAndHead() {
+    QFETCH(QString, name);
+    QFile file(m_dir.filePath(name));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray body = file.readAll();
+    QVERIFY(!body.isEmpty());
+    const QByteArray path = "/quorvel/" + name.toLatin1();
+
+    const QByteArray get = exchange(m_port, "GET " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\n",
+                                    [](const QByteArray& d) { return responseEnd(d, 0, false) >= 0; });
+    QVERIFY2(get.startsWith("HTTP/1.1 200"), get.left(40).constData());
+    QCOMPARE(header(get, "Content-Length"), QByteArray::number(body.size()));
+    QCOMPARE(get.mid(get.indexOf("\r\n\r\n") + 4), body);
+
+    // HEAD then GET on one connection: the GET's status line must follow the HEAD's headers
+    // at once, which proves that HEAD sent no body.
+    const QByteArray both = exchange(
+        m_port,
+        "HEAD " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\nGET " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\n",
+        [](const QByteArray& d) {
+            const qsizetype first = responseEnd(d, 0, true);
+            return first >= 0 && responseEnd(d, first, false) >= 0;
+        });
+    QVERIFY2(both.startsWith("HTTP/1.1 200"), both.left(40).constData());
+    QCOMPARE(header(both, "Content-Length"), QByteArray::number(body.size()));
+    const qsizetype headEnd = both.indexOf("\r\n\r\n") + 4;
+    QVERIFY2(both.mid(headEnd).startsWith("HTTP/1.1 200"), both.mid(headEnd, 40).constData());
+    QVERIFY(both.endsWith(body));
+}
+
+void TestMasterListHttp::everythingElseIsNotFound_data() {
+    QTest::addColumn<QByteArray>("request");
+    const QByteArray tail = " HTTP/1.1\r\nHost: localhost\r\n\r\n";
+    QTest::newRow("dot-dot") << ("GET /quorvel/../quorvel.sqlite" + tail);
+    QTest::newRow("encoded dot-dot") << ("GET /quorvel/%2e%2e/quorvel.sqlite" + tail);
+    QTest::newRow("encoded slash") << ("GET /quorvel/..%2fquorvel.sqlite" + tail);
+    QTest::newRow("list then dot-dot") << ("GET /quorvel/qvllist-kingpin.qvl/../../quorvel.sqlite" + tail);
+    QTest::newRow("database at the root") << ("GET /quorvel.sqlite" + tail);
+    QTest::newRow("sub-folder") << ("GET /quorvel/quorvel/qvllist-inner.qvl" + tail);
+    QTest::newRow("unknown list") << ("GET /quorvel/qvllist-quake.qvl" + tail);
+    QTest::newRow("other extension") << ("GET /quorvel/qvllist-kingpin.txt" + tail);
+    QTest::newRow("root") << ("GET /" + tail);
+    QTest::newRow("HEAD of a missing list") << ("HEAD /quorvel/qvllist-quake.qvl" + tail);
+    QTest::newRow("POST") << QByteArray("POST /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: localhost\r\nContent-Length: 0\r\n\r\n");
+    QTest::newRow("DELETE") << ("DELETE /quorvel/qvllist-kingpin.qvl" + tail);
+}
+
+void TestMasterListHttp::everythingElseIsNotFound() {
+    QFETCH(QByteArray, request);
+    const QByteArray response = exchange(m_port, request, [](const QByteArray& d) { return responseEnd(d, 0, false) >= 0; });
+    QVERIFY2(response.startsWith("HTTP/1.1 404"), response.left(60).constData());
+    QVERIFY(!response.contains("secret"));
+    QVERIFY(!response.contains("inner"));
+}
+
+QTEST_GUILESS_MAIN(TestMasterListHttp)
+#include "tst_masterlisthttp.moc"
