@@ -54,14 +54,6 @@ QStringList soundNames(const FakeSounds& sounds) {
     return out;
 }
 
-// What the client sent, proven complete by a marker the test sends after it.
-QByteArray sentSoFar(SignedOnClient& c) {
-    c.w->send(QStringLiteral("MARK"));
-    QTest::qWaitFor([&] { return c.server.received().endsWith("MARK"); }, 5000);
-    QByteArray all = c.server.take();
-    all.chop(4);
-    return all;
-}
 
 void setUp(SignedOnClient& c, const QString& setup) {
     for (const QString& item : setup.split(u' ', Qt::SkipEmptyParts)) {
@@ -203,18 +195,20 @@ void DispatcherTest::serverMessages() {
     QFETCH(QStringList, prompts);
     QFETCH(QStringList, sounds);
     SignedOnClient c;
+    QVERIFY(c.ready);
     setUp(c, setup);
     for (const QByteArray& read : reads)
         QVERIFY(c.deliver(read));
     QCOMPARE(c.w->rtb->toPlainText(), display);
     QCOMPARE(::users(*c.w), users);
-    QCOMPARE(sentSoFar(c), sent);
+    QCOMPARE(c.sentSoFar(), sent);
     QCOMPARE(promptLines(c.t.prompts), prompts);
     QCOMPARE(soundNames(c.t.sounds), sounds);
 }
 
 void DispatcherTest::lineColours() {
     SignedOnClient c;
+    QVERIFY(c.ready);
     c.w->LV1->addItem(QStringLiteral("zed"));
     QVERIFY(c.deliver("JOIN|\xbf|ann\r\nMSG|\xbf|<ann> hi\r\nPART|\xbf|zed\r\n"));
     QVERIFY(c.deliver("MSG|\xbf|<ann> /me waves\r\n"));
@@ -240,6 +234,7 @@ void DispatcherTest::newNick() {
     QFETCH(std::optional<QString>, answer);
     QFETCH(QByteArray, sent);
     SignedOnClient c;
+    QVERIFY(c.ready);
     c.t.prompts.inputs.push_back(answer);
     QVERIFY(c.deliver("NICK\r\nJOIN|\xbf|lost\r\n"));
     QCOMPARE(c.t.prompts.last().kind, QStringLiteral("input"));
@@ -247,12 +242,13 @@ void DispatcherTest::newNick() {
     QCOMPARE(c.t.prompts.last().text, QStringLiteral("Please Select a New Nick..."));
     QCOMPARE(c.t.prompts.last().proposed, QStringLiteral("NewNick"));
     QCOMPARE(c.w->Text3->text(), answer.value_or(QString()));
-    QCOMPARE(sentSoFar(c), sent);
+    QCOMPARE(c.sentSoFar(), sent);
     QCOMPARE(c.w->LV1->count(), 0);
 }
 
 void DispatcherTest::invalidSignsOff() {
     SignedOnClient c;
+    QVERIFY(c.ready);
     QVERIFY(c.deliver("INVALID\r\nJOIN|\xbf|lost\r\n"));
     QCOMPARE(promptLines(c.t.prompts), QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});
     QCOMPARE(c.w->statusText(), QStringLiteral("Signed Off"));
@@ -264,6 +260,7 @@ void DispatcherTest::invalidSignsOff() {
 
 void DispatcherTest::privateLinesFillTenWindows() {
     SignedOnClient c;
+    QVERIFY(c.ready);
     for (int i = 1; i <= 11; ++i)
         QVERIFY(c.deliver(QByteArray("PMSG|\xbf|<p") + QByteArray::number(i) + "> hello\r\n"));
     QVERIFY(c.deliver("PMSG|\xbf|<p3> again\r\n"));
@@ -281,6 +278,7 @@ void DispatcherTest::privateLinesFillTenWindows() {
 
 void DispatcherTest::whoYouFillsUserInfoInOrder() {
     SignedOnClient c;
+    QVERIFY(c.ready);
     QVERIFY(c.deliver("PMSG|\xbf|<bob> /WHOYOU Age : 23|@|Email : b@c|@|Website : http://x|@|Hobbys : kp|@|\r\n"));
     Form2& info = c.w->userInfo();
     QVERIFY(info.isVisible());
@@ -292,6 +290,7 @@ void DispatcherTest::whoYouFillsUserInfoInOrder() {
 
 void DispatcherTest::followUserFinalJoinsTheGame() {
     SignedOnClient c;
+    QVERIFY(c.ready);
     QSignalSpy join(&c.w->gameStarter(), &GameStarter::joinRequested);
     QVERIFY(c.deliver("FOLLOWUSERFINAL|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin\r\nJOIN|\xbf|ann\r\n"));
     GameStarter& g = c.w->gameStarter();
@@ -306,6 +305,7 @@ void DispatcherTest::followUserFinalJoinsTheGame() {
 
 void DispatcherTest::dataArrivingDuringAPromptIsTheNextRead() {
     SignedOnClient c;
+    QVERIFY(c.ready);
     bool sentLate = false;
     c.t.prompts.whileOpen = [&](const FakePrompts::Shown&) {
         if (sentLate)
@@ -313,7 +313,7 @@ void DispatcherTest::dataArrivingDuringAPromptIsTheNextRead() {
         sentLate = true;
         // While the box is open the event loop runs and more data reaches the socket.
         c.server.send("JOIN|\xbf|late\r\nMSG|\xbf|<late> hi\r\n");
-        QTest::qWaitFor([&] { return c.w->Winsock1->bytesAvailable() > 0; }, 5000);
+        QVERIFY(QTest::qWaitFor([&] { return c.w->Winsock1->bytesAvailable() > 0; }, 5000));
     };
     QVERIFY(c.deliver("SMSG|\xbf|notice\r\nJOIN|\xbf|first\r\n"));
     QTRY_COMPARE(::users(*c.w), (QStringList{QStringLiteral("first"), QStringLiteral("late")}));
@@ -323,6 +323,7 @@ void DispatcherTest::dataArrivingDuringAPromptIsTheNextRead() {
 
 void DispatcherTest::emoticonsAfterCompletedReads() {
     SignedOnClient c;
+    QVERIFY(c.ready);
     const QChar picture(QChar::ObjectReplacementCharacter);
     QVERIFY(c.deliver("MSG|\xbf|<ann> hi :) :D\r\n"));
     QCOMPARE(c.w->rtb->toPlainText(), QStringLiteral("\n<ann> hi ") + picture + QStringLiteral(" :D"));

@@ -26,9 +26,12 @@ std::optional<QString> FakePrompts::input(const QString& prompt, const QString& 
     record({QStringLiteral("input"), title, prompt, Icon::None, Buttons::OkCancel, proposed});
     if (inputs.empty())
         return std::nullopt;
-    auto a = inputs.front();
+    const bool typed = inputs.front().has_value();
+    const QString text = typed ? *inputs.front() : QString();
     inputs.pop_front();
-    return a;
+    if (!typed)
+        return std::nullopt;
+    return text;
 }
 
 QString FakePrompts::openFile(const QString& title, const QString& folder, const QString& filter) {

@@ -10,8 +10,8 @@ SignedOnClient::SignedOnClient() : w(std::make_unique<Form1>(t.services())) {
     w->setPassword(QStringLiteral("1234"));
     w->setServerAddress(QStringLiteral("127.0.0.1"), server.port());
     w->signOn();
-    QTest::qWaitFor([this] { return server.hasClient() && w->isConnected(); }, 5000);
-    waitForSent(qsizetype(QByteArrayLiteral("LOGIN|\xbf|me|\xbf|1234").size()));
+    ready = QTest::qWaitFor([this] { return server.hasClient() && w->isConnected(); }, 5000) &&
+            waitForSent(qsizetype(QByteArrayLiteral("LOGIN|\xbf|me|\xbf|1234").size()));
     server.take();
 }
 
@@ -23,4 +23,13 @@ bool SignedOnClient::deliver(const QByteArray& read) {
 
 bool SignedOnClient::waitForSent(qsizetype bytes) {
     return QTest::qWaitFor([&] { return server.received().size() >= bytes; }, 5000);
+}
+
+QByteArray SignedOnClient::sentSoFar() {
+    w->send(QStringLiteral("MARK"));
+    if (!QTest::qWaitFor([this] { return server.received().endsWith("MARK"); }, 5000))
+        return QByteArrayLiteral("<timeout>");
+    QByteArray all = server.take();
+    all.chop(4);
+    return all;
 }
