@@ -2,6 +2,7 @@
 
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "common/Windows1252.h"
 #include "server/AccountStore.h"
 #include "server/AddressRules.h"
 #include "server/MemberSession.h"
@@ -158,9 +159,10 @@ MemberSession* ChatRoom::online(const QString& displayName) const {
 void ChatRoom::broadcast(const QString& message, MemberSession* except) {
     // A copy: a member dropped for not reading leaves through the event loop, never mid-loop.
     const QList<MemberSession*> members = m_members;
+    const QByteArray line = Windows1252::encode(message + ChatProtocol::LineEnd);
     for (MemberSession* member : members) {
         if (member != except)
-            member->send(message);
+            member->sendEncoded(line);
     }
 }
 

@@ -22,9 +22,15 @@ MemberSession::MemberSession(QTcpSocket* socket, const ServerLimits& limits, Now
 }
 
 void MemberSession::send(const QString& message) {
+    sendEncoded(Windows1252::encode(message + ChatProtocol::LineEnd));
+}
+
+void MemberSession::sendEncoded(const QByteArray& line) {
     if (m_state == State::Closing || m_socket->state() != QAbstractSocket::ConnectedState)
         return;
-    m_socket->write(Windows1252::encode(message + ChatProtocol::LineEnd));
+    // One write per message, flushed at once: the client stops reading a batch after some
+    // messages, so we never gather several into one write on purpose.
+    m_socket->write(line);
     m_socket->flush();
     if (m_socket->bytesToWrite() > m_limits.maxPendingOutputBytes)
         drop(QStringLiteral("not reading"));

@@ -32,6 +32,8 @@ public:
     // Writes one message followed by CR LF as its own write. A member that has stopped reading
     // and let too much pile up is dropped instead.
     void send(const QString& message);
+    // The same for a message already encoded and CR LF ended, so a broadcast encodes once.
+    void sendEncoded(const QByteArray& line);
     // Sends what is queued, then closes.
     void closeAfterSending();
     // Closes at once, from the event loop, so that callers iterating over the room stay valid.

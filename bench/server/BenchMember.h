@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QTcpSocket>
+
+// One member of the benchmark room, on either chat protocol: signs on, answers keep-alives,
+// and counts the room lines it receives. Lines are reassembled across reads before counting.
+class BenchMember : public QObject {
+    Q_OBJECT
+public:
+    enum class Protocol { Quorvel, Irc };
+
+    BenchMember(Protocol protocol, const QString& name, QObject* parent = nullptr);
+
+    void connectTo(quint16 port);
+    // One room line; CR LF ended so that lines merged by TCP still split on the server.
+    void say(const QByteArray& text);
+
+    bool isReady() const { return m_ready; }
+    qint64 roomLines() const { return m_roomLines; }
+    bool hasFailed() const { return m_failed; }
+
+signals:
+    void ready();
+    void roomLine();
+
+private:
+    void onConnected();
+    void onReadyRead();
+    void handleLine(const QByteArray& line);
+
+    Protocol m_protocol;
+    QByteArray m_name;
+    QTcpSocket m_socket;
+    QByteArray m_partial;
+    bool m_ready = false;
+    bool m_failed = false;
+    qint64 m_roomLines = 0;
+};
