@@ -355,7 +355,15 @@ void Form1::appendLine(const QString& text, qint64 bgrColour) {
     format.setForeground(BgrColour::toColor(bgrColour));
     cursor.insertBlock(QTextBlockFormat(), format);
     cursor.insertText(text, format);
-    rtb->setTextCursor(cursor);
+    // Keeping the newest line in view costs a scroll-bar update; once per read is enough.
+    if (!m_handlingRead)
+        scrollToNewest();
+}
+
+void Form1::scrollToNewest() {
+    QTextCursor end(rtb->document());
+    end.movePosition(QTextCursor::End);
+    rtb->setTextCursor(end);
 }
 
 void Form1::selectUser(const QString& nickname) {

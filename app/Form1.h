@@ -4,6 +4,7 @@
 
 #include <QMainWindow>
 #include <QPointer>
+#include <QTextCursor>
 
 #include <array>
 
@@ -110,6 +111,7 @@ public:
 
     // Appends a new line (it begins the line break, so the display never ends with one).
     void appendLine(const QString& text, qint64 bgrColour);
+    void scrollToNewest();
     void selectUser(const QString& nickname);
     QString selectedUser() const;
     // Sends one message on the chat socket; false when not connected.
@@ -155,6 +157,10 @@ public:
     void Winsock1_Close();
     void Winsock1_Error();
     void Winsock1_DataArrival();
+    // One read from the chat server, already decoded: what the data-arrival handler runs.
+    void handleRead(const QString& read);
+    // Before a box opens in the middle of a read: lay out and show what the read has added so far.
+    void showDisplayBeforePrompt();
     void showPlaying();
 
 Q_SIGNALS:
@@ -182,6 +188,7 @@ private:
     quint16 m_serverPort;
     bool m_ending = false;
     bool m_handlingRead = false;
+    QTextCursor m_readEdit;
     QLabel* m_statusPanel;
     QLabel* m_connectionPanel;
     QPointer<GameStarter> m_gameStarter;

@@ -14,6 +14,7 @@
 #include <QListWidget>
 #include <QSignalBlocker>
 #include <QTcpSocket>
+#include <QTextEdit>
 #include <QTimer>
 
 void Form1::setStatusText(const QString& text) { m_statusPanel->setText(text); }
@@ -90,13 +91,30 @@ void Form1::Winsock1_DataArrival() {
     // waits in the socket and is handled as the next read, once this one has ended.
     if (m_handlingRead)
         return;
-    m_handlingRead = true;
-    const QString read = Windows1252::decode(Winsock1->readAll());
-    m_dispatcher->handleRead(read);
-    m_handlingRead = false;
+    handleRead(Windows1252::decode(Winsock1->readAll()));
     Q_EMIT readHandled();
     if (Winsock1->bytesAvailable() > 0)
         QTimer::singleShot(0, this, &Form1::Winsock1_DataArrival);
+}
+
+void Form1::handleRead(const QString& read) {
+    m_handlingRead = true;
+    // The display lays out the lines of one read together instead of one by one.
+    m_readEdit = QTextCursor(rtb->document());
+    m_readEdit.beginEditBlock();
+    m_dispatcher->handleRead(read);
+    m_readEdit.endEditBlock();
+    m_handlingRead = false;
+    scrollToNewest();
+}
+
+void Form1::showDisplayBeforePrompt() {
+    // A box opened in the middle of a read comes after the lines before it, on screen too.
+    if (!m_handlingRead)
+        return;
+    m_readEdit.endEditBlock();
+    scrollToNewest();
+    m_readEdit.beginEditBlock();
 }
 
 void Form1::runEmoticonPass() { m_emoticons->replaceNewCodes(); }

@@ -32,7 +32,6 @@ void ChatDispatcher::handleRead(const QString& read) {
 
 ChatDispatcher::Next ChatDispatcher::handlePiece(const QStringList& fields) {
     const QString word = fields.value(0);
-    Prompts& prompts = m_main.services().prompts;
     if (word == FollowUserBack)
         return followUserBack(fields);
     if (word == FollowUserFinal)
@@ -42,18 +41,18 @@ ChatDispatcher::Next ChatDispatcher::handlePiece(const QStringList& fields) {
         return Next::Continue;
     }
     if (word == InUse) {
-        prompts.message(kTitle,
+        promptNow().message(kTitle,
                         QStringLiteral("Unable To Create New Account... Possible Resons, Invalid Name, Name in Use, "
                                        "You Own 2 Accounts... Please Check this and Try Again"),
                         Prompts::Icon::Critical);
         return Next::Continue;
     }
     if (word == Done) {
-        prompts.message(kTitle, QStringLiteral("Thank you, account created ok."), Prompts::Icon::Information);
+        promptNow().message(kTitle, QStringLiteral("Thank you, account created ok."), Prompts::Icon::Information);
         return Next::EndRead;
     }
     if (word == Invalid) {
-        prompts.message(kTitle, QStringLiteral("Login Error : Please Try Again"), Prompts::Icon::Critical);
+        promptNow().message(kTitle, QStringLiteral("Login Error : Please Try Again"), Prompts::Icon::Critical);
         m_main.closeQuietly();
         m_main.signedOff();
         return Next::EndRead;
@@ -72,13 +71,18 @@ ChatDispatcher::Next ChatDispatcher::handlePiece(const QStringList& fields) {
     if (word == Msg)
         return publicLine(fields);
     if (word == ServerMsg) {
-        prompts.message(QStringLiteral("Quorvel Public Server Message!"), fields.value(1),
+        promptNow().message(QStringLiteral("Quorvel Public Server Message!"), fields.value(1),
                         Prompts::Icon::Information);
         return Next::Continue;
     }
     if (word == PrivateMsg)
         return privateLine(fields);
     return Next::Continue;
+}
+
+Prompts& ChatDispatcher::promptNow() {
+    m_main.showDisplayBeforePrompt();
+    return m_main.services().prompts;
 }
 
 void ChatDispatcher::playIfSoundsOn(const QString& backslashName) {
@@ -130,7 +134,7 @@ ChatDispatcher::Next ChatDispatcher::part(const QStringList& fields) {
 
 ChatDispatcher::Next ChatDispatcher::newNick() {
     // A cancelled box gives an empty name, and that is what is sent.
-    const auto answer = m_main.services().prompts.input(QStringLiteral("Please Select a New Nick..."),
+    const auto answer = promptNow().input(QStringLiteral("Please Select a New Nick..."),
                                                         QStringLiteral("NewNick"), QStringLiteral("NewNick"));
     m_main.Text3->setText(answer.value_or(QString()));
     m_main.send(ChatMessage::build(Nick, {m_main.Text3->text()}));
@@ -176,7 +180,7 @@ ChatDispatcher::Next ChatDispatcher::privateLine(const QStringList& fields) {
         return Next::EndRead;
     }
     if (second.left(12) == SendDecline) {
-        m_main.services().prompts.message(QStringLiteral("Declined"), QStringLiteral("Transfer Declined..."),
+        promptNow().message(QStringLiteral("Declined"), QStringLiteral("Transfer Declined..."),
                                           Prompts::Icon::None);
         return Next::EndRead;
     }

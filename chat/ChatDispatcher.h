@@ -4,6 +4,7 @@
 #include <QStringList>
 
 class Form1;
+class Prompts;
 
 // Interprets what the chat server sends: one read at a time, piece by piece, on the main window.
 class ChatDispatcher {
@@ -28,6 +29,8 @@ private:
     Next publicLine(const QStringList& fields);
     Next privateLine(const QStringList& fields);
     void playIfSoundsOn(const QString& backslashName);
+    // The prompt service, once the display shows everything this read has added so far.
+    Prompts& promptNow();
 
     Form1& m_main;
 };

@@ -3,7 +3,6 @@
 #include "FakeServices.h"
 
 #include "app/Form1.h"
-#include "chat/ChatDispatcher.h"
 #include "common/Windows1252.h"
 
 #include <QApplication>
@@ -34,11 +33,11 @@ double medianMs(std::vector<double> v) {
     return v[v.size() / 2];
 }
 
-double timeOneRead(ChatDispatcher& dispatcher, int firstLine) {
+double timeOneRead(Form1& w, int firstLine) {
     const QString read = makeRead(firstLine);
     QElapsedTimer t;
     t.start();
-    dispatcher.handleRead(read);
+    w.handleRead(read);
     return double(t.nsecsElapsed()) / 1e6;
 }
 } // namespace
@@ -50,13 +49,12 @@ int main(int argc, char** argv) {
     Form1 w(t.services());
     w.mnuNotify->setChecked(false);
     w.show();
-    ChatDispatcher dispatcher(w);
 
     // Throughput: 100,000 lines from an empty display.
     QElapsedTimer total;
     total.start();
     for (int line = 0; line < 100'000; line += LinesPerRead)
-        dispatcher.handleRead(makeRead(line));
+        w.handleRead(makeRead(line));
     const double seconds = double(total.nsecsElapsed()) / 1e9;
     std::printf("throughput: 100000 lines in %.2f s = %.0f lines/s\n", seconds, 100'000 / seconds);
 
@@ -64,16 +62,16 @@ int main(int argc, char** argv) {
     std::vector<double> small;
     for (int i = 0; i < 7; ++i) {
         w.rtb->clear();
-        dispatcher.handleRead(makeRead(0).section(QStringLiteral("\r\n"), 0, 99) + QStringLiteral("\r\n"));
-        small.push_back(timeOneRead(dispatcher, 1000));
+        w.handleRead(makeRead(0).section(QStringLiteral("\r\n"), 0, 99) + QStringLiteral("\r\n"));
+        small.push_back(timeOneRead(w, 1000));
     }
     // The same read on a 50,000-line display.
     w.rtb->clear();
     for (int line = 0; line < 50'000; line += LinesPerRead)
-        dispatcher.handleRead(makeRead(line));
+        w.handleRead(makeRead(line));
     std::vector<double> large;
     for (int i = 0; i < 7; ++i)
-        large.push_back(timeOneRead(dispatcher, 50'000 + i * LinesPerRead));
+        large.push_back(timeOneRead(w, 50'000 + i * LinesPerRead));
 
     const double smallMs = medianMs(small), largeMs = medianMs(large);
     std::printf("read of 1000 lines: %.2f ms on a 100-line display, %.2f ms on a 50000-line display\n", smallMs,

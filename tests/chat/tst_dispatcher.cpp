@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QAbstractTextDocumentLayout>
 #include <QTextBlock>
 #include <QTextEdit>
 #include <QtTest>
@@ -30,6 +31,7 @@ private Q_SLOTS:
     void followUserFinalJoinsTheGame();
     void dataArrivingDuringAPromptIsTheNextRead();
     void emoticonsAfterCompletedReads();
+    void linesBeforeABoxAreLaidOutWhenItOpens();
 };
 
 namespace {
@@ -332,6 +334,19 @@ void DispatcherTest::emoticonsAfterCompletedReads() {
     QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ;)")));
     QVERIFY(c.deliver("JOIN|\xbf|bob\r\n"));
     QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ") + picture + QStringLiteral("\n ^ bob Has entered...")));
+}
+
+void DispatcherTest::linesBeforeABoxAreLaidOutWhenItOpens() {
+    SignedOnClient c;
+    QVERIFY(c.ready);
+    c.w->show();
+    qreal heightWhileOpen = -1;
+    c.t.prompts.whileOpen = [&](const FakePrompts::Shown&) {
+        QTextDocument* doc = c.w->rtb->document();
+        heightWhileOpen = doc->documentLayout()->blockBoundingRect(doc->lastBlock()).height();
+    };
+    QVERIFY(c.deliver("JOIN|\xbf|first\r\nSMSG|\xbf|notice\r\n"));
+    QVERIFY(heightWhileOpen > 0);
 }
 
 QTEST_MAIN(DispatcherTest)
