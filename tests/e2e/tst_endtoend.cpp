@@ -1,0 +1,149 @@
+// Real clients against the companion server, in one process, over 127.0.0.1.
+#include "FakeServices.h"
+#include "TestServer.h"
+
+#include "ancillary/Form2.h"
+#include "app/Form1.h"
+#include "browser/GameStarter.h"
+#include "chat/Form7.h"
+#include "chat/Form8.h"
+#include "privatechat/Form3.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTextEdit>
+#include <QtTest>
+
+namespace {
+struct Member {
+    TestServices t;
+    Form1 w{t.services()};
+    explicit Member(quint16 port) {
+        w.Form_Load();
+        w.setServerAddress(QStringLiteral("127.0.0.1"), port);
+    }
+    void signOn(const QString& name, const QString& password) {
+        w.mnucon->trigger();
+        auto* dialog = w.findChild<Form7*>();
+        dialog->fields.text1[ProfileFields::AccountName]->setText(name);
+        dialog->fields.text1[ProfileFields::Password]->setText(password);
+        dialog->Command1->click();
+    }
+    QStringList users() const {
+        QStringList out;
+        for (int i = 0; i < w.LV1->count(); ++i)
+            out.append(w.LV1->item(i)->text());
+        return out;
+    }
+    void say(const QString& line) {
+        w.Text1->setText(line);
+        QTest::keyClick(w.Text1, Qt::Key_Return);
+    }
+};
+} // namespace
+
+class EndToEndTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void newAccountThenSignOn();
+    void roomPrivateDetailsAndFollow();
+    void wrongPasswordIsRefused();
+};
+
+void EndToEndTest::newAccountThenSignOn() {
+    TestServer server;
+    Member ann(server.port());
+    ann.w.mnuNews->trigger();
+    QTRY_VERIFY(ann.w.findChild<Form8*>());
+    auto* dialog = ann.w.findChild<Form8*>();
+    dialog->fields.text1[ProfileFields::AccountName]->setText(QStringLiteral("ann"));
+    dialog->fields.text1[ProfileFields::Password]->setText(QStringLiteral("2468"));
+    dialog->fields.text1[ProfileFields::Age]->setText(QStringLiteral("23"));
+    dialog->Command1->click();
+    QTRY_COMPARE(ann.t.prompts.texts(), QStringList{QStringLiteral("Thank you, account created ok.")});
+
+    // The same name again is refused.
+    Member copycat(server.port());
+    copycat.w.mnuNews->trigger();
+    QTRY_VERIFY(copycat.w.findChild<Form8*>());
+    auto* second = copycat.w.findChild<Form8*>();
+    second->fields.text1[ProfileFields::AccountName]->setText(QStringLiteral("ann"));
+    second->fields.text1[ProfileFields::Password]->setText(QStringLiteral("1"));
+    second->Command1->click();
+    QTRY_COMPARE(copycat.t.prompts.shown.size(), 1);
+    QVERIFY(copycat.t.prompts.last().text.startsWith(QStringLiteral("Unable To Create New Account...")));
+
+    ann.signOn(QStringLiteral("ann"), QStringLiteral("2468"));
+    QTRY_COMPARE(ann.users(), QStringList{QStringLiteral("ann")});
+    QCOMPARE(ann.w.statusText(), QStringLiteral("Signed On"));
+}
+
+void EndToEndTest::roomPrivateDetailsAndFollow() {
+    TestServer server;
+    server.addAccount(QStringLiteral("ann"), QStringLiteral("1111"));
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("2222"));
+    Member ann(server.port()), bob(server.port());
+    ann.signOn(QStringLiteral("ann"), QStringLiteral("1111"));
+    QTRY_COMPARE(ann.users(), QStringList{QStringLiteral("ann")});
+    bob.signOn(QStringLiteral("bob"), QStringLiteral("2222"));
+    QTRY_COMPARE(bob.users().size(), 2);
+    QTRY_COMPARE(ann.users(), (QStringList{QStringLiteral("ann"), QStringLiteral("bob")}));
+    QVERIFY(ann.w.rtb->toPlainText().contains(QStringLiteral(" ^ bob Has entered...")));
+
+    // A line reaches everyone, the sender included, with its emoticon converted.
+    ann.say(QStringLiteral("hello all :)"));
+    const QString shown = QStringLiteral("<ann> hello all ") + QChar(QChar::ObjectReplacementCharacter);
+    QTRY_VERIFY(bob.w.rtb->toPlainText().endsWith(shown));
+    QTRY_VERIFY(ann.w.rtb->toPlainText().endsWith(shown));
+
+    // User details: a private request answered automatically by bob's client.
+    bob.w.List2->addItems({QStringLiteral("Age : 30"), QStringLiteral("Email : bob@example.org"),
+                           QStringLiteral("Website : http://bob"), QStringLiteral("Hobbys : rtcw")});
+    ann.w.selectUser(QStringLiteral("bob"));
+    ann.w.mnuIS->trigger();
+    QTRY_COMPARE(ann.w.userInfo().Label[0]->text(), QStringLiteral("Age : 30"));
+    QCOMPARE(ann.w.userInfo().Label[2]->text(), QStringLiteral("Hobbys : rtcw"));
+
+    // A private line opens a window on the other side.
+    ann.w.send(QStringLiteral("PMSG|\u00BF|bob|\u00BF|psst"));
+    QTRY_VERIFY(bob.w.privateWindow(1));
+    QCOMPARE(bob.w.privateWindow(1)->windowTitle(), QStringLiteral("Chat With <ann>"));
+    QTRY_COMPARE(bob.w.privateWindow(1)->rtb->toPlainText(), QStringLiteral("\n<ann> psst"));
+
+    // Follow: bob is playing, ann's browser receives his server and joins.
+    GameStarter& bobGame = bob.w.gameStarter();
+    bobGame.setGameKey(QStringLiteral("RTCW"));
+    bobGame.Text3->setText(QStringLiteral("Castle Night"));
+    bobGame.Text2->setText(QStringLiteral("127.0.0.1"));
+    bobGame.Text4->setText(QStringLiteral("27960"));
+    bob.w.showPlaying();
+    QSignalSpy joined(&ann.w.gameStarter(), &GameStarter::joinRequested);
+    ann.w.selectUser(QStringLiteral("bob"));
+    ann.w.mnuFollowUser->trigger();
+    QTRY_COMPARE(joined.count(), 1);
+    QCOMPARE(ann.w.gameStarter().gameKey(), QStringLiteral("RTCW"));
+    QCOMPARE(ann.w.gameStarter().Text3->text(), QStringLiteral("Castle Night"));
+    QCOMPARE(ann.w.gameStarter().Text4->text(), QStringLiteral("27960"));
+
+    // Bob leaves; ann sees it.
+    bob.w.mnudis->trigger();
+    QTRY_COMPARE(ann.users(), QStringList{QStringLiteral("ann")});
+    QVERIFY(ann.w.rtb->toPlainText().contains(QStringLiteral(" ^ bob Has left...")));
+}
+
+void EndToEndTest::wrongPasswordIsRefused() {
+    TestServer server;
+    server.addAccount(QStringLiteral("ann"), QStringLiteral("1111"));
+    Member ann(server.port());
+    ann.signOn(QStringLiteral("ann"), QStringLiteral("9999"));
+    QTRY_COMPARE(ann.t.prompts.texts(), QStringList{QStringLiteral("Login Error : Please Try Again")});
+    QTRY_COMPARE(ann.w.statusText(), QStringLiteral("Signed Off"));
+    QCOMPARE(ann.w.connectionText(), QStringLiteral("Not Connected"));
+}
+
+QTEST_MAIN(EndToEndTest)
+#include "tst_endtoend.moc"
