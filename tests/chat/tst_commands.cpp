@@ -30,6 +30,7 @@ private Q_SLOTS:
     void addressBox();
     void newsDialogPosts();
     void resumingFromAGameAnnouncesIt();
+    void switchItemsAndClearChat();
 };
 
 namespace {
@@ -247,6 +248,25 @@ void CommandsTest::resumingFromAGameAnnouncesIt() {
     QVERIFY(c.w->mnuSoundEffects->isChecked());
     QVERIFY(c.w->mnuNotify->isChecked());
     QCOMPARE(c.sentSoFar(), QByteArray("MSG|\xbf| left Kingpin : 14:05:09 : 16/11/2003"));
+}
+
+void CommandsTest::switchItemsAndClearChat() {
+    SignedOnClient c;
+    QVERIFY(c.ready);
+    c.w->mnuSoundEffects->trigger();
+    QVERIFY(!c.w->mnuSoundEffects->isChecked());
+    QVERIFY(c.deliver("JOIN|\xbf|ann\r\n"));
+    QVERIFY(c.t.sounds.played.isEmpty());
+    c.w->mnuSoundEffects->trigger();
+    QVERIFY(c.deliver("JOIN|\xbf|bob\r\n"));
+    QCOMPARE(c.t.sounds.played, QStringList{c.t.file(QStringLiteral("\\enter.wav"))});
+    for (QAction* toggle : {c.w->mnuIPM, c.w->mnuDEC}) {
+        QVERIFY(!toggle->isChecked());
+        toggle->trigger();
+        QVERIFY(toggle->isChecked());
+    }
+    c.w->mnuClearChat->trigger();
+    QCOMPARE(c.w->rtb->toPlainText(), QString());
 }
 
 QTEST_MAIN(CommandsTest)
