@@ -29,8 +29,8 @@ QDateTime timeFrom(const QVariant& value) {
 } // namespace
 
 AccountStore::AccountStore(Config config)
-    : m_config(std::move(config)),
-      m_connection(QStringLiteral("quorvel-store-%1").arg(connectionCounter.fetchAndAddRelaxed(1))) {}
+    : m_config(std::move(config))
+    , m_connection(QStringLiteral("quorvel-store-%1").arg(connectionCounter.fetchAndAddRelaxed(1))) {}
 
 AccountStore::~AccountStore() {
     {
@@ -58,7 +58,8 @@ bool AccountStore::open(QString* error) {
     if (m_config.driver == QLatin1String("QSQLITE")) {
         // WAL with full sync: a committed transaction is on disk before commit() returns.
         QSqlQuery pragma(db);
-        for (const char* statement : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA busy_timeout=5000"}) {
+        for (const char* statement :
+             {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA busy_timeout=5000"}) {
             if (!pragma.exec(QString::fromLatin1(statement))) {
                 if (error)
                     *error = pragma.lastError().text();
@@ -90,21 +91,23 @@ bool AccountStore::createSchema(int fromVersion) {
         QSqlQuery query(QSqlDatabase::database(m_connection, false));
         QStringList steps;
         if (fromVersion < 1) {
-            steps << QStringLiteral("CREATE TABLE schema_version (version INTEGER NOT NULL)")
-                  << QStringLiteral("INSERT INTO schema_version (version) VALUES (0)")
-                  << QStringLiteral("CREATE TABLE accounts ("
-                                    " name_key VARCHAR(80) PRIMARY KEY, name VARCHAR(80) NOT NULL,"
-                                    " salt VARCHAR(64) NOT NULL, hash VARCHAR(128) NOT NULL, iterations INTEGER NOT NULL,"
-                                    " address VARCHAR(64) NOT NULL, age VARCHAR(16), email VARCHAR(128),"
-                                    " website VARCHAR(256), hobbies VARCHAR(512), created VARCHAR(32) NOT NULL,"
-                                    " last_seen VARCHAR(32), is_operator INTEGER NOT NULL DEFAULT 0)")
-                  << QStringLiteral("CREATE INDEX accounts_by_address ON accounts (address)")
-                  << QStringLiteral("CREATE TABLE bans ("
-                                    " kind VARCHAR(16) NOT NULL, name_key VARCHAR(80), address VARCHAR(64),"
-                                    " expires VARCHAR(32))")
-                  << QStringLiteral("CREATE TABLE news ("
-                                    " author VARCHAR(80) NOT NULL, headline VARCHAR(1024), body VARCHAR(8192),"
-                                    " posted VARCHAR(32) NOT NULL)");
+            steps
+                << QStringLiteral("CREATE TABLE schema_version (version INTEGER NOT NULL)")
+                << QStringLiteral("INSERT INTO schema_version (version) VALUES (0)")
+                << QStringLiteral(
+                       "CREATE TABLE accounts ("
+                       " name_key VARCHAR(80) PRIMARY KEY, name VARCHAR(80) NOT NULL,"
+                       " salt VARCHAR(64) NOT NULL, hash VARCHAR(128) NOT NULL, iterations INTEGER NOT NULL,"
+                       " address VARCHAR(64) NOT NULL, age VARCHAR(16), email VARCHAR(128),"
+                       " website VARCHAR(256), hobbies VARCHAR(512), created VARCHAR(32) NOT NULL,"
+                       " last_seen VARCHAR(32), is_operator INTEGER NOT NULL DEFAULT 0)")
+                << QStringLiteral("CREATE INDEX accounts_by_address ON accounts (address)")
+                << QStringLiteral("CREATE TABLE bans ("
+                                  " kind VARCHAR(16) NOT NULL, name_key VARCHAR(80), address VARCHAR(64),"
+                                  " expires VARCHAR(32))")
+                << QStringLiteral("CREATE TABLE news ("
+                                  " author VARCHAR(80) NOT NULL, headline VARCHAR(1024), body VARCHAR(8192),"
+                                  " posted VARCHAR(32) NOT NULL)");
         }
         // Later versions append their steps here, each guarded by fromVersion.
         for (const QString& step : steps) {
@@ -160,12 +163,14 @@ AccountStore::CreateResult AccountStore::createAccount(const NewAccount& account
         }
         const QByteArray salt = PasswordHash::newSalt();
         const int iterations = m_config.hashIterations;
-        query.prepare(QStringLiteral("INSERT INTO accounts (name_key, name, salt, hash, iterations, address, age,"
-                                     " email, website, hobbies, created) VALUES (?,?,?,?,?,?,?,?,?,?,?)"));
+        query.prepare(
+            QStringLiteral("INSERT INTO accounts (name_key, name, salt, hash, iterations, address, age,"
+                           " email, website, hobbies, created) VALUES (?,?,?,?,?,?,?,?,?,?,?)"));
         query.addBindValue(NameRules::key(account.name));
         query.addBindValue(account.name);
         query.addBindValue(QString::fromLatin1(salt.toBase64()));
-        query.addBindValue(QString::fromLatin1(PasswordHash::derive(account.password, salt, iterations).toBase64()));
+        query.addBindValue(
+            QString::fromLatin1(PasswordHash::derive(account.password, salt, iterations).toBase64()));
         query.addBindValue(iterations);
         query.addBindValue(account.address.isNull() ? QStringLiteral("") : account.address);
         query.addBindValue(account.age);
@@ -265,10 +270,9 @@ bool AccountStore::addBan(BanKind kind, const QString& name, const QString& addr
 bool AccountStore::isBanned(const QString& name, const QString& address, const QString& subnet,
                             const QDateTime& now) const {
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
-    query.prepare(QStringLiteral(
-        "SELECT COUNT(*) FROM bans WHERE (expires IS NULL OR expires > ?) AND ("
-        " (kind IN ('timed', 'permanent') AND (name_key = ? OR address = ?))"
-        " OR (kind = 'subnet' AND address = ?))"));
+    query.prepare(QStringLiteral("SELECT COUNT(*) FROM bans WHERE (expires IS NULL OR expires > ?) AND ("
+                                 " (kind IN ('timed', 'permanent') AND (name_key = ? OR address = ?))"
+                                 " OR (kind = 'subnet' AND address = ?))"));
     query.addBindValue(timeText(now));
     query.addBindValue(NameRules::key(name));
     query.addBindValue(address);
@@ -314,7 +318,8 @@ bool AccountStore::postNews(const NewsItem& item) {
 
 std::optional<AccountStore::NewsItem> AccountStore::latestNews() const {
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
-    query.prepare(QStringLiteral("SELECT author, headline, body, posted FROM news ORDER BY posted DESC LIMIT 1"));
+    query.prepare(
+        QStringLiteral("SELECT author, headline, body, posted FROM news ORDER BY posted DESC LIMIT 1"));
     if (!exec(query) || !query.next())
         return std::nullopt;
     return NewsItem{query.value(0).toString(), query.value(1).toString(), query.value(2).toString(),

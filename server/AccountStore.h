@@ -69,8 +69,10 @@ public:
     std::optional<QDateTime> lastSeen(const QString& name) const;
 
     // name is the account name (or empty), address the IPv4/IPv6 text or, for a subnet ban, its prefix.
-    bool addBan(BanKind kind, const QString& name, const QString& address, const std::optional<QDateTime>& expires);
-    bool isBanned(const QString& name, const QString& address, const QString& subnet, const QDateTime& now) const;
+    bool addBan(BanKind kind, const QString& name, const QString& address,
+                const std::optional<QDateTime>& expires);
+    bool isBanned(const QString& name, const QString& address, const QString& subnet,
+                  const QDateTime& now) const;
     bool hasActiveBan(BanKind kind, const QString& name, const QDateTime& now) const;
     // Returns the number of bans removed, or -1 on failure.
     int clearBans(BanKind kind);

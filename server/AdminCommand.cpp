@@ -12,8 +12,8 @@ int runAdminCommand(AccountStore& store, const QStringList& command, QTextStream
             out << name << '\n';
         return 0;
     }
-    if (area == QLatin1String("op") && (action == QLatin1String("add") || action == QLatin1String("remove")) &&
-        command.size() == 3) {
+    if (area == QLatin1String("op") &&
+        (action == QLatin1String("add") || action == QLatin1String("remove")) && command.size() == 3) {
         const QString name = command.at(2);
         if (!store.accountExists(name)) {
             err << "quorvel-server: there is no account " << name << '\n';
@@ -23,7 +23,8 @@ int runAdminCommand(AccountStore& store, const QStringList& command, QTextStream
             err << "quorvel-server: the database refused the change\n";
             return 1;
         }
-        out << name << (action == QLatin1String("add") ? " is now an operator\n" : " is no longer an operator\n");
+        out << name
+            << (action == QLatin1String("add") ? " is now an operator\n" : " is no longer an operator\n");
         return 0;
     }
     err << "quorvel-server: unknown command \"" << command.join(u' ') << "\"; see --help\n";

@@ -11,9 +11,12 @@ enum class BanKind {
 
 inline QString banKindText(BanKind kind) {
     switch (kind) {
-    case BanKind::Timed: return QStringLiteral("timed");
-    case BanKind::Permanent: return QStringLiteral("permanent");
-    case BanKind::Subnet: return QStringLiteral("subnet");
+    case BanKind::Timed:
+        return QStringLiteral("timed");
+    case BanKind::Permanent:
+        return QStringLiteral("permanent");
+    case BanKind::Subnet:
+        return QStringLiteral("subnet");
     }
     return {};
 }

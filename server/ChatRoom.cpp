@@ -11,7 +11,10 @@
 const QString ChatRoom::ServerName = QStringLiteral("Quorvel");
 
 ChatRoom::ChatRoom(AccountStore& store, const ServerLimits& limits, NowFunction now, QObject* parent)
-    : QObject(parent), m_store(store), m_limits(limits), m_now(std::move(now)) {}
+    : QObject(parent)
+    , m_store(store)
+    , m_limits(limits)
+    , m_now(std::move(now)) {}
 
 QStringList ChatRoom::onlineNames() const {
     QStringList names;
@@ -100,9 +103,10 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
     account.hobbies = ChatMessage::field(fields, 6);
     account.address = session->address();
     const bool acceptable = NameRules::isValidName(account.name) &&
-                            NameRules::key(account.name) != NameRules::key(ServerName) && !account.password.isEmpty();
-    if (acceptable &&
-        m_store.createAccount(account, m_limits.accountsPerAddress, m_now()) == AccountStore::CreateResult::Created) {
+                            NameRules::key(account.name) != NameRules::key(ServerName) &&
+                            !account.password.isEmpty();
+    if (acceptable && m_store.createAccount(account, m_limits.accountsPerAddress, m_now()) ==
+                          AccountStore::CreateResult::Created) {
         // The account is committed; only now is it acknowledged.
         session->send(QString(ChatProtocol::Done));
         return;

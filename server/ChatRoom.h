@@ -62,7 +62,7 @@ private:
     // Delivery.
     MemberSession* online(const QString& displayName) const;
     void broadcast(const QString& message, MemberSession* except = nullptr);
-    void notice(MemberSession* session, const QString& text); // a MSG line from the server
+    void notice(MemberSession* session, const QString& text);        // a MSG line from the server
     void serverMessage(MemberSession* session, const QString& text); // an SMSG box
     void removeFromRoom(MemberSession* session, const QString& closingNotice);
 

@@ -24,7 +24,8 @@ QString rewriteFileOffer(const QString& text, const QString& senderAddress) {
         rest = rest.mid(1);
     const QStringList parts = rest.split(ChatProtocol::ListSeparator);
     return QStringLiteral("%1 %2%3%4%3%5")
-        .arg(ChatProtocol::SendFile, parts.value(0), ChatProtocol::ListSeparator, parts.value(1), senderAddress);
+        .arg(ChatProtocol::SendFile, parts.value(0), ChatProtocol::ListSeparator, parts.value(1),
+             senderAddress);
 }
 
 } // namespace
@@ -48,7 +49,8 @@ void ChatRoom::handleMsg(MemberSession* session, const QStringList& fields) {
     }
     if (refuseIfMuzzled(session))
         return;
-    broadcast(ChatMessage::build(ChatProtocol::Msg, {QStringLiteral("<%1> %2").arg(session->displayName(), text)}));
+    broadcast(
+        ChatMessage::build(ChatProtocol::Msg, {QStringLiteral("<%1> %2").arg(session->displayName(), text)}));
 }
 
 void ChatRoom::answerSeen(MemberSession* session, const QString& name) {
@@ -88,7 +90,8 @@ void ChatRoom::handlePrivate(MemberSession* session, const QStringList& fields) 
         return;
     MemberSession* receiver = online(target);
     if (!receiver) {
-        notice(session, QStringLiteral("%1 is not online; your private message was not delivered.").arg(target));
+        notice(session,
+               QStringLiteral("%1 is not online; your private message was not delivered.").arg(target));
         return;
     }
     if (text.startsWith(ChatProtocol::SendFile))
@@ -104,7 +107,8 @@ void ChatRoom::handleFollow(MemberSession* session, const QStringList& fields) {
         notice(session, QStringLiteral("%1 is not online.").arg(ChatMessage::field(fields, 1)));
         return;
     }
-    m_pendingFollows.insert({NameRules::key(session->displayName()), NameRules::key(followed->displayName())});
+    m_pendingFollows.insert(
+        {NameRules::key(session->displayName()), NameRules::key(followed->displayName())});
     followed->send(ChatMessage::build(ChatProtocol::FollowUserBack, {session->displayName()}));
 }
 

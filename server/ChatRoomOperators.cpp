@@ -69,7 +69,8 @@ void ChatRoom::ban(MemberSession* op, const QString& target) {
         notice(op, QStringLiteral("The ban could not be stored."));
         return;
     }
-    const QString what = escalate ? QStringLiteral("permanently banned") : QStringLiteral("banned for 60 minutes");
+    const QString what =
+        escalate ? QStringLiteral("permanently banned") : QStringLiteral("banned for 60 minutes");
     if (member)
         removeFromRoom(member, QStringLiteral("You were %1 by %2.").arg(what, op->displayName()));
     notice(op, QStringLiteral("%1 was %2.").arg(target, what));

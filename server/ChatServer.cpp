@@ -12,13 +12,24 @@
 #include <QTimer>
 
 ChatServer::ChatServer(AccountStore& store, const ServerLimits& limits, NowFunction now, QObject* parent)
-    : QObject(parent), m_limits(limits), m_now(std::move(now)), m_listener(new QTcpServer(this)),
-      m_room(new ChatRoom(store, limits, m_now, this)), m_keepAlive(new QTimer(this)) {
+    : QObject(parent)
+    , m_limits(limits)
+    , m_now(std::move(now))
+    , m_listener(new QTcpServer(this))
+    , m_room(new ChatRoom(store, limits, m_now, this))
+    , m_keepAlive(new QTimer(this)) {
     // A burst of members coming back after an outage must not overflow the kernel's accept queue.
     m_listener->setListenBacklogSize(1024);
     connect(m_listener, &QTcpServer::newConnection, this, &ChatServer::onNewConnection);
     connect(m_keepAlive, &QTimer::timeout, this, &ChatServer::onKeepAlive);
     m_keepAlive->start(m_limits.keepAliveMs);
+}
+
+ChatServer::~ChatServer() {
+    // The room goes before the sessions among our children; a session closing on the way out
+    // must not report to it.
+    for (MemberSession* session : findChildren<MemberSession*>(Qt::FindDirectChildrenOnly))
+        session->disconnect(this);
 }
 
 bool ChatServer::listen(const QHostAddress& address, quint16 port) {
@@ -40,7 +51,8 @@ void ChatServer::onNewConnection() {
         if (m_limits.connectionsPerAddress > 0 && count >= m_limits.connectionsPerAddress) {
             // Refused politely, then let go; the socket deletes itself once closed.
             socket->write(Windows1252::encode(
-                ChatMessage::build(ChatProtocol::ServerMsg, {QStringLiteral("Too many connections from your address.")}) +
+                ChatMessage::build(ChatProtocol::ServerMsg,
+                                   {QStringLiteral("Too many connections from your address.")}) +
                 ChatProtocol::LineEnd));
             connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
             socket->disconnectFromHost();

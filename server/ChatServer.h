@@ -21,6 +21,7 @@ class ChatServer : public QObject {
 public:
     ChatServer(AccountStore& store, const ServerLimits& limits, NowFunction now = systemNow(),
                QObject* parent = nullptr);
+    ~ChatServer() override;
 
     bool listen(const QHostAddress& address, quint16 port);
     quint16 port() const;

@@ -24,7 +24,8 @@ bool seed(const QString& folder, QString* error) {
             continue;
         QFile sample(QStringLiteral(":/masterlists/") + name);
         QFile out(target);
-        if (!sample.open(QIODevice::ReadOnly) || !out.open(QIODevice::WriteOnly) || out.write(sample.readAll()) < 0) {
+        if (!sample.open(QIODevice::ReadOnly) || !out.open(QIODevice::WriteOnly) ||
+            out.write(sample.readAll()) < 0) {
             if (error)
                 *error = QStringLiteral("cannot write %1").arg(target);
             return false;

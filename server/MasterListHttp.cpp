@@ -8,7 +8,9 @@
 #include <QRegularExpression>
 
 MasterListHttp::MasterListHttp(const QString& folder, QObject* parent)
-    : QObject(parent), m_folder(folder), m_http(new QHttpServer(this)) {
+    : QObject(parent)
+    , m_folder(folder)
+    , m_http(new QHttpServer(this)) {
     // No routes: every request comes here, so the method and path checks are all in one place.
     m_http->setMissingHandler([this](const QHttpServerRequest& request, QHttpServerResponder&& responder) {
         respond(request, responder);
@@ -27,7 +29,8 @@ void MasterListHttp::respond(const QHttpServerRequest& request, QHttpServerRespo
     const QRegularExpressionMatch match = listPath.match(request.url().path(QUrl::FullyEncoded));
     QFile file(QDir(m_folder).filePath(match.captured(1)));
     if (!(isGet || isHead) || !match.hasMatch() || !file.open(QIODevice::ReadOnly)) {
-        responder.write(QByteArray("Not found\r\n"), "text/plain", QHttpServerResponder::StatusCode::NotFound);
+        responder.write(QByteArray("Not found\r\n"), "text/plain",
+                        QHttpServerResponder::StatusCode::NotFound);
         return;
     }
     const QByteArray body = file.readAll();

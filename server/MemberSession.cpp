@@ -9,8 +9,11 @@
 #include <QTcpSocket>
 
 MemberSession::MemberSession(QTcpSocket* socket, const ServerLimits& limits, NowFunction now, QObject* parent)
-    : QObject(parent), m_socket(socket), m_limits(limits), m_now(std::move(now)),
-      m_address(AddressRules::text(socket->peerAddress())) {
+    : QObject(parent)
+    , m_socket(socket)
+    , m_limits(limits)
+    , m_now(std::move(now))
+    , m_address(AddressRules::text(socket->peerAddress())) {
     m_socket->setParent(this);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     // Qt stops reading from the kernel once this much is buffered, so a sender of an endless
@@ -49,7 +52,12 @@ void MemberSession::drop(const QString& reason) {
     m_state = State::Closing;
     setProperty("dropReason", reason);
     QMetaObject::invokeMethod(
-        this, [this] { m_socket->abort(); onDisconnected(); }, Qt::QueuedConnection);
+        this,
+        [this] {
+            m_socket->abort();
+            onDisconnected();
+        },
+        Qt::QueuedConnection);
 }
 
 void MemberSession::keepAliveTick() {
@@ -71,7 +79,8 @@ void MemberSession::onReadyRead() {
     m_heardSinceTick = true;
     for (const QByteArray& piece : segment.split('\n')) {
         if (piece.size() > m_limits.maxLineBytes) {
-            send(ChatMessage::build(ChatProtocol::ServerMsg, {QStringLiteral("Line too long; disconnected.")}));
+            send(ChatMessage::build(ChatProtocol::ServerMsg,
+                                    {QStringLiteral("Line too long; disconnected.")}));
             drop(QStringLiteral("line too long"));
             return;
         }
@@ -94,8 +103,9 @@ bool MemberSession::admitByFloodRule() {
     if (m_recentMessages.size() >= m_limits.floodLines) {
         if (!m_floodNoticeSent) {
             m_floodNoticeSent = true;
-            send(ChatMessage::build(ChatProtocol::ServerMsg,
-                                    {QStringLiteral("You are sending too fast; some of your lines were dropped.")}));
+            send(ChatMessage::build(
+                ChatProtocol::ServerMsg,
+                {QStringLiteral("You are sending too fast; some of your lines were dropped.")}));
         }
         return false;
     }

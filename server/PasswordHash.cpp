@@ -13,8 +13,8 @@ QByteArray newSalt() {
 }
 
 QByteArray derive(const QString& password, const QByteArray& salt, int iterations) {
-    return QPasswordDigestor::deriveKeyPbkdf2(QCryptographicHash::Sha256, password.toUtf8(), salt,
-                                              iterations, 32);
+    return QPasswordDigestor::deriveKeyPbkdf2(QCryptographicHash::Sha256, password.toUtf8(), salt, iterations,
+                                              32);
 }
 
 bool matches(const QByteArray& expected, const QByteArray& actual) {

@@ -13,6 +13,10 @@
 #include <QTextStream>
 
 int main(int argc, char** argv) {
+    // Qt's plain Unix event dispatcher keeps socket notifiers in a hash; the GLib one walks a
+    // list on every change, and each flushed write toggles a notifier: with a thousand members
+    // that walk dominated a broadcast. The server has no use for a GLib main loop.
+    qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quorvel-server"));
     QCoreApplication::setApplicationVersion(QStringLiteral("%1.%2.%3")
@@ -47,7 +51,8 @@ int main(int argc, char** argv) {
     ChatServer chat(store, options.limits);
     chat.room().setMessageOfTheDay(options.messageOfTheDay);
     if (!chat.listen(options.listenAddress, options.chatPort)) {
-        err << "quorvel-server: cannot listen for chat on port " << options.chatPort << ": " << chat.errorString() << '\n';
+        err << "quorvel-server: cannot listen for chat on port " << options.chatPort << ": "
+            << chat.errorString() << '\n';
         return 1;
     }
     MasterListHttp http(options.dataFolder);

@@ -28,45 +28,83 @@ bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 mi
 
 bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, QString* error) {
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Chat server and master-list web server for Quorvel.\n"
-        "Administration commands (run against the database, then exit):\n"
-        "  op add NAME | op remove NAME | op list     grant, withdraw or list operators"));
+    parser.setApplicationDescription(
+        QStringLiteral("Chat server and master-list web server for Quorvel.\n"
+                       "Administration commands (run against the database, then exit):\n"
+                       "  op add NAME | op remove NAME | op list     grant, withdraw or list operators"));
     parser.addHelpOption();
     parser.addVersionOption();
     const ServerLimits defaults;
     parser.addOptions({
-        {QStringLiteral("listen"), QStringLiteral("Address to listen on (default: all)."), QStringLiteral("address")},
-        {QStringLiteral("chat-port"), QStringLiteral("Chat port (default %1; 0 picks a free one).").arg(ChatProtocol::DefaultChatPort), QStringLiteral("port")},
-        {QStringLiteral("http-port"), QStringLiteral("Master-list HTTP port (default %1; 0 picks a free one).").arg(ChatProtocol::DefaultHttpPort), QStringLiteral("port")},
-        {QStringLiteral("data"), QStringLiteral("Data folder: database and master lists."), QStringLiteral("folder")},
-        {QStringLiteral("motd"), QStringLiteral("Message of the day, shown at sign-on."), QStringLiteral("text")},
-        {QStringLiteral("keepalive-ms"), QStringLiteral("Keep-alive interval in ms (default %1).").arg(defaults.keepAliveMs), QStringLiteral("ms")},
-        {QStringLiteral("max-line"), QStringLiteral("Longest accepted message in bytes (default %1).").arg(defaults.maxLineBytes), QStringLiteral("bytes")},
-        {QStringLiteral("flood-lines"), QStringLiteral("Messages allowed per flood window (default %1).").arg(defaults.floodLines), QStringLiteral("count")},
-        {QStringLiteral("flood-window-ms"), QStringLiteral("Flood window in ms (default %1).").arg(defaults.floodWindowMs), QStringLiteral("ms")},
-        {QStringLiteral("connections-per-address"), QStringLiteral("Open connections per address, 0 = no cap (default %1).").arg(defaults.connectionsPerAddress), QStringLiteral("count")},
-        {QStringLiteral("accounts-per-address"), QStringLiteral("Accounts one address may create, 0 = no cap (default %1).").arg(defaults.accountsPerAddress), QStringLiteral("count")},
-        {QStringLiteral("max-pending-output"), QStringLiteral("Unsent bytes after which a member is dropped (default %1).").arg(defaults.maxPendingOutputBytes), QStringLiteral("bytes")},
-        {QStringLiteral("hash-iterations"), QStringLiteral("PBKDF2 iterations for new passwords (default %1).").arg(PasswordHash::DefaultIterations), QStringLiteral("count")},
-        {QStringLiteral("database-driver"), QStringLiteral("QtSql driver (default QSQLITE; QPSQL for PostgreSQL)."), QStringLiteral("driver")},
-        {QStringLiteral("database-name"), QStringLiteral("Database name (default: quorvel.sqlite in the data folder)."), QStringLiteral("name")},
-        {QStringLiteral("database-host"), QStringLiteral("Database host, for server databases."), QStringLiteral("host")},
-        {QStringLiteral("database-user"), QStringLiteral("Database user, for server databases; the password is read from QUORVEL_DB_PASSWORD."), QStringLiteral("user")},
+        {QStringLiteral("listen"), QStringLiteral("Address to listen on (default: all)."),
+         QStringLiteral("address")},
+        {QStringLiteral("chat-port"),
+         QStringLiteral("Chat port (default %1; 0 picks a free one).").arg(ChatProtocol::DefaultChatPort),
+         QStringLiteral("port")},
+        {QStringLiteral("http-port"),
+         QStringLiteral("Master-list HTTP port (default %1; 0 picks a free one).")
+             .arg(ChatProtocol::DefaultHttpPort),
+         QStringLiteral("port")},
+        {QStringLiteral("data"), QStringLiteral("Data folder: database and master lists."),
+         QStringLiteral("folder")},
+        {QStringLiteral("motd"), QStringLiteral("Message of the day, shown at sign-on."),
+         QStringLiteral("text")},
+        {QStringLiteral("keepalive-ms"),
+         QStringLiteral("Keep-alive interval in ms (default %1).").arg(defaults.keepAliveMs),
+         QStringLiteral("ms")},
+        {QStringLiteral("max-line"),
+         QStringLiteral("Longest accepted message in bytes (default %1).").arg(defaults.maxLineBytes),
+         QStringLiteral("bytes")},
+        {QStringLiteral("flood-lines"),
+         QStringLiteral("Messages allowed per flood window (default %1).").arg(defaults.floodLines),
+         QStringLiteral("count")},
+        {QStringLiteral("flood-window-ms"),
+         QStringLiteral("Flood window in ms (default %1).").arg(defaults.floodWindowMs),
+         QStringLiteral("ms")},
+        {QStringLiteral("connections-per-address"),
+         QStringLiteral("Open connections per address, 0 = no cap (default %1).")
+             .arg(defaults.connectionsPerAddress),
+         QStringLiteral("count")},
+        {QStringLiteral("accounts-per-address"),
+         QStringLiteral("Accounts one address may create, 0 = no cap (default %1).")
+             .arg(defaults.accountsPerAddress),
+         QStringLiteral("count")},
+        {QStringLiteral("max-pending-output"),
+         QStringLiteral("Unsent bytes after which a member is dropped (default %1).")
+             .arg(defaults.maxPendingOutputBytes),
+         QStringLiteral("bytes")},
+        {QStringLiteral("hash-iterations"),
+         QStringLiteral("PBKDF2 iterations for new passwords (default %1).")
+             .arg(PasswordHash::DefaultIterations),
+         QStringLiteral("count")},
+        {QStringLiteral("database-driver"),
+         QStringLiteral("QtSql driver (default QSQLITE; QPSQL for PostgreSQL)."), QStringLiteral("driver")},
+        {QStringLiteral("database-name"),
+         QStringLiteral("Database name (default: quorvel.sqlite in the data folder)."),
+         QStringLiteral("name")},
+        {QStringLiteral("database-host"), QStringLiteral("Database host, for server databases."),
+         QStringLiteral("host")},
+        {QStringLiteral("database-user"),
+         QStringLiteral(
+             "Database user, for server databases; the password is read from QUORVEL_DB_PASSWORD."),
+         QStringLiteral("user")},
     });
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("Optional administration command."),
+    parser.addPositionalArgument(QStringLiteral("command"),
+                                 QStringLiteral("Optional administration command."),
                                  QStringLiteral("[op add|remove|list NAME]"));
     parser.process(app);
 
     ServerOptions& o = *options;
     o.command = parser.positionalArguments();
-    if (parser.isSet(QStringLiteral("listen")) && !o.listenAddress.setAddress(parser.value(QStringLiteral("listen")))) {
+    if (parser.isSet(QStringLiteral("listen")) &&
+        !o.listenAddress.setAddress(parser.value(QStringLiteral("listen")))) {
         *error = QStringLiteral("--listen needs an IP address");
         return false;
     }
     qint64 chatPort = ChatProtocol::DefaultChatPort;
     qint64 httpPort = ChatProtocol::DefaultHttpPort;
-    qint64 keepAlive = o.limits.keepAliveMs, floodLines = o.limits.floodLines, floodWindow = o.limits.floodWindowMs;
+    qint64 keepAlive = o.limits.keepAliveMs, floodLines = o.limits.floodLines,
+           floodWindow = o.limits.floodWindowMs;
     qint64 perAddress = o.limits.connectionsPerAddress, accounts = o.limits.accountsPerAddress;
     qint64 iterations = PasswordHash::DefaultIterations;
     const bool numbersOk =
@@ -78,7 +116,8 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
         readNumber(parser, QStringLiteral("flood-window-ms"), 1, 3600 * 1000, &floodWindow, error) &&
         readNumber(parser, QStringLiteral("connections-per-address"), 0, 1 << 20, &perAddress, error) &&
         readNumber(parser, QStringLiteral("accounts-per-address"), 0, 1 << 20, &accounts, error) &&
-        readNumber(parser, QStringLiteral("max-pending-output"), 1024, qint64(1) << 32, &o.limits.maxPendingOutputBytes, error) &&
+        readNumber(parser, QStringLiteral("max-pending-output"), 1024, qint64(1) << 32,
+                   &o.limits.maxPendingOutputBytes, error) &&
         readNumber(parser, QStringLiteral("hash-iterations"), 1000, 10'000'000, &iterations, error);
     if (!numbersOk)
         return false;

@@ -10,7 +10,8 @@ namespace {
 int pipeEnds[2] = {-1, -1};
 }
 
-ShutdownSignals::ShutdownSignals(QObject* parent) : QObject(parent) {
+ShutdownSignals::ShutdownSignals(QObject* parent)
+    : QObject(parent) {
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, pipeEnds) != 0)
         return;
     m_notifier = new QSocketNotifier(pipeEnds[1], QSocketNotifier::Read, this);

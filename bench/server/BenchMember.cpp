@@ -6,7 +6,9 @@ const QByteArray Channel("#bench");
 } // namespace
 
 BenchMember::BenchMember(Protocol protocol, const QString& name, QObject* parent)
-    : QObject(parent), m_protocol(protocol), m_name(name.toLatin1()) {
+    : QObject(parent)
+    , m_protocol(protocol)
+    , m_name(name.toLatin1()) {
     connect(&m_socket, &QTcpSocket::connected, this, &BenchMember::onConnected);
     connect(&m_socket, &QTcpSocket::readyRead, this, &BenchMember::onReadyRead);
     connect(&m_socket, &QTcpSocket::disconnected, this, [this] { m_failed = true; });

@@ -44,7 +44,9 @@ int prepare(const QString& folder, int members) {
 class BroadcastRun : public QObject {
 public:
     BroadcastRun(BenchMember::Protocol protocol, quint16 port, int members, int lines)
-        : m_protocol(protocol), m_port(port), m_lines(lines) {
+        : m_protocol(protocol)
+        , m_port(port)
+        , m_lines(lines) {
         for (int i = 0; i < members; ++i)
             m_members.push_back(new BenchMember(protocol, QStringLiteral("bench%1").arg(i), this));
         // The sender hears its own lines on the Quorvel server, not on IRC.
@@ -103,8 +105,9 @@ private:
     void finish(bool complete) {
         const double seconds = m_clock.isValid() ? m_clock.nsecsElapsed() / 1e9 : 0;
         QTextStream out(stdout);
-        out << (m_protocol == BenchMember::Protocol::Quorvel ? "quorvel" : "irc") << " members=" << m_members.size()
-            << " lines=" << m_sent << " deliveries=" << m_delivered << " seconds=" << QString::number(seconds, 'f', 3)
+        out << (m_protocol == BenchMember::Protocol::Quorvel ? "quorvel" : "irc")
+            << " members=" << m_members.size() << " lines=" << m_sent << " deliveries=" << m_delivered
+            << " seconds=" << QString::number(seconds, 'f', 3)
             << " deliveries_per_second=" << QString::number(seconds > 0 ? m_delivered / seconds : 0, 'f', 0)
             << (complete ? "" : " INCOMPLETE") << Qt::endl;
         QCoreApplication::exit(complete ? 0 : 1);
@@ -126,14 +129,18 @@ private:
 } // namespace
 
 int main(int argc, char** argv) {
+    // The same event dispatcher as the server: a thousand sockets in one process.
+    qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);
     const QStringList args = app.arguments();
     if (args.value(1) == QLatin1String("prepare") && args.size() == 4)
         return prepare(args.at(2), args.at(3).toInt());
-    if ((args.value(1) == QLatin1String("quorvel") || args.value(1) == QLatin1String("irc")) && args.size() == 5) {
-        const auto protocol =
-            args.at(1) == QLatin1String("quorvel") ? BenchMember::Protocol::Quorvel : BenchMember::Protocol::Irc;
-        BroadcastRun run(protocol, static_cast<quint16>(args.at(2).toUInt()), args.at(3).toInt(), args.at(4).toInt());
+    if ((args.value(1) == QLatin1String("quorvel") || args.value(1) == QLatin1String("irc")) &&
+        args.size() == 5) {
+        const auto protocol = args.at(1) == QLatin1String("quorvel") ? BenchMember::Protocol::Quorvel
+                                                                     : BenchMember::Protocol::Irc;
+        BroadcastRun run(protocol, static_cast<quint16>(args.at(2).toUInt()), args.at(3).toInt(),
+                         args.at(4).toInt());
         run.start();
         return QCoreApplication::exec();
     }

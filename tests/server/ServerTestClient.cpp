@@ -4,7 +4,8 @@
 
 #include <QTest>
 
-ServerTestClient::ServerTestClient(QObject* parent) : QObject(parent) {
+ServerTestClient::ServerTestClient(QObject* parent)
+    : QObject(parent) {
     connect(&m_socket, &QTcpSocket::readyRead, this, &ServerTestClient::onReadyRead);
 }
 

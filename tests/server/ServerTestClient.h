@@ -24,7 +24,10 @@ public:
 
     QStringList lines() const { return m_lines; }
     QByteArray rawReceived() const { return m_raw; }
-    void clear() { m_lines.clear(); m_raw.clear(); }
+    void clear() {
+        m_lines.clear();
+        m_raw.clear();
+    }
     bool isConnected() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
     QTcpSocket& socket() { return m_socket; }
 

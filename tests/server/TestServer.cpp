@@ -2,7 +2,8 @@
 
 #include <QDir>
 
-TestServer::TestServer(ServerLimits limits) : m_limits(limits) {
+TestServer::TestServer(ServerLimits limits)
+    : m_limits(limits) {
     start();
 }
 

@@ -13,7 +13,8 @@ namespace {
 
 // One raw exchange: the request bytes as given, then whatever the server writes until
 // `complete` is satisfied (or the server closes).
-QByteArray exchange(quint16 port, const QByteArray& request, const std::function<bool(const QByteArray&)>& complete) {
+QByteArray exchange(quint16 port, const QByteArray& request,
+                    const std::function<bool(const QByteArray&)>& complete) {
     QTcpSocket socket;
     socket.connectToHost(QHostAddress::LocalHost, port);
     if (!socket.waitForConnected(5000))
@@ -132,13 +133,13 @@ void TestMasterListHttp::getAndHead() {
 
     // HEAD then GET on one connection: the GET's status line must follow the HEAD's headers
     // at once, which proves that HEAD sent no body.
-    const QByteArray both = exchange(
-        m_port,
-        "HEAD " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\nGET " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\n",
-        [](const QByteArray& d) {
-            const qsizetype first = responseEnd(d, 0, true);
-            return first >= 0 && responseEnd(d, first, false) >= 0;
-        });
+    const QByteArray both = exchange(m_port,
+                                     "HEAD " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\nGET " + path +
+                                         " HTTP/1.1\r\nHost: localhost\r\n\r\n",
+                                     [](const QByteArray& d) {
+                                         const qsizetype first = responseEnd(d, 0, true);
+                                         return first >= 0 && responseEnd(d, first, false) >= 0;
+                                     });
     QVERIFY2(both.startsWith("HTTP/1.1 200"), both.left(40).constData());
     QCOMPARE(header(both, "Content-Length"), QByteArray::number(body.size()));
     const qsizetype headEnd = both.indexOf("\r\n\r\n") + 4;
@@ -159,13 +160,15 @@ void TestMasterListHttp::everythingElseIsNotFound_data() {
     QTest::newRow("other extension") << ("GET /quorvel/qvllist-kingpin.txt" + tail);
     QTest::newRow("root") << ("GET /" + tail);
     QTest::newRow("HEAD of a missing list") << ("HEAD /quorvel/qvllist-quake.qvl" + tail);
-    QTest::newRow("POST") << QByteArray("POST /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: localhost\r\nContent-Length: 0\r\n\r\n");
+    QTest::newRow("POST") << QByteArray(
+        "POST /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: localhost\r\nContent-Length: 0\r\n\r\n");
     QTest::newRow("DELETE") << ("DELETE /quorvel/qvllist-kingpin.qvl" + tail);
 }
 
 void TestMasterListHttp::everythingElseIsNotFound() {
     QFETCH(QByteArray, request);
-    const QByteArray response = exchange(m_port, request, [](const QByteArray& d) { return responseEnd(d, 0, false) >= 0; });
+    const QByteArray response =
+        exchange(m_port, request, [](const QByteArray& d) { return responseEnd(d, 0, false) >= 0; });
     QVERIFY2(response.startsWith("HTTP/1.1 404"), response.left(60).constData());
     QVERIFY(!response.contains("secret"));
     QVERIFY(!response.contains("inner"));

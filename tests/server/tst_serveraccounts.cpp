@@ -13,8 +13,13 @@ namespace {
 const QString S = QStringLiteral("|\u00BF|");
 
 QString newAccount(const QString& name, const QString& password) {
-    return QStringList{QStringLiteral("NEWACCOUNT"), name, password, QStringLiteral("27"),
-                       QStringLiteral("a@example.org"), QStringLiteral("http://example.org"), QStringLiteral("darts")}
+    return QStringList{QStringLiteral("NEWACCOUNT"),
+                       name,
+                       password,
+                       QStringLiteral("27"),
+                       QStringLiteral("a@example.org"),
+                       QStringLiteral("http://example.org"),
+                       QStringLiteral("darts")}
         .join(S);
 }
 } // namespace
@@ -35,21 +40,36 @@ private slots:
 void TestServerAccounts::accountRequest_data() {
     QTest::addColumn<QString>("request");
     QTest::addColumn<QByteArray>("reply");
-    QTest::newRow("good") << newAccount(QStringLiteral("dave"), QStringLiteral("1234")) << QByteArray("DONER\r\n");
-    QTest::newRow("20 characters") << newAccount(QStringLiteral("d").repeated(20), QStringLiteral("1")) << QByteArray("DONER\r\n");
-    QTest::newRow("Windows-1252 letter") << newAccount(QStringLiteral("Jos\u00E9"), QStringLiteral("1")) << QByteArray("DONER\r\n");
-    QTest::newRow("only the name and password") << (QStringLiteral("NEWACCOUNT") + S + QStringLiteral("eve") + S + QStringLiteral("5")) << QByteArray("DONER\r\n");
+    QTest::newRow("good") << newAccount(QStringLiteral("dave"), QStringLiteral("1234"))
+                          << QByteArray("DONER\r\n");
+    QTest::newRow("20 characters") << newAccount(QStringLiteral("d").repeated(20), QStringLiteral("1"))
+                                   << QByteArray("DONER\r\n");
+    QTest::newRow("Windows-1252 letter")
+        << newAccount(QStringLiteral("Jos\u00E9"), QStringLiteral("1")) << QByteArray("DONER\r\n");
+    QTest::newRow("only the name and password")
+        << (QStringLiteral("NEWACCOUNT") + S + QStringLiteral("eve") + S + QStringLiteral("5"))
+        << QByteArray("DONER\r\n");
     QTest::newRow("empty name") << newAccount(QString(), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("21 characters") << newAccount(QStringLiteral("d").repeated(21), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("blank inside") << newAccount(QStringLiteral("da ve"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("less-than") << newAccount(QStringLiteral("<dave"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("greater-than") << newAccount(QStringLiteral("dave>"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("bar") << newAccount(QStringLiteral("da|ve"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("control character") << newAccount(QStringLiteral("da\u0007ve"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("taken") << newAccount(QStringLiteral("alice"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("taken in other case") << newAccount(QStringLiteral("ALICE"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("the server's name") << newAccount(QStringLiteral("quorvel"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("empty password") << newAccount(QStringLiteral("dave"), QString()) << QByteArray("INUSE\r\n");
+    QTest::newRow("21 characters") << newAccount(QStringLiteral("d").repeated(21), QStringLiteral("1"))
+                                   << QByteArray("INUSE\r\n");
+    QTest::newRow("blank inside") << newAccount(QStringLiteral("da ve"), QStringLiteral("1"))
+                                  << QByteArray("INUSE\r\n");
+    QTest::newRow("less-than") << newAccount(QStringLiteral("<dave"), QStringLiteral("1"))
+                               << QByteArray("INUSE\r\n");
+    QTest::newRow("greater-than") << newAccount(QStringLiteral("dave>"), QStringLiteral("1"))
+                                  << QByteArray("INUSE\r\n");
+    QTest::newRow("bar") << newAccount(QStringLiteral("da|ve"), QStringLiteral("1"))
+                         << QByteArray("INUSE\r\n");
+    QTest::newRow("control character")
+        << newAccount(QStringLiteral("da\u0007ve"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
+    QTest::newRow("taken") << newAccount(QStringLiteral("alice"), QStringLiteral("1"))
+                           << QByteArray("INUSE\r\n");
+    QTest::newRow("taken in other case")
+        << newAccount(QStringLiteral("ALICE"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
+    QTest::newRow("the server's name")
+        << newAccount(QStringLiteral("quorvel"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
+    QTest::newRow("empty password") << newAccount(QStringLiteral("dave"), QString())
+                                    << QByteArray("INUSE\r\n");
 }
 
 void TestServerAccounts::accountRequest() {
@@ -76,7 +96,8 @@ void TestServerAccounts::thirdAccountFromOneAddressIsRefused() {
     QTRY_COMPARE_WITH_TIMEOUT(client.lines().size(), 2, 5000);
     client.sendSegment(newAccount(QStringLiteral("three"), QStringLiteral("3")));
     QTRY_COMPARE_WITH_TIMEOUT(client.lines().size(), 3, 5000);
-    QCOMPARE(client.lines(), (QStringList{QStringLiteral("DONER"), QStringLiteral("DONER"), QStringLiteral("INUSE")}));
+    QCOMPARE(client.lines(),
+             (QStringList{QStringLiteral("DONER"), QStringLiteral("DONER"), QStringLiteral("INUSE")}));
     QVERIFY(!server.store().accountExists(QStringLiteral("three")));
 }
 
@@ -115,7 +136,8 @@ void TestServerAccounts::passwordIsKeptOnlyAsASaltedHash() {
     db.close();
     db = QSqlDatabase();
     QSqlDatabase::removeDatabase(QStringLiteral("inspect"));
-    QCOMPARE(server.store().verify(QStringLiteral("Alice"), QStringLiteral("987654")), std::optional<QString>(QStringLiteral("alice")));
+    QCOMPARE(server.store().verify(QStringLiteral("Alice"), QStringLiteral("987654")),
+             std::optional<QString>(QStringLiteral("alice")));
     QCOMPARE(server.store().verify(QStringLiteral("alice"), QStringLiteral("98765")), std::nullopt);
 }
 
@@ -129,29 +151,41 @@ void TestServerAccounts::accountsSurviveARestart() {
         QVERIFY(creator.waitForLine(QStringLiteral("DONER")));
         auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("11"));
         QVERIFY(alice);
-        alice->sendSegment(QStringLiteral("NEWS") + S + QStringLiteral("Cup final") + S + QStringLiteral("Sunday 8pm"));
-        QVERIFY(alice->waitForLine(QStringLiteral("SMSG") + S + QStringLiteral("News from alice: Cup final - Sunday 8pm")));
+        alice->sendSegment(QStringLiteral("NEWS") + S + QStringLiteral("Cup final") + S +
+                           QStringLiteral("Sunday 8pm"));
+        QVERIFY(alice->waitForLine(QStringLiteral("SMSG") + S +
+                                   QStringLiteral("News from alice: Cup final - Sunday 8pm")));
     }
     server.restart();
     QVERIFY(server.store().isOperator(QStringLiteral("alice")));
     auto dave = server.signOn(QStringLiteral("dave"), QStringLiteral("44"));
     QVERIFY(dave);
-    QVERIFY(dave->waitForLine(QStringLiteral("SMSG") + S + QStringLiteral("Latest news (2026-03-01, alice): Cup final - Sunday 8pm")));
+    QVERIFY(dave->waitForLine(QStringLiteral("SMSG") + S +
+                              QStringLiteral("Latest news (2026-03-01, alice): Cup final - Sunday 8pm")));
 }
 
 void TestServerAccounts::acknowledgedAccountSurvivesSigkill() {
     QTemporaryDir data;
-    const QStringList arguments{QStringLiteral("--data"), data.path(), QStringLiteral("--listen"), QStringLiteral("127.0.0.1"),
-                                QStringLiteral("--chat-port"), QStringLiteral("0"), QStringLiteral("--http-port"), QStringLiteral("0"),
-                                QStringLiteral("--hash-iterations"), QStringLiteral("1000")};
+    const QStringList arguments{QStringLiteral("--data"),
+                                data.path(),
+                                QStringLiteral("--listen"),
+                                QStringLiteral("127.0.0.1"),
+                                QStringLiteral("--chat-port"),
+                                QStringLiteral("0"),
+                                QStringLiteral("--http-port"),
+                                QStringLiteral("0"),
+                                QStringLiteral("--hash-iterations"),
+                                QStringLiteral("1000")};
     const auto startServer = [&](QProcess& process) -> quint16 {
         process.start(QStringLiteral(QUORVEL_SERVER_PATH), arguments);
         static const QRegularExpression portLine(QStringLiteral("chat port (\\d+)"));
         QByteArray output;
-        [[maybe_unused]] const bool started = QTest::qWaitFor([&] {
-            output += process.readAllStandardOutput();
-            return portLine.match(QString::fromLatin1(output)).hasMatch();
-        }, 10000);
+        [[maybe_unused]] const bool started = QTest::qWaitFor(
+            [&] {
+                output += process.readAllStandardOutput();
+                return portLine.match(QString::fromLatin1(output)).hasMatch();
+            },
+            10000);
         return static_cast<quint16>(portLine.match(QString::fromLatin1(output)).captured(1).toUInt());
     };
 
@@ -185,7 +219,8 @@ void TestServerAccounts::adminCommandsGrantOperators() {
     const auto run = [&](const QStringList& command, QByteArray* out) {
         QProcess process;
         QSignalSpy finished(&process, &QProcess::finished);
-        process.start(QStringLiteral(QUORVEL_SERVER_PATH), QStringList{QStringLiteral("--data"), data.path()} + command);
+        process.start(QStringLiteral(QUORVEL_SERVER_PATH),
+                      QStringList{QStringLiteral("--data"), data.path()} + command);
         if (!finished.wait(10000))
             return -1;
         *out = process.readAllStandardOutput();
@@ -200,7 +235,8 @@ void TestServerAccounts::adminCommandsGrantOperators() {
         AccountStore::NewAccount account;
         account.name = QStringLiteral("alice");
         account.password = QStringLiteral("1");
-        QCOMPARE(store.createAccount(account, 0, QDateTime::currentDateTimeUtc()), AccountStore::CreateResult::Created);
+        QCOMPARE(store.createAccount(account, 0, QDateTime::currentDateTimeUtc()),
+                 AccountStore::CreateResult::Created);
     }
     QByteArray out;
     QCOMPARE(run({QStringLiteral("op"), QStringLiteral("add"), QStringLiteral("alice")}, &out), 0);

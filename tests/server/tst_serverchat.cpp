@@ -58,7 +58,8 @@ void TestServerChat::cleanup() {
 
 void TestServerChat::publicLineReachesEveryoneWithSender() {
     m_bob->sendSegment(msg(QStringLiteral("hi \u00BFall\u00BF")));
-    const QByteArray expected("MSG|\xBF|<bob> hi \xBF" "all\xBF\r\n");
+    const QByteArray expected("MSG|\xBF|<bob> hi \xBF"
+                              "all\xBF\r\n");
     QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), expected, 5000);
     QTRY_COMPARE_WITH_TIMEOUT(m_bob->rawReceived(), expected, 5000);
 }
@@ -66,17 +67,21 @@ void TestServerChat::publicLineReachesEveryoneWithSender() {
 void TestServerChat::framing_data() {
     QTest::addColumn<QByteArray>("segment");
     QTest::addColumn<QStringList>("delivered");
-    QTest::newRow("one message, no terminator") << QByteArray("MSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
-    QTest::newRow("trailing CR LF") << QByteArray("MSG|\xBF|one\r\n") << QStringList{QStringLiteral("<bob> one")};
+    QTest::newRow("one message, no terminator")
+        << QByteArray("MSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
+    QTest::newRow("trailing CR LF") << QByteArray("MSG|\xBF|one\r\n")
+                                    << QStringList{QStringLiteral("<bob> one")};
     QTest::newRow("two messages") << QByteArray("MSG|\xBF|one\r\nMSG|\xBF|two")
                                   << QStringList{QStringLiteral("<bob> one"), QStringLiteral("<bob> two")};
-    QTest::newRow("PING then a line") << QByteArray("PING|\xBF|12:00:00\r\nMSG|\xBF|two\r\n")
-                                      << QStringList{QStringLiteral("<bob> two")};
-    QTest::newRow("empty pieces") << QByteArray("\r\n\r\nMSG|\xBF|one\r\n\r\n") << QStringList{QStringLiteral("<bob> one")};
-    QTest::newRow("separator inside the text") << QByteArray("MSG|\xBF|a|\xBF|b")
-                                               << QStringList{QStringLiteral("<bob> a") + S + QStringLiteral("b")};
-    QTest::newRow("unknown word then a line") << QByteArray("HELLO|\xBF|x\r\nMSG|\xBF|one")
-                                              << QStringList{QStringLiteral("<bob> one")};
+    QTest::newRow("PING then a line")
+        << QByteArray("PING|\xBF|12:00:00\r\nMSG|\xBF|two\r\n") << QStringList{QStringLiteral("<bob> two")};
+    QTest::newRow("empty pieces") << QByteArray("\r\n\r\nMSG|\xBF|one\r\n\r\n")
+                                  << QStringList{QStringLiteral("<bob> one")};
+    QTest::newRow("separator inside the text")
+        << QByteArray("MSG|\xBF|a|\xBF|b")
+        << QStringList{QStringLiteral("<bob> a") + S + QStringLiteral("b")};
+    QTest::newRow("unknown word then a line")
+        << QByteArray("HELLO|\xBF|x\r\nMSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
 }
 
 void TestServerChat::framing() {
@@ -98,10 +103,14 @@ void TestServerChat::seenQuery_data() {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("carolHasBeenHere");
     QTest::addColumn<QString>("answer");
-    QTest::newRow("online") << QStringLiteral("alice") << false << QStringLiteral("<Quorvel> alice is here now.");
-    QTest::newRow("was here") << QStringLiteral("carol") << true << QStringLiteral("<Quorvel> carol was last seen on 2026-03-01 12:00:00 UTC.");
-    QTest::newRow("never signed on") << QStringLiteral("carol") << false << QStringLiteral("<Quorvel> carol has not been seen yet.");
-    QTest::newRow("no such member") << QStringLiteral("zed") << false << QStringLiteral("<Quorvel> zed has never been here.");
+    QTest::newRow("online") << QStringLiteral("alice") << false
+                            << QStringLiteral("<Quorvel> alice is here now.");
+    QTest::newRow("was here") << QStringLiteral("carol") << true
+                              << QStringLiteral("<Quorvel> carol was last seen on 2026-03-01 12:00:00 UTC.");
+    QTest::newRow("never signed on") << QStringLiteral("carol") << false
+                                     << QStringLiteral("<Quorvel> carol has not been seen yet.");
+    QTest::newRow("no such member") << QStringLiteral("zed") << false
+                                    << QStringLiteral("<Quorvel> zed has never been here.");
 }
 
 void TestServerChat::seenQuery() {
@@ -138,17 +147,25 @@ void TestServerChat::opsQueryNamesOperatorsOnline() {
 void TestServerChat::privateMessage_data() {
     QTest::addColumn<QString>("sent");
     QTest::addColumn<QByteArray>("relayed");
-    QTest::newRow("plain") << QStringLiteral("PMSG|\u00BF|alice|\u00BF|psst") << QByteArray("PMSG|\xBF|<bob> psst\r\n");
-    QTest::newRow("private window line") << QStringLiteral("PMSG|\u00BF|alice|\u00BF|line\r\n") << QByteArray("PMSG|\xBF|<bob> line\r\n");
-    QTest::newRow("target in other case") << QStringLiteral("PMSG|\u00BF|ALICE|\u00BF|psst") << QByteArray("PMSG|\xBF|<bob> psst\r\n");
-    QTest::newRow("identification request") << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/WHOAMI") << QByteArray("PMSG|\xBF|<bob> /WHOAMI\r\n");
-    QTest::newRow("identification list untouched") << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/WHOYOU Age : 27|@|Hobbys : darts|@|")
-                                                   << QByteArray("PMSG|\xBF|<bob> /WHOYOU Age : 27|@|Hobbys : darts|@|\r\n");
-    QTest::newRow("file offer gets the sender's address") << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\maps\\bank.bsp|@|5120")
-                                                          << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\maps\\bank.bsp|@|5120|@|127.0.0.1\r\n");
-    QTest::newRow("file name with blanks") << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\my maps\\a b.zip|@|6000")
-                                           << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\my maps\\a b.zip|@|6000|@|127.0.0.1\r\n");
-    QTest::newRow("decline untouched") << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/SENDDECLINE") << QByteArray("PMSG|\xBF|<bob> /SENDDECLINE\r\n");
+    QTest::newRow("plain") << QStringLiteral("PMSG|\u00BF|alice|\u00BF|psst")
+                           << QByteArray("PMSG|\xBF|<bob> psst\r\n");
+    QTest::newRow("private window line")
+        << QStringLiteral("PMSG|\u00BF|alice|\u00BF|line\r\n") << QByteArray("PMSG|\xBF|<bob> line\r\n");
+    QTest::newRow("target in other case")
+        << QStringLiteral("PMSG|\u00BF|ALICE|\u00BF|psst") << QByteArray("PMSG|\xBF|<bob> psst\r\n");
+    QTest::newRow("identification request")
+        << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/WHOAMI") << QByteArray("PMSG|\xBF|<bob> /WHOAMI\r\n");
+    QTest::newRow("identification list untouched")
+        << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/WHOYOU Age : 27|@|Hobbys : darts|@|")
+        << QByteArray("PMSG|\xBF|<bob> /WHOYOU Age : 27|@|Hobbys : darts|@|\r\n");
+    QTest::newRow("file offer gets the sender's address")
+        << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\maps\\bank.bsp|@|5120")
+        << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\maps\\bank.bsp|@|5120|@|127.0.0.1\r\n");
+    QTest::newRow("file name with blanks")
+        << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\my maps\\a b.zip|@|6000")
+        << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\my maps\\a b.zip|@|6000|@|127.0.0.1\r\n");
+    QTest::newRow("decline untouched") << QStringLiteral("PMSG|\u00BF|alice|\u00BF|/SENDDECLINE")
+                                       << QByteArray("PMSG|\xBF|<bob> /SENDDECLINE\r\n");
 }
 
 void TestServerChat::privateMessage() {
@@ -161,24 +178,29 @@ void TestServerChat::privateMessage() {
 
 void TestServerChat::privateMessageToAbsentMemberIsAnswered() {
     m_bob->sendSegment(QStringLiteral("PMSG") + S + QStringLiteral("carol") + S + QStringLiteral("hello"));
-    QVERIFY(m_bob->waitForLine(msg(QStringLiteral("<Quorvel> carol is not online; your private message was not delivered."))));
+    QVERIFY(m_bob->waitForLine(
+        msg(QStringLiteral("<Quorvel> carol is not online; your private message was not delivered."))));
     QCOMPARE(m_alice->chatLines(), QStringList());
 }
 
 void TestServerChat::followRequestAndAnswerAreRelayed() {
     // bob follows alice; the name bob claims for himself is not what alice is told.
-    m_bob->sendSegment(QStringLiteral("FOLLOWUSER") + S + QStringLiteral("alice") + S + QStringLiteral("mallory"));
+    m_bob->sendSegment(QStringLiteral("FOLLOWUSER") + S + QStringLiteral("alice") + S +
+                       QStringLiteral("mallory"));
     QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), QByteArray("FOLLOWUSERBACK|\xBF|bob\r\n"), 5000);
-    m_alice->sendSegment(QStringList{QStringLiteral("FOLLOWUSERBACK"), QStringLiteral("bob"), QStringLiteral("Bank Job"),
-                                     QStringLiteral("127.0.0.1"), QStringLiteral("31510"), QStringLiteral("Kingpin")}
+    m_alice->sendSegment(QStringList{QStringLiteral("FOLLOWUSERBACK"), QStringLiteral("bob"),
+                                     QStringLiteral("Bank Job"), QStringLiteral("127.0.0.1"),
+                                     QStringLiteral("31510"), QStringLiteral("Kingpin")}
                              .join(S));
-    QTRY_COMPARE_WITH_TIMEOUT(m_bob->rawReceived(),
-                              QByteArray("FOLLOWUSERFINAL|\xBF|Bank Job|\xBF|127.0.0.1|\xBF|31510|\xBF|Kingpin\r\n"), 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(
+        m_bob->rawReceived(),
+        QByteArray("FOLLOWUSERFINAL|\xBF|Bank Job|\xBF|127.0.0.1|\xBF|31510|\xBF|Kingpin\r\n"), 5000);
 }
 
 void TestServerChat::unrequestedFollowAnswerIsDropped() {
-    m_alice->sendSegment(QStringList{QStringLiteral("FOLLOWUSERBACK"), QStringLiteral("bob"), QStringLiteral("Evil"),
-                                     QStringLiteral("203.0.113.9"), QStringLiteral("1"), QStringLiteral("Kingpin")}
+    m_alice->sendSegment(QStringList{QStringLiteral("FOLLOWUSERBACK"), QStringLiteral("bob"),
+                                     QStringLiteral("Evil"), QStringLiteral("203.0.113.9"),
+                                     QStringLiteral("1"), QStringLiteral("Kingpin")}
                              .join(S));
     // A leading CR LF keeps the marker a message of its own should TCP merge the two writes.
     m_alice->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("marker")));
@@ -187,8 +209,10 @@ void TestServerChat::unrequestedFollowAnswerIsDropped() {
 }
 
 void TestServerChat::newsIsStoredAndShown() {
-    m_bob->sendSegment(QStringLiteral("NEWS") + S + QStringLiteral("Ladder") + S + QStringLiteral("Round 2 tonight"));
-    const QString shown = QStringLiteral("SMSG") + S + QStringLiteral("News from bob: Ladder - Round 2 tonight");
+    m_bob->sendSegment(QStringLiteral("NEWS") + S + QStringLiteral("Ladder") + S +
+                       QStringLiteral("Round 2 tonight"));
+    const QString shown =
+        QStringLiteral("SMSG") + S + QStringLiteral("News from bob: Ladder - Round 2 tonight");
     QVERIFY(m_alice->waitForLine(shown));
     QVERIFY(m_bob->waitForLine(shown));
     const auto latest = m_server->store().latestNews();
@@ -196,7 +220,8 @@ void TestServerChat::newsIsStoredAndShown() {
     QCOMPARE(latest->headline, QStringLiteral("Ladder"));
     auto carol = m_server->signOn(QStringLiteral("carol"), QStringLiteral("33"));
     QVERIFY(carol);
-    QVERIFY(carol->waitForLine(QStringLiteral("SMSG") + S + QStringLiteral("Latest news (2026-03-01, bob): Ladder - Round 2 tonight")));
+    QVERIFY(carol->waitForLine(QStringLiteral("SMSG") + S +
+                               QStringLiteral("Latest news (2026-03-01, bob): Ladder - Round 2 tonight")));
 }
 
 QTEST_GUILESS_MAIN(TestServerChat)

@@ -51,13 +51,16 @@ void TestServerLimits::hostileSegmentDropsOnlyItsSender_data() {
     QTest::addColumn<QByteArray>("junk");
     QTest::addColumn<bool>("senderDropped");
     QTest::newRow("10 MB line") << QByteArray(10 * 1024 * 1024, 'x') << true;
-    QTest::newRow("line just over 8 KiB") << (QByteArray("MSG|\xBF|") + QByteArray(8 * 1024, 'y') + "\r\n") << true;
+    QTest::newRow("line just over 8 KiB")
+        << (QByteArray("MSG|\xBF|") + QByteArray(8 * 1024, 'y') + "\r\n") << true;
     QRandomGenerator random(20260301);
     QByteArray noise(6000, '\0');
     for (char& byte : noise)
         byte = static_cast<char>(random.bounded(256));
     QTest::newRow("random bytes") << noise << false;
-    QTest::newRow("unknown words") << QByteArray("HELLO\r\nLIST|\xBF|x\r\nINVALID\r\nDONER\r\n\x00\x01\x02", 36) << false;
+    QTest::newRow("unknown words") << QByteArray("HELLO\r\nLIST|\xBF|x\r\nINVALID\r\nDONER\r\n\x00\x01\x02",
+                                                 36)
+                                   << false;
 }
 
 void TestServerLimits::hostileSegmentDropsOnlyItsSender() {
@@ -85,7 +88,8 @@ void TestServerLimits::hostileSegmentDropsOnlyItsSender() {
     carol->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("still fine")));
     QVERIFY(alice->waitForLine(msg(QStringLiteral("<carol> still fine"))));
     for (const QString& line : alice->chatLines()) {
-        QVERIFY2(line.startsWith(msg(QStringLiteral("<carol> "))) || line.startsWith(msg(QStringLiteral("<bob> "))) ||
+        QVERIFY2(line.startsWith(msg(QStringLiteral("<carol> "))) ||
+                     line.startsWith(msg(QStringLiteral("<bob> "))) ||
                      line == QStringLiteral("PART") + S + QStringLiteral("bob"),
                  qPrintable(line.left(80)));
     }
@@ -104,10 +108,13 @@ void TestServerLimits::floodIsRefusedWithOneNotice() {
     QVERIFY(alice && bob);
     bob->clear();
     // The sign-on used one message of bob's window; two more lines pass.
-    bob->sendSegment(QStringLiteral("MSG|\u00BF|1\r\nMSG|\u00BF|2\r\nMSG|\u00BF|3\r\nMSG|\u00BF|4\r\nMSG|\u00BF|5\r\n"));
-    const QString warning = QStringLiteral("SMSG") + S + QStringLiteral("You are sending too fast; some of your lines were dropped.");
+    bob->sendSegment(
+        QStringLiteral("MSG|\u00BF|1\r\nMSG|\u00BF|2\r\nMSG|\u00BF|3\r\nMSG|\u00BF|4\r\nMSG|\u00BF|5\r\n"));
+    const QString warning = QStringLiteral("SMSG") + S +
+                            QStringLiteral("You are sending too fast; some of your lines were dropped.");
     QVERIFY(bob->waitForLine(warning));
-    QCOMPARE(bob->chatLines(), (QStringList{msg(QStringLiteral("<bob> 1")), msg(QStringLiteral("<bob> 2")), warning}));
+    QCOMPARE(bob->chatLines(),
+             (QStringList{msg(QStringLiteral("<bob> 1")), msg(QStringLiteral("<bob> 2")), warning}));
     server.advance(2);
     bob->sendSegment(msg(QStringLiteral("6")));
     QVERIFY(alice->waitForLine(msg(QStringLiteral("<bob> 6"))));
@@ -153,7 +160,8 @@ void TestServerLimits::manyConnectionsOpenedAndDropped() {
                 int count = 0;
                 for (const auto& client : clients) {
                     count += client->lines() ==
-                             QStringList{QStringLiteral("SMSG") + S + QStringLiteral("Too many connections from your address.")};
+                             QStringList{QStringLiteral("SMSG") + S +
+                                         QStringLiteral("Too many connections from your address.")};
                 }
                 return count;
             };

@@ -85,15 +85,18 @@ void TestServerOperators::ordinaryMemberIsRefused() {
     // Nothing happened: alice is still here and can speak, the ban stands.
     m_alice->sendSegment(QStringLiteral("MSG") + S + QStringLiteral("still here"));
     QVERIFY(m_bob->waitForLine(QStringLiteral("MSG") + S + QStringLiteral("<alice> still here")));
-    QCOMPARE(m_alice->chatLines(), QStringList{QStringLiteral("MSG") + S + QStringLiteral("<alice> still here")});
-    QCOMPARE(m_server->server().room().onlineNames(), (QStringList{QStringLiteral("alice"), QStringLiteral("bob")}));
+    QCOMPARE(m_alice->chatLines(),
+             QStringList{QStringLiteral("MSG") + S + QStringLiteral("<alice> still here")});
+    QCOMPARE(m_server->server().room().onlineNames(),
+             (QStringList{QStringLiteral("alice"), QStringLiteral("bob")}));
     QVERIFY(m_server->store().isBanned(QStringLiteral("zed"), QString(), QString(), m_server->now()));
 }
 
 void TestServerOperators::kickRemovesTheMember() {
     m_alice->sendSegment(ops(QStringLiteral("KICK"), QStringLiteral("bob")));
     QVERIFY(m_bob->waitForDisconnect());
-    QCOMPARE(m_bob->chatLines(), QStringList{QStringLiteral("SMSG") + S + QStringLiteral("You were kicked by alice.")});
+    QCOMPARE(m_bob->chatLines(),
+             QStringList{QStringLiteral("SMSG") + S + QStringLiteral("You were kicked by alice.")});
     QVERIFY(m_alice->waitForLine(notice(QStringLiteral("bob was kicked."))));
     QCOMPARE(m_alice->chatLines(), (QStringList{QStringLiteral("PART") + S + QStringLiteral("bob"),
                                                 notice(QStringLiteral("bob was kicked."))}));
@@ -107,16 +110,26 @@ void TestServerOperators::bansAndTheirClearing_data() {
     QTest::addColumn<QString>("clearWord");
     QTest::addColumn<bool>("signOnAfter");
     const QString ban = QStringLiteral("BAN"), subnet = QStringLiteral("SUBNET");
-    QTest::newRow("timed ban holds at 59 minutes") << QStringList{ban} << qint64(59 * 60) << QString() << false;
-    QTest::newRow("timed ban ends after 60 minutes") << QStringList{ban} << qint64(60 * 60 + 1) << QString() << true;
-    QTest::newRow("CRB clears the timed ban") << QStringList{ban} << qint64(0) << QStringLiteral("CRB") << true;
-    QTest::newRow("CPB leaves the timed ban") << QStringList{ban} << qint64(0) << QStringLiteral("CPB") << false;
-    QTest::newRow("second BAN is permanent") << QStringList{ban, ban} << qint64(30 * 24 * 3600) << QString() << false;
-    QTest::newRow("CPB clears the permanent ban") << QStringList{ban, ban} << qint64(60 * 60 + 1) << QStringLiteral("CPB") << true;
-    QTest::newRow("CRB leaves the permanent ban") << QStringList{ban, ban} << qint64(0) << QStringLiteral("CRB") << false;
-    QTest::newRow("subnet ban does not expire") << QStringList{subnet} << qint64(30 * 24 * 3600) << QString() << false;
-    QTest::newRow("CSB clears the subnet ban") << QStringList{subnet} << qint64(0) << QStringLiteral("CSB") << true;
-    QTest::newRow("CRB leaves the subnet ban") << QStringList{subnet} << qint64(0) << QStringLiteral("CRB") << false;
+    QTest::newRow("timed ban holds at 59 minutes")
+        << QStringList{ban} << qint64(59 * 60) << QString() << false;
+    QTest::newRow("timed ban ends after 60 minutes")
+        << QStringList{ban} << qint64(60 * 60 + 1) << QString() << true;
+    QTest::newRow("CRB clears the timed ban")
+        << QStringList{ban} << qint64(0) << QStringLiteral("CRB") << true;
+    QTest::newRow("CPB leaves the timed ban")
+        << QStringList{ban} << qint64(0) << QStringLiteral("CPB") << false;
+    QTest::newRow("second BAN is permanent")
+        << QStringList{ban, ban} << qint64(30 * 24 * 3600) << QString() << false;
+    QTest::newRow("CPB clears the permanent ban")
+        << QStringList{ban, ban} << qint64(60 * 60 + 1) << QStringLiteral("CPB") << true;
+    QTest::newRow("CRB leaves the permanent ban")
+        << QStringList{ban, ban} << qint64(0) << QStringLiteral("CRB") << false;
+    QTest::newRow("subnet ban does not expire")
+        << QStringList{subnet} << qint64(30 * 24 * 3600) << QString() << false;
+    QTest::newRow("CSB clears the subnet ban")
+        << QStringList{subnet} << qint64(0) << QStringLiteral("CSB") << true;
+    QTest::newRow("CRB leaves the subnet ban")
+        << QStringList{subnet} << qint64(0) << QStringLiteral("CRB") << false;
 }
 
 void TestServerOperators::bansAndTheirClearing() {
@@ -149,9 +162,11 @@ void TestServerOperators::suspendedMemberIsHeardByNobody() {
     m_alice->sendSegment(ops(QStringLiteral("MUZZLE"), QStringLiteral("bob")));
     QVERIFY(m_alice->waitForLine(notice(QStringLiteral("bob was suspended."))));
     QVERIFY(m_bob->waitForLine(QStringLiteral("SMSG") + S + QStringLiteral("You were suspended by alice.")));
-    const QString refusal = QStringLiteral("SMSG") + S + QStringLiteral("You are suspended by an operator; your lines are not delivered.");
-    for (const QString& line : {QStringLiteral("MSG|\u00BF|hello"), QStringLiteral("PMSG|\u00BF|alice|\u00BF|psst"),
-                                QStringLiteral("NEWS|\u00BF|a|\u00BF|b")}) {
+    const QString refusal = QStringLiteral("SMSG") + S +
+                            QStringLiteral("You are suspended by an operator; your lines are not delivered.");
+    for (const QString& line :
+         {QStringLiteral("MSG|\u00BF|hello"), QStringLiteral("PMSG|\u00BF|alice|\u00BF|psst"),
+          QStringLiteral("NEWS|\u00BF|a|\u00BF|b")}) {
         m_bob->clear();
         m_bob->sendSegment(line);
         QVERIFY(m_bob->waitForLine(refusal));
@@ -168,8 +183,8 @@ void TestServerOperators::suspendedMemberIsHeardByNobody() {
 void TestServerOperators::operatorCannotActOnHimself() {
     m_alice->sendSegment(ops(QStringLiteral("BAN"), QStringLiteral("alice")));
     QVERIFY(m_alice->waitForLine(notice(QStringLiteral("Operator commands do not act on yourself."))));
-    QVERIFY(!m_server->store().isBanned(QStringLiteral("alice"), QStringLiteral("127.0.0.1"), QStringLiteral("127.0.0"),
-                                        m_server->now()));
+    QVERIFY(!m_server->store().isBanned(QStringLiteral("alice"), QStringLiteral("127.0.0.1"),
+                                        QStringLiteral("127.0.0"), m_server->now()));
 }
 
 QTEST_GUILESS_MAIN(TestServerOperators)

@@ -34,7 +34,8 @@ void TestServerSignOn::newcomerGetsEveryNameAndOthersGetJoin() {
     QCOMPARE(bob->rawReceived(), QByteArray("LIST|\xBF|alice\r\nLIST|\xBF|bob\r\n"));
     QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
     QCOMPARE(alice->rawReceived(), QByteArray("LIST|\xBF|alice\r\nJOIN|\xBF|bob\r\n"));
-    QCOMPARE(server.server().room().onlineNames(), (QStringList{QStringLiteral("alice"), QStringLiteral("bob")}));
+    QCOMPARE(server.server().room().onlineNames(),
+             (QStringList{QStringLiteral("alice"), QStringLiteral("bob")}));
 }
 
 void TestServerSignOn::refusedSignOn_data() {
@@ -44,10 +45,14 @@ void TestServerSignOn::refusedSignOn_data() {
     QTest::newRow("wrong password") << QStringLiteral("LOGIN|\u00BF|bob|\u00BF|23") << QString();
     QTest::newRow("password missing") << QStringLiteral("LOGIN|\u00BF|bob") << QString();
     QTest::newRow("name with a blank") << QStringLiteral("LOGIN|\u00BF|b ob|\u00BF|22") << QString();
-    QTest::newRow("name under a timed ban") << QStringLiteral("LOGIN|\u00BF|bob|\u00BF|22") << QStringLiteral("timed");
-    QTest::newRow("name under a permanent ban") << QStringLiteral("LOGIN|\u00BF|bob|\u00BF|22") << QStringLiteral("permanent");
-    QTest::newRow("address under a timed ban") << QStringLiteral("LOGIN|\u00BF|bob|\u00BF|22") << QStringLiteral("address");
-    QTest::newRow("subnet banned") << QStringLiteral("LOGIN|\u00BF|bob|\u00BF|22") << QStringLiteral("subnet");
+    QTest::newRow("name under a timed ban")
+        << QStringLiteral("LOGIN|\u00BF|bob|\u00BF|22") << QStringLiteral("timed");
+    QTest::newRow("name under a permanent ban")
+        << QStringLiteral("LOGIN|\u00BF|bob|\u00BF|22") << QStringLiteral("permanent");
+    QTest::newRow("address under a timed ban")
+        << QStringLiteral("LOGIN|\u00BF|bob|\u00BF|22") << QStringLiteral("address");
+    QTest::newRow("subnet banned") << QStringLiteral("LOGIN|\u00BF|bob|\u00BF|22")
+                                   << QStringLiteral("subnet");
 }
 
 void TestServerSignOn::refusedSignOn() {
@@ -67,7 +72,8 @@ void TestServerSignOn::refusedSignOn() {
     else if (banKind == QLatin1String("address"))
         server.store().addBan(BanKind::Timed, QStringLiteral("someone"), QStringLiteral("127.0.0.1"), later);
     else if (banKind == QLatin1String("subnet"))
-        server.store().addBan(BanKind::Subnet, QStringLiteral("someone"), QStringLiteral("127.0.0"), std::nullopt);
+        server.store().addBan(BanKind::Subnet, QStringLiteral("someone"), QStringLiteral("127.0.0"),
+                              std::nullopt);
 
     ServerTestClient bob;
     QVERIFY(bob.connectTo(server.port()));
