@@ -17,6 +17,4 @@ struct ServerLimits {
     qint64 maxPendingOutputBytes = 256 * 1024;
     // A PING goes out every interval; a member silent for three intervals is dropped.
     int keepAliveMs = 60 * 1000;
-    // A connection that has not signed on within this time is closed.
-    int signOnTimeoutMs = 60 * 1000;
 };

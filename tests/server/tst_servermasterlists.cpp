@@ -175,4 +175,4 @@ void TestMasterListHttp::everythingElseIsNotFound() {
 }
 
 QTEST_GUILESS_MAIN(TestMasterListHttp)
-#include "tst_masterlisthttp.moc"
+#include "tst_servermasterlists.moc"
