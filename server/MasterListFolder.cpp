@@ -11,7 +11,7 @@ QStringList listNames() {
             QStringLiteral("qvllist-half-life.qvl"),     QStringLiteral("qvllist-rtcw.qvl")};
 }
 
-bool seed(const QString& folder, QString* error) {
+bool fillMissing(const QString& folder, QString* error) {
     if (!QDir().mkpath(folder)) {
         if (error)
             *error = QStringLiteral("cannot create %1").arg(folder);

@@ -12,6 +12,6 @@ QStringList listNames();
 
 // Copies each built-in sample whose file is missing; existing files are left alone.
 // Returns false (with the reason) when the folder cannot be written.
-bool seed(const QString& folder, QString* error);
+bool fillMissing(const QString& folder, QString* error);
 
 } // namespace MasterListFolder

@@ -44,7 +44,7 @@ int main(int argc, char** argv) {
     if (!options.command.isEmpty())
         return runAdminCommand(store, options.command, out, err);
 
-    if (!MasterListFolder::seed(options.dataFolder, &error)) {
+    if (!MasterListFolder::fillMissing(options.dataFolder, &error)) {
         err << "quorvel-server: " << error << '\n';
         return 1;
     }

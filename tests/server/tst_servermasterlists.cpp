@@ -81,7 +81,7 @@ void TestMasterListHttp::initTestCase() {
     QVERIFY(inner.open(QIODevice::WriteOnly));
     inner.write("inner");
     inner.close();
-    QVERIFY(MasterListFolder::seed(m_dir.path(), nullptr));
+    QVERIFY(MasterListFolder::fillMissing(m_dir.path(), nullptr));
     m_http = std::make_unique<MasterListHttp>(m_dir.path());
     m_port = m_http->listen(QHostAddress::LocalHost, 0);
     QVERIFY(m_port != 0);
@@ -94,7 +94,7 @@ void TestMasterListHttp::samplesAreCopiedOnlyWhenMissing() {
     QVERIFY(own.open(QIODevice::WriteOnly));
     own.write("Our own - 10.0.0.1 - 31510\r\n");
     own.close();
-    QVERIFY(MasterListFolder::seed(dir.path(), nullptr));
+    QVERIFY(MasterListFolder::fillMissing(dir.path(), nullptr));
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 6);
     QFile check(kingpin);
     QVERIFY(check.open(QIODevice::ReadOnly));
