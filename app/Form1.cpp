@@ -210,8 +210,7 @@ void Form1::buildMenus() {
     mnuCSB = item(mnuopi, "mnuCSB", "Clear SubNet Bans", ops(OpClearSubnetBans, false));
     mnuCPB = item(mnuopi, "mnuCPB", "Clear Permanent Bans", ops(OpClearPermanentBans, false));
     mnuCRB = item(mnuopi, "mnuCRB", "Clear 60 Min Bans", ops(OpClearTimedBans, false));
-    QAction* news = item(mnutools, "mnuPostNews", "Post News", &Form1::mnuNewsPost_Click);
-    Q_UNUSED(news);
+    item(mnutools, "mnuPostNews", "Post News", &Form1::mnuNewsPost_Click);
 
     mnuhlp = menu(nullptr, "mnuhlp", "&Help");
     mnuCommands = item(mnuhlp, "mnuCommands", "Commands", &Form1::mnuCommands_Click);
