@@ -33,15 +33,6 @@ private Q_SLOTS:
     void switchItemsAndClearChat();
 };
 
-namespace {
-
-QString lastPrompt(const FakePrompts& p) {
-    if (p.shown.isEmpty())
-        return {};
-    return p.last().title + u'|' + p.last().text + u'|' + QString::number(int(p.last().icon));
-}
-} // namespace
-
 void CommandsTest::inputLine_data() {
     QTest::addColumn<QString>("line");
     QTest::addColumn<QByteArray>("sent");
@@ -94,7 +85,7 @@ void CommandsTest::inputLine() {
     QTest::keyClick(c.w->Text1, Qt::Key_Return);
     QCOMPARE(c.sentSoFar(), sent);
     QCOMPARE(c.w->statusText(), status);
-    QCOMPARE(lastPrompt(c.t.prompts), prompt);
+    QCOMPARE(c.t.prompts.lastLine(), prompt);
     QCOMPARE(c.w->rtb->toPlainText().isEmpty(), displayCleared);
     QCOMPARE(c.w->Text1->text().isEmpty(), lineEmptied);
     QCOMPARE(QGuiApplication::clipboard()->text(),
@@ -161,7 +152,7 @@ void CommandsTest::userMenu() {
     c.w->selectUser(selected);
     c.w->findChild<QAction*>(item)->trigger();
     QCOMPARE(c.sentSoFar(), sent);
-    QCOMPARE(lastPrompt(c.t.prompts), prompt);
+    QCOMPARE(c.t.prompts.lastLine(), prompt);
 }
 
 void CommandsTest::privateWindowOpensOnce() {
@@ -185,22 +176,22 @@ void CommandsTest::ignoreList() {
     QVERIFY(c.ready);
     QVERIFY(c.deliver("LIST|\xbf|bob\r\nLIST|\xbf|ann\r\n"));
     c.w->mnuVI->trigger();
-    QCOMPARE(lastPrompt(c.t.prompts), QStringLiteral("Quorvel|You have no ignored users.|0"));
+    QCOMPARE(c.t.prompts.lastLine(), QStringLiteral("Quorvel|You have no ignored users.|0"));
     c.w->mnucI->trigger();
-    QCOMPARE(lastPrompt(c.t.prompts), QStringLiteral("Quorvel|You have no ignored users to clear.|2"));
+    QCOMPARE(c.t.prompts.lastLine(), QStringLiteral("Quorvel|You have no ignored users to clear.|2"));
     c.w->selectUser(QStringLiteral("bob"));
     c.w->mnuIG->trigger();
     c.w->selectUser(QStringLiteral("ann"));
     c.w->mnuIG->trigger();
     c.w->mnuVI->trigger();
-    QCOMPARE(lastPrompt(c.t.prompts), QStringLiteral("Quorvel|<bob>\r\n<ann>|0"));
+    QCOMPARE(c.t.prompts.lastLine(), QStringLiteral("Quorvel|<bob>\r\n<ann>|0"));
     QVERIFY(c.deliver("MSG|\xbf|<ann> hidden\r\n"));
     QCOMPARE(c.w->rtb->toPlainText(), QString());
     c.w->mnuUn->trigger();
     QVERIFY(c.deliver("MSG|\xbf|<ann> shown\r\n"));
     QCOMPARE(c.w->rtb->toPlainText(), QStringLiteral("\n<ann> shown"));
     c.w->mnucI->trigger();
-    QCOMPARE(lastPrompt(c.t.prompts), QStringLiteral("Quorvel|Ignored users, cleared....|1"));
+    QCOMPARE(c.t.prompts.lastLine(), QStringLiteral("Quorvel|Ignored users, cleared....|1"));
     QCOMPARE(c.w->List1->count(), 0);
 }
 

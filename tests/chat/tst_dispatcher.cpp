@@ -42,13 +42,6 @@ QStringList users(const Form1& w) {
     return out;
 }
 
-QStringList promptLines(const FakePrompts& prompts) {
-    QStringList out;
-    for (const auto& p : prompts.shown)
-        out.append(p.title + u'|' + p.text + u'|' + QString::number(int(p.icon)));
-    return out;
-}
-
 QStringList soundNames(const FakeSounds& sounds) {
     QStringList out;
     for (const QString& s : sounds.played)
@@ -204,7 +197,7 @@ void DispatcherTest::serverMessages() {
     QCOMPARE(c.w->rtb->toPlainText(), display);
     QCOMPARE(::users(*c.w), users);
     QCOMPARE(c.sentSoFar(), sent);
-    QCOMPARE(promptLines(c.t.prompts), prompts);
+    QCOMPARE(c.t.prompts.lines(), prompts);
     QCOMPARE(soundNames(c.t.sounds), sounds);
 }
 
@@ -252,7 +245,7 @@ void DispatcherTest::invalidSignsOff() {
     SignedOnClient c;
     QVERIFY(c.ready);
     QVERIFY(c.deliver("INVALID\r\nJOIN|\xbf|lost\r\n"));
-    QCOMPARE(promptLines(c.t.prompts), QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});
+    QCOMPARE(c.t.prompts.lines(), QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});
     QCOMPARE(c.w->statusText(), QStringLiteral("Signed Off"));
     QCOMPARE(c.w->connectionText(), QStringLiteral("Not Connected"));
     QVERIFY(!c.w->isConnected());

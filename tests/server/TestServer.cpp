@@ -60,3 +60,16 @@ std::unique_ptr<ServerTestClient> TestServer::signOn(const QString& name, const 
         return nullptr;
     return client;
 }
+
+bool TestServer::signOnAliceAndBob(std::unique_ptr<ServerTestClient>& alice,
+                                   std::unique_ptr<ServerTestClient>& bob) {
+    addAccount(QStringLiteral("alice"), QStringLiteral("11"), true);
+    addAccount(QStringLiteral("bob"), QStringLiteral("22"));
+    alice = signOn(QStringLiteral("alice"), QStringLiteral("11"));
+    bob = signOn(QStringLiteral("bob"), QStringLiteral("22"));
+    if (!alice || !bob || !alice->waitForLine(QStringLiteral("JOIN") + ServerWire::S + QStringLiteral("bob")))
+        return false;
+    alice->clear();
+    bob->clear();
+    return true;
+}

@@ -7,10 +7,18 @@
 
 #include "ServerTestClient.h"
 
+#include "chat/ChatProtocol.h"
+
 #include <QDateTime>
 #include <QTemporaryDir>
 
 #include <memory>
+
+// How the tests write messages: the separator, and a public line as a client sends it.
+namespace ServerWire {
+inline const QString S = ChatProtocol::Separator;
+inline QString msg(const QString& text) { return QStringLiteral("MSG") + S + text; }
+} // namespace ServerWire
 
 // A chat server in the test process on 127.0.0.1, port 0, with its own database in a
 // temporary folder and a clock the test moves by hand.
@@ -35,6 +43,10 @@ public:
 
     // Connects, sends LOGIN and waits until the member's own LIST line arrived.
     std::unique_ptr<ServerTestClient> signOn(const QString& name, const QString& password);
+
+    // The usual room: alice (an operator) and bob signed on, each having seen the other arrive,
+    // with what they received so far cleared. False when either could not sign on.
+    bool signOnAliceAndBob(std::unique_ptr<ServerTestClient>& alice, std::unique_ptr<ServerTestClient>& bob);
 
 private:
     void start();

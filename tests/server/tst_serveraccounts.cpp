@@ -9,9 +9,9 @@
 #include <QSqlQuery>
 #include <QTest>
 
-namespace {
-const QString S = QStringLiteral("|\u00BF|");
+using ServerWire::S;
 
+namespace {
 QString newAccount(const QString& name, const QString& password) {
     return QStringList{QStringLiteral("NEWACCOUNT"),
                        name,

@@ -4,13 +4,8 @@
 
 #include <QTest>
 
-namespace {
-const QString S = QStringLiteral("|\u00BF|");
-
-QString msg(const QString& text) {
-    return QStringLiteral("MSG") + S + text;
-}
-} // namespace
+using ServerWire::msg;
+using ServerWire::S;
 
 class TestServerChat : public QObject {
     Q_OBJECT
@@ -39,15 +34,8 @@ private:
 
 void TestServerChat::init() {
     m_server = std::make_unique<TestServer>();
-    m_server->addAccount(QStringLiteral("alice"), QStringLiteral("11"), true);
-    m_server->addAccount(QStringLiteral("bob"), QStringLiteral("22"));
     m_server->addAccount(QStringLiteral("carol"), QStringLiteral("33"));
-    m_alice = m_server->signOn(QStringLiteral("alice"), QStringLiteral("11"));
-    m_bob = m_server->signOn(QStringLiteral("bob"), QStringLiteral("22"));
-    QVERIFY(m_alice && m_bob);
-    QVERIFY(m_alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
-    m_alice->clear();
-    m_bob->clear();
+    QVERIFY(m_server->signOnAliceAndBob(m_alice, m_bob));
 }
 
 void TestServerChat::cleanup() {

@@ -9,13 +9,8 @@
 #include <algorithm>
 #include <vector>
 
-namespace {
-const QString S = QStringLiteral("|\u00BF|");
-
-QString msg(const QString& text) {
-    return QStringLiteral("MSG") + S + text;
-}
-} // namespace
+using ServerWire::msg;
+using ServerWire::S;
 
 class TestServerLimits : public QObject {
     Q_OBJECT

@@ -4,9 +4,9 @@
 
 #include <QTest>
 
-namespace {
-const QString S = QStringLiteral("|\u00BF|");
+using ServerWire::S;
 
+namespace {
 QString ops(const QString& word, const QString& target = QString()) {
     return QStringLiteral("OPS") + S + word + (target.isNull() ? QString() : S + target);
 }
@@ -39,14 +39,7 @@ private:
 
 void TestServerOperators::init() {
     m_server = std::make_unique<TestServer>();
-    m_server->addAccount(QStringLiteral("alice"), QStringLiteral("11"), true);
-    m_server->addAccount(QStringLiteral("bob"), QStringLiteral("22"));
-    m_alice = m_server->signOn(QStringLiteral("alice"), QStringLiteral("11"));
-    m_bob = m_server->signOn(QStringLiteral("bob"), QStringLiteral("22"));
-    QVERIFY(m_alice && m_bob);
-    QVERIFY(m_alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
-    m_alice->clear();
-    m_bob->clear();
+    QVERIFY(m_server->signOnAliceAndBob(m_alice, m_bob));
 }
 
 void TestServerOperators::cleanup() {

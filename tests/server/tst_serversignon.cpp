@@ -5,9 +5,7 @@
 
 #include <QTest>
 
-namespace {
-const QString S = QStringLiteral("|\u00BF|");
-}
+using ServerWire::S;
 
 class TestServerSignOn : public QObject {
     Q_OBJECT

@@ -7,6 +7,13 @@ QStringList FakePrompts::texts() const {
     return out;
 }
 
+QStringList FakePrompts::lines() const {
+    QStringList out;
+    for (const Shown& s : shown)
+        out.append(s.line());
+    return out;
+}
+
 void FakePrompts::record(Shown s) {
     shown.append(s);
     if (whileOpen)

@@ -21,6 +21,8 @@ public:
         Icon icon = Icon::None;
         Buttons buttons = Buttons::Ok;
         QString proposed;
+        // "title|text|icon number": one string a test can compare at once.
+        QString line() const { return title + u'|' + text + u'|' + QString::number(int(icon)); }
     };
 
     QList<Shown> shown;
@@ -33,6 +35,9 @@ public:
 
     const Shown& last() const { return shown.last(); }
     QStringList texts() const;
+    QStringList lines() const;
+    // The last prompt's line(), or an empty string when none was shown.
+    QString lastLine() const { return shown.isEmpty() ? QString() : shown.last().line(); }
 
     Answer message(const QString& title, const QString& text, Icon icon, Buttons buttons) override;
     std::optional<QString> input(const QString& prompt, const QString& title, const QString& proposed) override;
