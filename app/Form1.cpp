@@ -19,12 +19,15 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenuBar>
+#include <QScrollBar>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTcpSocket>
 #include <QTextCursor>
 #include <QTextEdit>
 #include <QVBoxLayout>
+
+#include <utility>
 
 namespace {
 const QString kSettingsFile = QStringLiteral("\\Quorvel.ini");
@@ -86,6 +89,16 @@ void Form1::buildLayout() {
     LV1->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(LV1, &QListWidget::customContextMenuRequested, this,
             [this](const QPoint& at) { mnua->popup(LV1->viewport()->mapToGlobal(at)); });
+    connect(LV1, &QListWidget::itemSelectionChanged, this, &Form1::updateMemberItems);
+    // A reader who has scrolled back keeps their place; back at the bottom, new lines are followed
+    // again. The layout grows the range after the lines are in, so the bottom is kept from there.
+    QScrollBar* bar = rtb->verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this, [this, bar](int value) { m_followNewest = value >= bar->maximum(); });
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int, int maximum) {
+        if (m_followNewest)
+            bar->setValue(maximum);
+    });
+    connect(LV1, &QListWidget::itemDoubleClicked, this, &Form1::mnuPM_Click);
     Text1->setObjectName(QStringLiteral("Text1"));
     Text1->setAccessibleName(QStringLiteral("Say"));
     Text3->setObjectName(QStringLiteral("Text3"));
@@ -224,8 +237,14 @@ void Form1::setSignedOnMenus(bool signedOn) {
     mnudis->setEnabled(signedOn);
     mnua->setEnabled(signedOn);
     mnutools->setEnabled(signedOn);
-    for (QAction* a : mnua->actions())
-        a->setEnabled(signedOn);
+    updateMemberItems();
+}
+
+void Form1::updateMemberItems() {
+    // Items that act on a member wait until one is selected (the list is empty while signed off).
+    const bool someone = !selectedUser().isEmpty();
+    for (QAction* a : {mnuPM, mnuIS, mnuFollowUser, mnuLastLoggedOn, mnuIG, mnuUn, mnuKick, mnuBan, mnuMBAN, mnuMuzzle})
+        a->setEnabled(someone);
 }
 
 bool Form1::Form_Load() {
@@ -240,7 +259,34 @@ bool Form1::Form_Load() {
     setSignedOnMenus(false);
     applySettings();
     actionColour = ActionColourAtStart;
+    showGreeting();
     return true;
+}
+
+namespace {
+const QStringList kGreeting{
+    QStringLiteral("Welcome to Quorvel."),
+    QStringLiteral("No account yet? Choose File > New Account, pick a name and a password (a number greater than "
+                   "zero) and press Create Account."),
+    QStringLiteral("Then choose File > Sign on, enter the account name and password and press Sign On.")};
+} // namespace
+
+void Form1::showGreeting() {
+    for (const QString& line : kGreeting)
+        appendLine(line, messageColour);
+    m_greetingShown = true;
+}
+
+void Form1::removeGreeting() {
+    if (!std::exchange(m_greetingShown, false))
+        return;
+    // Gone already if the reader cleared the display; what came after it stays.
+    const QString greeting = QLatin1Char('\n') + kGreeting.join(QLatin1Char('\n'));
+    if (!rtb->toPlainText().startsWith(greeting))
+        return;
+    QTextCursor cursor(rtb->document());
+    cursor.setPosition(int(greeting.size()), QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
 }
 
 void Form1::applySettings() {
@@ -355,7 +401,7 @@ void Form1::appendLine(const QString& text, qint64 bgrColour) {
     cursor.insertBlock(QTextBlockFormat(), format);
     cursor.insertText(text, format);
     // Keeping the newest line in view costs a scroll-bar update; once per read is enough.
-    if (!m_handlingRead)
+    if (!m_handlingRead && m_followNewest)
         scrollToNewest();
 }
 
@@ -372,8 +418,8 @@ void Form1::selectUser(const QString& nickname) {
 }
 
 QString Form1::selectedUser() const {
-    const QListWidgetItem* item = LV1->currentItem();
-    return item ? item->text() : QString();
+    const QList<QListWidgetItem*> selected = LV1->selectedItems();
+    return selected.isEmpty() ? QString() : selected.first()->text();
 }
 
 bool Form1::send(const QString& message) { return ChatMessage::send(*Winsock1, message); }

@@ -7,12 +7,14 @@
 #include <QTextCursor>
 
 #include <array>
+#include <optional>
 
 class ChatDispatcher;
 class EmoticonReplacer;
 class Form2;
 class Form3;
 class Form4;
+class Form8;
 class GameStarter;
 class QAction;
 class QComboBox;
@@ -119,10 +121,17 @@ public:
 
     // Sign-on: closes an open connection and connects to the server box's host.
     void signOn();
+    // The plain signed-off state: status texts, menus, an empty user list, no account request.
     void signedOff();
+    // The account dialog has sent its request for this name; the answer ends the connection.
+    void accountRequested(const QString& name);
+    void accountAnswered(bool created);
+    // The first greeting goes once a sign-on has succeeded (if it is still at the top).
+    void removeGreeting();
     void followuser();
     void BackFromGame();
     void setSignedOnMenus(bool signedOn);
+    void updateMemberItems();
     void setStatusText(const QString& text);
     void setConnectionText(const QString& text);
     // Opens or brings forward the private window for a member; returns it.
@@ -181,6 +190,9 @@ private:
     void saveSettings() const;
     void endProgram();
     void closeQuietly();
+    void connectToChatServer();
+    void endAccountConnection();
+    void showGreeting();
 
     Services m_services;
     QString m_password;
@@ -188,6 +200,13 @@ private:
     quint16 m_serverPort;
     bool m_ending = false;
     bool m_handlingRead = false;
+    // Whether the reader is at the newest line (not scrolled back).
+    bool m_followNewest = true;
+    bool m_greetingShown = false;
+    // False from a connection attempt until the server answers it, so a failure is reported once.
+    bool m_reachedServer = true;
+    std::optional<QString> m_requestedAccount;
+    QPointer<Form8> m_accountDialog;
     QTextCursor m_readEdit;
     QLabel* m_statusPanel;
     QLabel* m_connectionPanel;

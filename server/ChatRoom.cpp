@@ -2,6 +2,7 @@
 
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/PasswordRule.h"
 #include "common/Windows1252.h"
 #include "server/AccountStore.h"
 #include "server/AddressRules.h"
@@ -104,7 +105,7 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
     account.address = session->address();
     const bool acceptable = NameRules::isValidName(account.name) &&
                             NameRules::key(account.name) != NameRules::key(ServerName) &&
-                            !account.password.isEmpty();
+                            PasswordRule::isAcceptable(account.password);
     if (acceptable && m_store.createAccount(account, m_limits.accountsPerAddress, m_now()) ==
                           AccountStore::CreateResult::Created) {
         // The account is committed; only now is it acknowledged.

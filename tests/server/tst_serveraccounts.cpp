@@ -70,6 +70,11 @@ void TestServerAccounts::accountRequest_data() {
         << newAccount(QStringLiteral("quorvel"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
     QTest::newRow("empty password") << newAccount(QStringLiteral("dave"), QString())
                                     << QByteArray("INUSE\r\n");
+    // Passwords the sign-on dialog refuses: such an account could never be used.
+    QTest::newRow("word password") << newAccount(QStringLiteral("dave"), QStringLiteral("secret"))
+                                   << QByteArray("INUSE\r\n");
+    QTest::newRow("zero password") << newAccount(QStringLiteral("dave"), QStringLiteral("0"))
+                                   << QByteArray("INUSE\r\n");
 }
 
 void TestServerAccounts::accountRequest() {
