@@ -24,39 +24,12 @@ void ChatMessageTest::build_data() {
     QTest::addColumn<QStringList>("args");
     QTest::addColumn<QByteArray>("wire");
     const auto s = [](const char* t) { return QString::fromLatin1(t); };
-    QTest::newRow("LOGIN") << s("LOGIN") << QStringList{s("ann"), s("1234")} << QByteArray("LOGIN|\xbf|ann|\xbf|1234");
-    QTest::newRow("NICK") << s("NICK") << QStringList{s("ann2")} << QByteArray("NICK|\xbf|ann2");
-    QTest::newRow("PING with CR LF") << s("PING") << QStringList{s("14:05:09\r\n")}
-                                     << QByteArray("PING|\xbf|14:05:09\r\n");
-    QTest::newRow("MSG") << s("MSG") << QStringList{s("hello there")} << QByteArray("MSG|\xbf|hello there");
-    QTest::newRow("MSG seen") << s("MSG") << QStringList{s("!Seen bob")} << QByteArray("MSG|\xbf|!Seen bob");
-    QTest::newRow("PMSG") << s("PMSG") << QStringList{s("bob"), s("hi")} << QByteArray("PMSG|\xbf|bob|\xbf|hi");
-    QTest::newRow("PMSG whoami") << s("PMSG") << QStringList{s("bob"), s("/WHOAMI")}
-                                 << QByteArray("PMSG|\xbf|bob|\xbf|/WHOAMI");
-    QTest::newRow("PMSG whoyou") << s("PMSG") << QStringList{s("bob"), s("/WHOYOU a|@|b|@|")}
-                                 << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU a|@|b|@|");
-    QTest::newRow("PMSG decline") << s("PMSG") << QStringList{s("bob"), s("/SENDDECLINE")}
-                                  << QByteArray("PMSG|\xbf|bob|\xbf|/SENDDECLINE");
-    QTest::newRow("PMSG ignored") << s("PMSG") << QStringList{s("bob"), s("User has ignored you")}
-                                  << QByteArray("PMSG|\xbf|bob|\xbf|User has ignored you");
-    QTest::newRow("PMSG ignoring all") << s("PMSG") << QStringList{s("bob"), s("is ignoring all PM msg's")}
-                                       << QByteArray("PMSG|\xbf|bob|\xbf|is ignoring all PM msg's");
-    QTest::newRow("FOLLOWUSER") << s("FOLLOWUSER") << QStringList{s("bob"), s("ann")}
-                                << QByteArray("FOLLOWUSER|\xbf|bob|\xbf|ann");
-    QTest::newRow("FOLLOWUSERBACK")
-        << s("FOLLOWUSERBACK") << QStringList{s("ann"), s("Fred's Bar"), s("10.0.0.5"), s("31510"), s("Kingpin")}
-        << QByteArray("FOLLOWUSERBACK|\xbf|ann|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin");
-    QTest::newRow("NEWS") << s("NEWS") << QStringList{s("Title"), s("Body text")}
-                          << QByteArray("NEWS|\xbf|Title|\xbf|Body text");
-    QTest::newRow("OPS KICK") << s("OPS") << QStringList{s("KICK"), s("bob")} << QByteArray("OPS|\xbf|KICK|\xbf|bob");
-    QTest::newRow("OPS BAN") << s("OPS") << QStringList{s("BAN"), s("bob")} << QByteArray("OPS|\xbf|BAN|\xbf|bob");
-    QTest::newRow("OPS SUBNET") << s("OPS") << QStringList{s("SUBNET"), s("bob")}
-                                << QByteArray("OPS|\xbf|SUBNET|\xbf|bob");
-    QTest::newRow("OPS MUZZLE") << s("OPS") << QStringList{s("MUZZLE"), s("bob")}
-                                << QByteArray("OPS|\xbf|MUZZLE|\xbf|bob");
-    QTest::newRow("OPS CSB") << s("OPS") << QStringList{s("CSB")} << QByteArray("OPS|\xbf|CSB");
-    QTest::newRow("OPS CPB") << s("OPS") << QStringList{s("CPB")} << QByteArray("OPS|\xbf|CPB");
-    QTest::newRow("OPS CRB") << s("OPS") << QStringList{s("CRB")} << QByteArray("OPS|\xbf|CRB");
+    // Every message the program sends is checked byte for byte where it is sent; these are the framing rules.
+    QTest::newRow("fields in order") << s("LOGIN") << QStringList{s("ann"), s("1234")}
+                                     << QByteArray("LOGIN|\xbf|ann|\xbf|1234");
+    QTest::newRow("no argument") << s("OPS") << QStringList{s("CSB")} << QByteArray("OPS|\xbf|CSB");
+    QTest::newRow("nothing escaped") << s("PMSG") << QStringList{s("bob"), s("/WHOYOU a|@|b|\xbf|")}
+                                     << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU a|@|b|\xbf|");
     QTest::newRow("8-bit text") << s("MSG") << QStringList{QString::fromUtf8("caf\xc3\xa9 \xe2\x82\xac")}
                                 << QByteArray("MSG|\xbf|caf\xe9 \x80");
     QTest::newRow("no Windows-1252 byte") << s("MSG") << QStringList{QString::fromUtf8("\xe4\xbd\xa0")}
