@@ -93,7 +93,8 @@ void Form1::buildLayout() {
     // A reader who has scrolled back keeps their place; back at the bottom, new lines are followed
     // again. The layout grows the range after the lines are in, so the bottom is kept from there.
     QScrollBar* bar = rtb->verticalScrollBar();
-    connect(bar, &QScrollBar::valueChanged, this, [this, bar](int value) { m_followNewest = value >= bar->maximum(); });
+    connect(bar, &QScrollBar::valueChanged, this,
+            [this, bar](int value) { m_followNewest = value >= bar->maximum(); });
     connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int, int maximum) {
         if (m_followNewest)
             bar->setValue(maximum);
@@ -243,7 +244,8 @@ void Form1::setSignedOnMenus(bool signedOn) {
 void Form1::updateMemberItems() {
     // Items that act on a member wait until one is selected (the list is empty while signed off).
     const bool someone = !selectedUser().isEmpty();
-    for (QAction* a : {mnuPM, mnuIS, mnuFollowUser, mnuLastLoggedOn, mnuIG, mnuUn, mnuKick, mnuBan, mnuMBAN, mnuMuzzle})
+    for (QAction* a :
+         {mnuPM, mnuIS, mnuFollowUser, mnuLastLoggedOn, mnuIG, mnuUn, mnuKick, mnuBan, mnuMBAN, mnuMuzzle})
         a->setEnabled(someone);
 }
 
@@ -266,8 +268,9 @@ bool Form1::Form_Load() {
 namespace {
 const QStringList kGreeting{
     QStringLiteral("Welcome to Quorvel."),
-    QStringLiteral("No account yet? Choose File > New Account, pick a name and a password (a number greater than "
-                   "zero) and press Create Account."),
+    QStringLiteral(
+        "No account yet? Choose File > New Account, pick a name and a password (a number greater than "
+        "zero) and press Create Account."),
     QStringLiteral("Then choose File > Sign on, enter the account name and password and press Sign On.")};
 } // namespace
 

@@ -68,7 +68,9 @@ void Form1::mnuNews_Click() {
     setStatusText(QStringLiteral("Connecting..."));
 }
 
-void Form1::accountRequested(const QString& name) { m_requestedAccount = name; }
+void Form1::accountRequested(const QString& name) {
+    m_requestedAccount = name;
+}
 
 void Form1::accountAnswered(bool created) {
     if (!m_requestedAccount)

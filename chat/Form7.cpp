@@ -58,4 +58,6 @@ void Form7::Command1_Click() {
 
 void Form7::Command2_Click() { reject(); }
 
-void Form7::openMailProgram() { m_main.services().desktop.openWithShell(QStringLiteral("mailto:")); }
+void Form7::openMailProgram() {
+    m_main.services().desktop.openWithShell(QStringLiteral("mailto:"));
+}

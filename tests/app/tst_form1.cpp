@@ -71,12 +71,10 @@ void Form1Test::missingSettingsFileSaysNothing() {
 
 namespace {
 // Fifteen different values, so that a line read into or saved from the wrong control shows.
-const QStringList kSettings{QStringLiteral("ann"),      QStringLiteral("chat.example.org"), QStringLiteral("27900"),
-                            QStringLiteral("255"),      QStringLiteral("12"),               QStringLiteral("65280"),
-                            QStringLiteral("16711680"), QStringLiteral("8421504"),          QStringLiteral("16777215"),
-                            QStringLiteral("32768"),    QStringLiteral("33023"),            QStringLiteral("Age : 23"),
-                            QStringLiteral("Email : a@b"), QStringLiteral("Website : http://x"),
-                            QStringLiteral("Hobbys : kp")};
+const QStringList kSettings =
+    QStringLiteral("ann|chat.example.org|27900|255|12|65280|16711680|8421504|16777215|32768|33023|Age : 23|"
+                   "Email : a@b|Website : http://x|Hobbys : kp")
+        .split(u'|');
 
 QString bgr(const QWidget* w, QPalette::ColorRole role) {
     const QColor c = w->palette().color(role);
@@ -86,19 +84,31 @@ QString bgr(const QWidget* w, QPalette::ColorRole role) {
 // What the window shows for line `line` of the settings file.
 QString shown(const Form1& w, int line) {
     switch (line) {
-    case 1: return w.Text3->text();
-    case 2: return w.serverHost();
-    case 3: return QString::number(w.serverPort());
-    case 4: return bgr(w.rtb, QPalette::Base);
-    case 5: return QString::number(w.rtb->font().pointSize());
-    case 6: return bgr(w.rtb, QPalette::Text);
-    case 7: return bgr(w.LV1, QPalette::Base);
-    case 8: return bgr(w.Text1, QPalette::Base);
-    case 9: return bgr(w.Text1, QPalette::Text);
-    case 10: return bgr(w.Text3, QPalette::Base) == bgr(w.Combo1, QPalette::Base) ? bgr(w.Combo1, QPalette::Base)
-                                                                                   : QStringLiteral("differ");
-    case 11: return bgr(w.Combo1, QPalette::Text);
-    default: return w.List2->item(line - 12) ? w.List2->item(line - 12)->text() : QString();
+    case 1:
+        return w.Text3->text();
+    case 2:
+        return w.serverHost();
+    case 3:
+        return QString::number(w.serverPort());
+    case 4:
+        return bgr(w.rtb, QPalette::Base);
+    case 5:
+        return QString::number(w.rtb->font().pointSize());
+    case 6:
+        return bgr(w.rtb, QPalette::Text);
+    case 7:
+        return bgr(w.LV1, QPalette::Base);
+    case 8:
+        return bgr(w.Text1, QPalette::Base);
+    case 9:
+        return bgr(w.Text1, QPalette::Text);
+    case 10:
+        return bgr(w.Text3, QPalette::Base) == bgr(w.Combo1, QPalette::Base) ? bgr(w.Combo1, QPalette::Base)
+                                                                             : QStringLiteral("differ");
+    case 11:
+        return bgr(w.Combo1, QPalette::Text);
+    default:
+        return w.List2->item(line - 12) ? w.List2->item(line - 12)->text() : QString();
     }
 }
 } // namespace
@@ -106,11 +116,21 @@ QString shown(const Form1& w, int line) {
 void Form1Test::settingsRoundTrip_data() {
     QTest::addColumn<int>("line");
     QTest::addColumn<QString>("value");
-    const QStringList values{QString::fromUtf8("Jos\xc3\xa9"), QStringLiteral("10.0.0.7"), QStringLiteral("1"),
-                             QStringLiteral("1193046"), QStringLiteral("72"), QStringLiteral("6636321"),
-                             QStringLiteral("7829367"), QStringLiteral("1"), QStringLiteral("16711935"),
-                             QStringLiteral("65535"), QStringLiteral("4210752"), QString(), QStringLiteral("e"),
-                             QString::fromUtf8("\xe2\x82\xac"), QStringLiteral("x y")};
+    const QStringList values{QString::fromUtf8("Jos\xc3\xa9"),
+                             QStringLiteral("10.0.0.7"),
+                             QStringLiteral("1"),
+                             QStringLiteral("1193046"),
+                             QStringLiteral("72"),
+                             QStringLiteral("6636321"),
+                             QStringLiteral("7829367"),
+                             QStringLiteral("1"),
+                             QStringLiteral("16711935"),
+                             QStringLiteral("65535"),
+                             QStringLiteral("4210752"),
+                             QString(),
+                             QStringLiteral("e"),
+                             QString::fromUtf8("\xe2\x82\xac"),
+                             QStringLiteral("x y")};
     for (int line = 1; line <= 15; ++line)
         QTest::addRow("line %d", line) << line << values.at(line - 1);
 }

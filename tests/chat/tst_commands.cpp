@@ -41,9 +41,10 @@ void CommandsTest::inputLine_data() {
     QTest::addColumn<QString>("effect"); // "cleared", "browser", "clipboard", "mail" or nothing else
     const QString signedOn = QStringLiteral("Signed On");
     auto str = [](const char* t) { return QString::fromLatin1(t); };
-    QTest::newRow("/help") << str("/help") << QByteArray() << signedOn << str("Quorvel|") + slashHelpText() + str("|1")
-                           << QString();
-    QTest::newRow("/Help is chat") << str("/Help") << QByteArray("MSG|\xbf|/Help") << signedOn << QString() << QString();
+    QTest::newRow("/help") << str("/help") << QByteArray() << signedOn
+                           << str("Quorvel|") + slashHelpText() + str("|1") << QString();
+    QTest::newRow("/Help is chat") << str("/Help") << QByteArray("MSG|\xbf|/Help") << signedOn << QString()
+                                   << QString();
     for (const char* line : {"/gs", "/gamestarter", "/game starter"})
         QTest::newRow(line) << str(line) << QByteArray() << signedOn << QString() << str("browser");
     QTest::newRow("/gs ") << str("/gs ") << QByteArray("MSG|\xbf|/gs ") << signedOn << QString() << QString();
@@ -51,16 +52,16 @@ void CommandsTest::inputLine_data() {
                            << QString() << QString();
     QTest::newRow("/date") << str("/date") << QByteArray() << str("The time/date is : 16/11/2003 : 14:05:09")
                            << QString() << QString();
-    QTest::newRow("/localip") << str("/localip") << QByteArray() << str("Your local IP is : 127.0.0.1") << QString()
-                              << QString();
-    QTest::newRow("/copylocalip") << str("/copylocalip") << QByteArray() << str("Local IP : 127.0.0.1 copyed...")
-                                  << QString() << str("clipboard");
-    QTest::newRow("/email") << str("/email") << QByteArray() << str("Default Email Client loaded...") << QString()
-                            << str("mail");
+    QTest::newRow("/localip") << str("/localip") << QByteArray() << str("Your local IP is : 127.0.0.1")
+                              << QString() << QString();
+    QTest::newRow("/copylocalip") << str("/copylocalip") << QByteArray()
+                                  << str("Local IP : 127.0.0.1 copyed...") << QString() << str("clipboard");
+    QTest::newRow("/email") << str("/email") << QByteArray() << str("Default Email Client loaded...")
+                            << QString() << str("mail");
     for (const char* line : {"/clear", "/CLEAR", "/Clearly anything"})
         QTest::newRow(line) << str(line) << QByteArray() << signedOn << QString() << str("cleared");
-    QTest::newRow("/me is sent") << str("/me waves") << QByteArray("MSG|\xbf|/me waves") << signedOn << QString()
-                                 << QString();
+    QTest::newRow("/me is sent") << str("/me waves") << QByteArray("MSG|\xbf|/me waves") << signedOn
+                                 << QString() << QString();
     QTest::newRow("separator typed is sent as it stands")
         << QString::fromUtf8("a |\xc2\xbf| b") << QByteArray("MSG|\xbf|a |\xbf| b") << signedOn << QString()
         << QString();
@@ -132,8 +133,8 @@ void CommandsTest::userMenu_data() {
     QTest::newRow("clear subnet bans") << str("mnuCSB") << str("bob") << QByteArray("OPS|\xbf|CSB") << QString();
     QTest::newRow("clear permanent bans") << str("mnuCPB") << str("bob") << QByteArray("OPS|\xbf|CPB") << QString();
     QTest::newRow("clear 60 min bans") << str("mnuCRB") << str("bob") << QByteArray("OPS|\xbf|CRB") << QString();
-    for (const char* item : {"mnuPM", "mnuIS", "mnuFollowUser", "mnuLastLoggedOn", "mnuIG", "mnuUn", "mnuKick", "mnuBan",
-                             "mnuMBAN", "mnuMuzzle"})
+    for (const char* item : {"mnuPM", "mnuIS", "mnuFollowUser", "mnuLastLoggedOn", "mnuIG", "mnuUn",
+                             "mnuKick", "mnuBan", "mnuMBAN", "mnuMuzzle"})
         QTest::addRow("%s, nobody selected", item) << str(item) << QString() << QByteArray() << QString();
     QTest::newRow("commands box")
         << str("mnuCommands") << str("bob") << QByteArray()

@@ -7,8 +7,8 @@
 
 #include <QAction>
 #include <QComboBox>
-#include <QLineEdit>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QPushButton>
@@ -65,12 +65,12 @@ void SignOnTest::passwordRule_data() {
     QTest::addColumn<QString>("dialog");
     QTest::addColumn<QString>("password");
     QTest::addColumn<bool>("accepted");
-    const QList<std::pair<const char*, bool>> rows{
-        {"1234", true}, {"0", false}, {"-5", false}, {"secret", false}, {"", false}, {"0.5", true}};
+    const QList<std::pair<const char*, bool>> rows{{"1234", true},    {"0", false}, {"-5", false},
+                                                   {"secret", false}, {"", false},  {"0.5", true}};
     for (const char* dialog : {"Form7", "Form8"}) {
         for (const auto& [password, accepted] : rows)
-            QTest::addRow("%s '%s'", dialog, password) << QString::fromLatin1(dialog) << QString::fromLatin1(password)
-                                                       << accepted;
+            QTest::addRow("%s '%s'", dialog, password)
+                << QString::fromLatin1(dialog) << QString::fromLatin1(password) << accepted;
     }
 }
 
@@ -143,13 +143,15 @@ void SignOnTest::accountRequestEndsSignedOff_data() {
                            << QStringList{QStringLiteral("Quorvel|Thank you, account created ok.|1")}
                            << QStringLiteral("newbie") << QString();
     QTest::newRow("INUSE") << QStringLiteral("INUSE\r\n")
-                           << QStringList{QStringLiteral("Quorvel|Unable To Create New Account... Possible Resons, "
-                                                         "Invalid Name, Name in Use, You Own 2 Accounts... Please "
-                                                         "Check this and Try Again|3")}
+                           << QStringList{QStringLiteral(
+                                  "Quorvel|Unable To Create New Account... Possible Resons, "
+                                  "Invalid Name, Name in Use, You Own 2 Accounts... Please "
+                                  "Check this and Try Again|3")}
                            << QStringLiteral("old") << QString();
     QTest::newRow("server hangs up") << QStringLiteral("hang up") << QStringList() << QStringLiteral("old")
                                      << QStringLiteral("\nDisconnected...");
-    QTest::newRow("dialog cancelled") << QStringLiteral("cancel") << QStringList() << QStringLiteral("old") << QString();
+    QTest::newRow("dialog cancelled")
+        << QStringLiteral("cancel") << QStringList() << QStringLiteral("old") << QString();
 }
 
 // However the account request ends, the window is back in the plain signed-off state.
@@ -181,11 +183,13 @@ void SignOnTest::accountRequestEndsSignedOff() {
         f[ProfileFields::Website]->setText(QStringLiteral("http://nb.org"));
         f[ProfileFields::Hobbies]->setText(QString::fromUtf8("caf\xc3\xa9s"));
         dialog->Command1->click();
-        QTRY_COMPARE(r.server.received(), QByteArray("NEWACCOUNT|\xbf|newbie|\xbf|4321|\xbf|23|\xbf|n@b.org|\xbf|"
-                                                     "http://nb.org|\xbf|caf\xe9s"));
+        QTRY_COMPARE(r.server.received(),
+                     QByteArray("NEWACCOUNT|\xbf|newbie|\xbf|4321|\xbf|23|\xbf|n@b.org|\xbf|"
+                                "http://nb.org|\xbf|caf\xe9s"));
         QCOMPARE(r.w.identificationEntries(),
                  (QStringList{QStringLiteral("Age : 23"), QStringLiteral("Email : n@b.org"),
-                              QStringLiteral("Website : http://nb.org"), QString::fromUtf8("Hobbys : caf\xc3\xa9s")}));
+                              QStringLiteral("Website : http://nb.org"),
+                              QString::fromUtf8("Hobbys : caf\xc3\xa9s")}));
         r.server.send(answer.toLatin1());
     }
     QTRY_COMPARE(r.w.statusText(), QStringLiteral("Signed Off"));
