@@ -256,11 +256,6 @@ void CommandsTest::switchItemsAndClearChat() {
     c.w->mnuSoundEffects->trigger();
     QVERIFY(c.deliver("JOIN|\xbf|bob\r\n"));
     QCOMPARE(c.t.sounds.played, QStringList{c.t.file(QStringLiteral("\\enter.wav"))});
-    for (QAction* toggle : {c.w->mnuIPM, c.w->mnuDEC}) {
-        QVERIFY(!toggle->isChecked());
-        toggle->trigger();
-        QVERIFY(toggle->isChecked());
-    }
     c.w->mnuClearChat->trigger();
     QCOMPARE(c.w->rtb->toPlainText(), QString());
 }
