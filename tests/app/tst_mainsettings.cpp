@@ -1,6 +1,4 @@
 #include "app/MainSettings.h"
-#include "common/TextFile.h"
-#include "common/Windows1252.h"
 
 #include <QTemporaryDir>
 #include <QtTest>
