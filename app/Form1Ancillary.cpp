@@ -1,6 +1,7 @@
 // The main window's ancillary windows, and its colour scheme as the editor and the settings file set it.
 #include "app/Form1.h"
 
+#include "ancillary/AboutBox.h"
 #include "ancillary/Form6.h"
 #include "common/BgrColour.h"
 
@@ -111,4 +112,8 @@ void Form1::mnucolors_Click() {
     editor.raise();
 }
 
-void Form1::mnuAbo_Click() {}
+void Form1::mnuAbo_Click() {
+    auto* about = new AboutBox(m_services, this);
+    about->setAttribute(Qt::WA_DeleteOnClose);
+    about->open();
+}

@@ -205,6 +205,10 @@ void EmoticonsTest::passReplacesCodesWithPictures() {
     // Positions: the empty first block (0) and its separator (1), then "<ann> hi " is 2..10.
     QCOMPARE(picturesIn(doc), u"1@10 2@25 6@29"_qs);
     QCOMPARE(replacer.convertedEnd(), doc.characterCount() - 1);
+    // Each picture carries its code as its text for screen readers and HTML copies.
+    const QString html = doc.toHtml();
+    for (const char* code : {":)", ";)", ":|"})
+        QVERIFY2(html.contains(QStringLiteral("alt=\"%1\" title=\"%1\"").arg(QLatin1String(code))), code);
 
     // A second pass with nothing new changes nothing.
     replacer.replaceNewCodes();
