@@ -37,6 +37,8 @@ Form6::Form6(Prompts& prompts, ColourSchemeTarget& target, QWidget* parent)
     auto* column = new QVBoxLayout(this);
     column->addLayout(grid);
     column->addLayout(buttons);
+    // The swatches are part of the buttons' size.
+    showSwatches();
 }
 
 void Form6::cmdColor_Click(ColourRole role) {
