@@ -1,6 +1,7 @@
 #include "app/Form1.h"
 
 #include "ancillary/Form2.h"
+#include "ancillary/Form6.h"
 #include "app/MainSettings.h"
 #include "app/SingleInstance.h"
 #include "app/Version.h"
@@ -33,14 +34,6 @@ namespace {
 const QString kSettingsFile = QStringLiteral("\\Quorvel.ini");
 const QString kDefaultHost = QStringLiteral("localhost");
 
-void setColours(QWidget* w, std::optional<qint64> background, std::optional<qint64> text) {
-    QPalette p = w->palette();
-    if (background)
-        p.setColor(QPalette::Base, BgrColour::toColor(*background));
-    if (text)
-        p.setColor(QPalette::Text, BgrColour::toColor(*text));
-    w->setPalette(p);
-}
 } // namespace
 
 Form1::Form1(Services services, QWidget* parent)
@@ -63,6 +56,7 @@ Form1::Form1(Services services, QWidget* parent)
     setObjectName(QStringLiteral("Form1"));
     buildMenus();
     buildLayout();
+    applyDefaultColours();
     m_emoticons = new EmoticonReplacer(*rtb->document(), this);
 
     connect(Winsock1, &QTcpSocket::connected, this, &Form1::Winsock1_Connect);
@@ -189,7 +183,7 @@ void Form1::buildMenus() {
 
     mnuOpts = menu(nullptr, "mnuOpts", "&Options");
     mnuClearChat = item(mnuOpts, "mnuClearChat", "Clear chat", &Form1::mnuClearChat_Click);
-    mnucolors = item(mnuOpts, "mnucolors", "Custom Scheme", nothing);
+    mnucolors = item(mnuOpts, "mnucolors", "Custom Scheme", &Form1::mnucolors_Click);
     mnuEd = item(mnuOpts, "mnuEd", "My Personal Profile", &Form1::mnuEd_Click);
     mnuOpts->addSeparator();
     mnuDEC = toggle(mnuOpts, "mnuDEC", "Refuse File Transfers", false);
@@ -228,7 +222,7 @@ void Form1::buildMenus() {
 
     mnuhlp = menu(nullptr, "mnuhlp", "&Help");
     mnuCommands = item(mnuhlp, "mnuCommands", "Commands", &Form1::mnuCommands_Click);
-    mnuAbo = item(mnuhlp, "mnuAbo", "&About", nothing);
+    mnuAbo = item(mnuhlp, "mnuAbo", "&About", &Form1::mnuAbo_Click);
 
     setSignedOnMenus(false);
 }
@@ -261,6 +255,7 @@ bool Form1::Form_Load() {
     setSignedOnMenus(false);
     applySettings();
     actionColour = ActionColourAtStart;
+    messageColour = 0;
     showGreeting();
     return true;
 }
@@ -293,23 +288,23 @@ void Form1::removeGreeting() {
 }
 
 void Form1::applySettings() {
-    const MainSettings settings = MainSettings::load(m_services.folder.file(kSettingsFile));
+    MainSettings settings = MainSettings::load(m_services.folder.file(kSettingsFile));
     if (settings.nickname)
         Text3->setText(*settings.nickname);
     if (settings.serverHost && !settings.serverHost->isEmpty())
         cboServer->setCurrentText(*settings.serverHost);
     if (settings.serverPort && *settings.serverPort > 0 && *settings.serverPort <= 65535)
         m_serverPort = quint16(*settings.serverPort);
-    setColours(rtb, settings.displayBackground, settings.displayText);
+    for (const ColourScheme::RoleInfo& r : ColourScheme::roles()) {
+        const std::optional<qint64>* saved = ColourScheme::settingsValue(settings, r.role);
+        if (saved && saved->has_value())
+            setColour(r.role, **saved);
+    }
     if (settings.displayFontSize && *settings.displayFontSize >= 6 && *settings.displayFontSize <= 72) {
         QFont f = rtb->font();
         f.setPointSize(int(*settings.displayFontSize));
         rtb->setFont(f);
     }
-    setColours(LV1, settings.userListBackground, std::nullopt);
-    setColours(Text1, settings.inputBackground, settings.inputText);
-    setColours(Text3, settings.boxBackground, std::nullopt);
-    setColours(Combo1, settings.boxBackground, settings.boxText);
     // The identification entries are read only when all eleven values before them were.
     List2->clear();
     List2->addItems(settings.identification);
@@ -320,14 +315,11 @@ void Form1::saveSettings() const {
     settings.nickname = Text3->text();
     settings.serverHost = serverHost();
     settings.serverPort = m_serverPort;
-    settings.displayBackground = BgrColour::fromColor(rtb->palette().color(QPalette::Base));
     settings.displayFontSize = rtb->font().pointSize();
-    settings.displayText = BgrColour::fromColor(rtb->palette().color(QPalette::Text));
-    settings.userListBackground = BgrColour::fromColor(LV1->palette().color(QPalette::Base));
-    settings.inputBackground = BgrColour::fromColor(Text1->palette().color(QPalette::Base));
-    settings.inputText = BgrColour::fromColor(Text1->palette().color(QPalette::Text));
-    settings.boxBackground = BgrColour::fromColor(Combo1->palette().color(QPalette::Base));
-    settings.boxText = BgrColour::fromColor(Combo1->palette().color(QPalette::Text));
+    for (const ColourScheme::RoleInfo& r : ColourScheme::roles()) {
+        if (std::optional<qint64>* kept = ColourScheme::settingsValue(settings, r.role))
+            *kept = colour(r.role);
+    }
     settings.identification = identificationEntries();
     settings.save(m_services.folder.file(kSettingsFile));
 }
@@ -350,6 +342,8 @@ void Form1::endProgram() {
         m_gameStarter->close();
     if (m_userInfo)
         m_userInfo->close();
+    if (m_colourEditor)
+        m_colourEditor->close();
     m_runningCopy.reset();
     close();
     Q_EMIT programEnded();

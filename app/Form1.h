@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ancillary/ColourScheme.h"
 #include "common/Services.h"
 
 #include <QMainWindow>
@@ -14,6 +15,7 @@ class EmoticonReplacer;
 class Form2;
 class Form3;
 class Form4;
+class Form6;
 class Form8;
 class GameStarter;
 class QAction;
@@ -28,7 +30,7 @@ class QTextEdit;
 class SingleInstance;
 
 // The chat room, and the window that owns the program's life.
-class Form1 : public QMainWindow {
+class Form1 : public QMainWindow, public ColourSchemeTarget {
     Q_OBJECT
 public:
     static constexpr qint64 ActionColourAtStart = 0x80FF;
@@ -110,6 +112,10 @@ public:
     // Display colours of chat lines, in blue-green-red.
     qint64 actionColour = ActionColourAtStart;
     qint64 messageColour = 0;
+    qint64 colour(ColourRole role) const override;
+    void setColour(ColourRole role, qint64 bgr) override;
+    // The colour scheme editor, opened on first use.
+    Form6& colourEditor();
 
     // Appends a new line (it begins the line break, so the display never ends with one).
     void appendLine(const QString& text, qint64 bgrColour);
@@ -150,6 +156,8 @@ public:
     void mnuClearChat_Click();
     void mnuCommands_Click();
     void mnuEd_Click();
+    void mnucolors_Click();
+    void mnuAbo_Click();
     void mnuPM_Click();
     void mnuIS_Click();
     void mnuFollowUser_Click();
@@ -186,6 +194,7 @@ protected:
 private:
     void buildMenus();
     void buildLayout();
+    void applyDefaultColours();
     void applySettings();
     void saveSettings() const;
     void endProgram();
@@ -213,6 +222,7 @@ private:
     QPointer<GameStarter> m_gameStarter;
     QPointer<Form2> m_userInfo;
     QPointer<Form4> m_playing;
+    QPointer<Form6> m_colourEditor;
     std::array<QPointer<Form3>, PrivateWindowSlots> m_privateWindows;
     std::unique_ptr<ChatDispatcher> m_dispatcher;
     std::unique_ptr<SingleInstance> m_runningCopy;

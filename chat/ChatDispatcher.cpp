@@ -190,7 +190,7 @@ ChatDispatcher::Next ChatDispatcher::privateLine(const QStringList& fields) {
     }
     if (second.left(7) == WhoYou) {
         Form2& info = m_main.userInfo();
-        info.showIdentification(line.fromThirdWord().split(ListSeparator));
+        info.showIdentification(sender, line.fromThirdWord().split(ListSeparator));
         info.show();
         return Next::EndRead;
     }

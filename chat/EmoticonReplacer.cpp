@@ -120,6 +120,10 @@ void EmoticonReplacer::replaceNewCodes() {
             QTextImageFormat image;
             image.merge(cursor.charFormat());
             image.setName(imageName(hit->picture));
+            // A screen reader (and a copy as HTML) gets the code the picture stands for.
+            const QString& code = EmoticonCodes::codes()[hit->picture - 1];
+            image.setProperty(QTextFormat::ImageAltText, code);
+            image.setProperty(QTextFormat::ImageTitle, code);
             cursor.setPosition(int(hit->position));
             cursor.setPosition(int(hit->position + EmoticonCodes::codeLength), QTextCursor::KeepAnchor);
             cursor.removeSelectedText();

@@ -281,6 +281,8 @@ void DispatcherTest::whoYouFillsUserInfoInOrder() {
     QVERIFY(c.deliver("PMSG|\xbf|<bob> /WHOYOU Age : 23|@|Email : b@c|@|Website : http://x|@|Hobbys : kp|@|\r\n"));
     Form2& info = c.w->userInfo();
     QVERIFY(info.isVisible());
+    QCOMPARE(info.windowTitle(), QStringLiteral("User Info - bob"));
+    QCOMPARE(info.lblUser->text(), QStringLiteral("Details of bob"));
     QCOMPARE(info.Label[0]->text(), QStringLiteral("Age : 23"));
     QCOMPARE(info.Label[1]->text(), QStringLiteral("Email : b@c"));
     QCOMPARE(info.Label[2]->text(), QStringLiteral("Hobbys : kp"));

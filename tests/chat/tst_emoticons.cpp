@@ -162,6 +162,9 @@ void EmoticonsTest::display() {
         }
     }
     QCOMPARE(seen(doc), shown);
+    // A picture carries its code as its text, for screen readers and HTML copies.
+    if (shown.contains(u"[1]"_qs))
+        QVERIFY(doc.toHtml().contains(u"alt=\":)\" title=\":)\""_qs));
 }
 
 void EmoticonsTest::lineColoursAndClipboardSurvive() {
