@@ -80,7 +80,8 @@ void GameStarter::fetchUnreachable(const QString& reason) {
 }
 
 void GameStarter::headFinished(const QString& contentLength) {
-    lblStatus->setText(QStringLiteral(" Recived Master List : (") + contentLength + QStringLiteral(")Bytes "));
+    lblStatus->setText(QStringLiteral(" Recived Master List : (") + contentLength +
+                       QStringLiteral(")Bytes "));
 }
 
 void GameStarter::tmrFetch_Timer() {
