@@ -186,10 +186,17 @@ void GameStarter::buildControls() {
     tmrIFServerListIsEmpty->setInterval(250);
 
     // The option frames fill the left column; the lists take what the window grows by.
+    // One width for the left column, whichever frame shows.
+    int leftWidth = Combo1->sizeHint().width();
+    for (QGroupBox* frame : {Frame1, Frame2, Frame3, Frame4})
+        leftWidth = qMax(leftWidth, frame->sizeHint().width());
     auto* left = new QVBoxLayout;
     left->addWidget(Combo1);
-    for (QGroupBox* frame : {Frame1, Frame2, Frame3, Frame4})
+    Combo1->setFixedWidth(leftWidth);
+    for (QGroupBox* frame : {Frame1, Frame2, Frame3, Frame4}) {
+        frame->setFixedWidth(leftWidth);
         left->addWidget(frame, 1);
+    }
     auto* right = new QVBoxLayout;
     right->addWidget(lblFavorites);
     right->addWidget(lstServers, 1);
