@@ -6,6 +6,7 @@
 #include "browser/MasterListFetch.h"
 #include "browser/StarterOptions.h"
 #include "common/TextFile.h"
+#include "common/Windows1252.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -59,15 +60,12 @@ void GameStarter::cmdQvlList_Click() {
 }
 
 void GameStarter::fetchFinished(const QByteArray& body) {
-    // The body exactly as it came, and a line break after it.
-    const QString file = m_services.folder.file(m_fetchFile);
-    QSaveFile out(file);
-    if (out.open(QIODevice::WriteOnly)) {
-        out.write(body);
-        out.write("\r\n", 2);
+    // The body exactly as it came and a line break after it, kept, then read line by line.
+    const QByteArray copy = body + "\r\n";
+    QSaveFile out(m_services.folder.file(m_fetchFile));
+    if (out.open(QIODevice::WriteOnly) && out.write(copy) == copy.size())
         out.commit();
-    }
-    lstMasterServers->addItems(TextFile::readLines(file));
+    lstMasterServers->addItems(TextFile::splitLines(Windows1252::decode(copy)));
     if (m_lastFetchGame != Rtcw)
         m_fetch->head();
 }

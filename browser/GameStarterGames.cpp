@@ -18,6 +18,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QRadioButton>
+#include <QRegularExpression>
 
 using namespace GameCatalogue;
 
@@ -183,6 +184,9 @@ void GameStarter::saveini() {
 
 QString GameStarter::masterListHost() const {
     const QString file = m_services.folder.file(kSettingsFile);
-    const QString host = INI::readString(file, QStringLiteral("Options"), MasterListHostKey, {}, 256);
+    QString host = INI::readString(file, QStringLiteral("Options"), MasterListHostKey, {}, 256);
+    // Written as an address by some: "http://host:port/" names the same host.
+    host.remove(QRegularExpression(QStringLiteral("^[a-zA-Z]+://")))
+        .remove(QRegularExpression(QStringLiteral("/+$")));
     return host.isEmpty() ? DefaultMasterListHost : host;
 }

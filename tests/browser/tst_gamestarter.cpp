@@ -114,7 +114,7 @@ bool idle(const GameStarter& w) {
 
 QMap<QString, QByteArray> hostSetting(quint16 port) {
     return {{QStringLiteral("\\Settings.ini"),
-             "[Options]\r\nMasterListHost=127.0.0.1:" + QByteArray::number(port) + "\r\n"}};
+             "[Options]\r\nMasterListHost=http://127.0.0.1:" + QByteArray::number(port) + "/\r\n"}};
 }
 
 } // namespace
