@@ -29,15 +29,14 @@ void GameStarter::cmdQvlList_Click() {
     cmdQvlList->setEnabled(false);
 
     const int mod = modIndex();
-    if (key == HalfLife && mod < 0) {
-        say(QStringLiteral("Please choose a MOD to refresh servers on"), Prompts::Icon::None);
+    const auto list = masterList(key, mod < 0 ? std::nullopt : std::optional(Mod(mod)));
+    if (!list) {
+        if (key == HalfLife)
+            say(QStringLiteral("Please choose a MOD to refresh servers on"), Prompts::Icon::None);
         tmrFetch->stop();
         cmdQvlList->setEnabled(true);
         return;
     }
-    const auto list = masterList(key, mod < 0 ? std::nullopt : std::optional(Mod(mod)));
-    if (!list)
-        return;
     m_lastFetchGame = key;
 
     // The dialog's title is taken from the caption as it stands before this fetch sets it.

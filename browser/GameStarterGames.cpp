@@ -59,31 +59,29 @@ void GameStarter::Combo1_Change() {
     if (!game)
         return;
 
-    QLineEdit* path = m_options->Text1;
-    if (key == HalfLife) {
-        txtGameEXE->setText(game->exeSuffix);
-        m_proposedFileName = game->proposedFileName;
-        readPathFile(game->pathFile);
-        HLLoadWhatMod();
-    } else if (key == Rtcw) {
-        txtGameEXE->setText(game->exeSuffix);
-        m_proposedFileName = game->proposedFileName;
-        Option6->setChecked(true);
-        readPathFile(game->pathFile);
-        loadList(lstServers, favouritesFile());
-    } else {
+    txtGameEXE->setText(game->exeSuffix);
+    m_proposedFileName = game->proposedFileName;
+    if (key == Kingpin) {
         IniSection = QStringLiteral("Options");
         IniKey = QStringLiteral("KingpinMMClient");
         loadini();
         Check1->setChecked(IniValue.toInt() != 0);
-        txtGameEXE->setText(Check1->isChecked() ? MmClientExe : KingpinExe);
-        Option5->setChecked(true);
-        readPathFile(game->pathFile);
-        m_proposedFileName = Check1->isChecked() ? MmClientFileName : KingpinFileName;
-        loadList(lstServers, favouritesFile());
         if (Check1->isChecked())
-            path->setText(
-                path->text().replace(txtKPREPLACE->text(), txtMMCLIENTREPLACE->text(), Qt::CaseInsensitive));
+            txtGameEXE->setText(MmClientExe);
+        Option5->setChecked(true);
+    } else if (key == Rtcw) {
+        Option6->setChecked(true);
+    }
+    readPathFile(game->pathFile);
+    if (key == HalfLife)
+        HLLoadWhatMod();
+    else
+        loadList(lstServers, favouritesFile());
+    QLineEdit* path = m_options->Text1;
+    if (key == Kingpin && Check1->isChecked()) {
+        m_proposedFileName = MmClientFileName;
+        path->setText(
+            path->text().replace(txtKPREPLACE->text(), txtMMCLIENTREPLACE->text(), Qt::CaseInsensitive));
     }
     // The file was written with a line break after the path.
     path->setText(path->text().remove(u'\r').remove(u'\n'));
