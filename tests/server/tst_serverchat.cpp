@@ -48,8 +48,8 @@ void TestServerChat::publicLineReachesEveryoneWithSender() {
     m_bob->sendSegment(msg(QStringLiteral("hi \u00BFall\u00BF")));
     const QByteArray expected("MSG|\xBF|<bob> hi \xBF"
                               "all\xBF\r\n");
-    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), expected, 5000);
-    QTRY_COMPARE_WITH_TIMEOUT(m_bob->rawReceived(), expected, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), expected, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_bob->rawChat(), expected, 5000);
 }
 
 void TestServerChat::framing_data() {
@@ -160,7 +160,7 @@ void TestServerChat::privateMessage() {
     QFETCH(QString, sent);
     QFETCH(QByteArray, relayed);
     m_bob->sendSegment(sent);
-    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), relayed, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), relayed, 5000);
     QCOMPARE(m_bob->chatLines(), QStringList());
 }
 
@@ -175,13 +175,13 @@ void TestServerChat::followRequestAndAnswerAreRelayed() {
     // bob follows alice; the name bob claims for himself is not what alice is told.
     m_bob->sendSegment(QStringLiteral("FOLLOWUSER") + S + QStringLiteral("alice") + S +
                        QStringLiteral("mallory"));
-    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), QByteArray("FOLLOWUSERBACK|\xBF|bob\r\n"), 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), QByteArray("FOLLOWUSERBACK|\xBF|bob\r\n"), 5000);
     m_alice->sendSegment(QStringList{QStringLiteral("FOLLOWUSERBACK"), QStringLiteral("bob"),
                                      QStringLiteral("Bank Job"), QStringLiteral("127.0.0.1"),
                                      QStringLiteral("31510"), QStringLiteral("Kingpin")}
                              .join(S));
     QTRY_COMPARE_WITH_TIMEOUT(
-        m_bob->rawReceived(),
+        m_bob->rawChat(),
         QByteArray("FOLLOWUSERFINAL|\xBF|Bank Job|\xBF|127.0.0.1|\xBF|31510|\xBF|Kingpin\r\n"), 5000);
 }
 
