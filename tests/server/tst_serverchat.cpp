@@ -68,6 +68,12 @@ void TestServerChat::framing_data() {
     QTest::newRow("separator inside the text")
         << QByteArray("MSG|\xBF|a|\xBF|b")
         << QStringList{QStringLiteral("<bob> a") + S + QStringLiteral("b")};
+    QTest::newRow("a private line glued behind a public one")
+        << QByteArray("MSG|\xBF|onePMSG|\xBF|bob|\xBF|psst") << QStringList{QStringLiteral("<bob> one")};
+    QTest::newRow("two lines glued") << QByteArray("MSG|\xBF|oneMSG|\xBF|two")
+                                     << QStringList{QStringLiteral("<bob> one"), QStringLiteral("<bob> two")};
+    QTest::newRow("empty and blank lines are not relayed")
+        << QByteArray("MSG|\xBF|\r\nMSG|\xBF|  \r\nMSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
     QTest::newRow("unknown word then a line")
         << QByteArray("HELLO|\xBF|x\r\nMSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
 }
