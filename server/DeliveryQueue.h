@@ -52,6 +52,8 @@ public:
     // When the next probe is due (ms, same clock as nowMs), or -1 when none is wanted.
     qint64 nextProbeAtMs() const { return m_awaiting ? m_nextProbeAtMs : -1; }
     void probeWritten(qint64 nowMs);
+    // The read-ending message has not left whole yet: the pause starts again.
+    void postponeProbe(qint64 nowMs) { m_nextProbeAtMs = nowMs + m_probeDelayMs; }
     // One PING answer came in. True when it ended the wait: the queue may be written again.
     bool pingAnswered(qint64 nowMs);
     // PINGs written before cutoffMs and still unanswered are taken as lost. A client that has

@@ -49,7 +49,10 @@ MemberSession::MemberSession(QTcpSocket* socket, const ServerLimits& limits, Now
 }
 
 void MemberSession::send(const QString& message) {
-    const QByteArray line = Windows1252::encode(message + ChatProtocol::LineEnd);
+    sendEncoded(Windows1252::encode(message + ChatProtocol::LineEnd));
+}
+
+void MemberSession::sendEncoded(const QByteArray& line) {
     sendEncoded(line, DeliveryQueue::classify(line, m_limits.strictDelivery));
 }
 
@@ -117,7 +120,8 @@ void MemberSession::onProbeTimer() {
         return;
     // The pause counts from when the read-ending message has left whole.
     if (m_socket->bytesToWrite() > 0) {
-        m_probeTimer.start(m_limits.probeDelayMs);
+        m_queue.postponeProbe(m_clock.elapsed());
+        armProbe();
         return;
     }
     write({pingLine()});

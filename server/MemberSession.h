@@ -37,7 +37,9 @@ public:
     // messages produced together share a write. A member that has stopped reading and let too
     // much pile up is dropped instead.
     void send(const QString& message);
-    // The same for a message already encoded, CR LF ended and classified, so a broadcast does that once.
+    // The same for a message already encoded and CR LF ended, so a broadcast encodes once;
+    // with its kind given, a broadcast also classifies once.
+    void sendEncoded(const QByteArray& line);
     void sendEncoded(const QByteArray& line, DeliveryQueue::Kind kind);
     // Sends what is queued, then closes.
     void closeAfterSending();
