@@ -57,7 +57,7 @@ public:
     // One PING answer came in. True when it ended the wait: the queue may be written again.
     bool pingAnswered(qint64 nowMs);
     // PINGs written before cutoffMs and still unanswered are taken as lost. A client that has
-    // handled a PING answers it at once, and one that reads nothing for that long is dropped.
+    // handled a PING answers it at once, and one that sends nothing for that long is dropped.
     void forgetOlderThan(qint64 cutoffMs);
 
     qsizetype unansweredPings() const { return qsizetype(m_unanswered.size()); }

@@ -130,8 +130,9 @@ void MemberSession::onProbeTimer() {
 }
 
 QByteArray MemberSession::pingLine() const {
-    return Windows1252::encode(ChatMessage::build(ChatProtocol::Ping, {m_now().toString(QStringLiteral("HH:mm:ss"))}) +
-                               ChatProtocol::LineEnd);
+    return Windows1252::encode(
+        ChatMessage::build(ChatProtocol::Ping, {m_now().toString(QStringLiteral("HH:mm:ss"))}) +
+        ChatProtocol::LineEnd);
 }
 
 void MemberSession::closeAfterSending() {
@@ -170,7 +171,7 @@ void MemberSession::keepAliveTick() {
         drop(QStringLiteral("silent"));
         return;
     }
-    // A PING the client handled is answered at once, and a client that reads nothing for three
+    // A PING the client handled is answered at once, and a client that sends nothing for three
     // intervals is dropped; so a PING unanswered for that long was lost behind a read-ending message.
     m_queue.forgetOlderThan(m_clock.elapsed() - 3 * qint64(m_limits.keepAliveMs));
     // While a read is awaited the probes keep the connection alive.

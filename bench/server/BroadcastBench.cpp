@@ -71,7 +71,8 @@ protected:
 
     void finish(bool complete) {
         QTextStream out(stdout);
-        out << (m_protocol == BenchMember::Protocol::Quorvel ? "quorvel" : "irc") << " members=" << m_members.size();
+        out << (m_protocol == BenchMember::Protocol::Quorvel ? "quorvel" : "irc")
+            << " members=" << m_members.size();
         report(out);
         if (m_protocol == BenchMember::Protocol::Quorvel)
             out << " lost_to_read_rules=" << lostToReadRules();
@@ -208,8 +209,8 @@ private:
         const auto ms = [](double v) { return QString::number(v, 'f', 2); };
         const double plain50 = percentile(m_samples[0], 0.5), plain99 = percentile(m_samples[0], 0.99);
         const double ending50 = percentile(m_samples[1], 0.5), ending99 = percentile(m_samples[1], 0.99);
-        out << " rounds=" << m_round << " behind_ordinary_ms(median,p99)=" << ms(plain50) << ',' << ms(plain99)
-            << " behind_read_ending_ms(median,p99)=" << ms(ending50) << ',' << ms(ending99)
+        out << " rounds=" << m_round << " behind_ordinary_ms(median,p99)=" << ms(plain50) << ','
+            << ms(plain99) << " behind_read_ending_ms(median,p99)=" << ms(ending50) << ',' << ms(ending99)
             << " added_delay_ms(median,p99)=" << ms(ending50 - plain50) << ',' << ms(ending99 - plain99);
     }
 
@@ -244,7 +245,7 @@ int main(int argc, char** argv) {
         run.start();
         return QCoreApplication::exec();
     }
-    QTextStream(stderr)
-        << "usage: server_broadcast_bench prepare FOLDER N | quorvel|irc PORT N LINES | delay PORT N ROUNDS\n";
+    QTextStream(stderr) << "usage: server_broadcast_bench prepare FOLDER N | quorvel|irc PORT N LINES | "
+                           "delay PORT N ROUNDS\n";
     return 2;
 }

@@ -12,7 +12,8 @@
 class ReadRulesClient : public QObject {
     Q_OBJECT
 public:
-    explicit ReadRulesClient(const QString& nickAnswer = QStringLiteral("NewNick"), QObject* parent = nullptr);
+    explicit ReadRulesClient(const QString& nickAnswer = QStringLiteral("NewNick"),
+                             QObject* parent = nullptr);
 
     bool connectAndLogin(quint16 port, const QString& name, const QString& password);
     void send(const QByteArray& bytes);

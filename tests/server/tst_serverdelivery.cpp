@@ -81,7 +81,8 @@ void TestServerDelivery::writesAndProbes_data() {
         << "end write=E1 probe@20 probe@520 answer@600=1 end write@700=E2 probe@720 answer@730=0 due=730 "
            "probe@730 answer@740=1";
     QTest::newRow("a probe unanswered past the horizon is forgotten")
-        << "end write=E1 probe@20 probe@520 answer@600=1 forget@9000 end write@9000=E2 probe@9020 answer@9030=1";
+        << "end write=E1 probe@20 probe@520 answer@600=1 forget@9000 end write@9000=E2 probe@9020 "
+           "answer@9030=1";
 }
 
 void TestServerDelivery::writesAndProbes() {
@@ -97,15 +98,16 @@ void TestServerDelivery::writesAndProbes() {
         if (head.contains(u'@'))
             now = head.section(u'@', 1).toLongLong();
         if (verb == QLatin1String("line") || verb == QLatin1String("end") || verb == QLatin1String("ping")) {
-            const Kind kind = verb == QLatin1String("line") ? Kind::Ordinary
+            const Kind kind = verb == QLatin1String("line")  ? Kind::Ordinary
                               : verb == QLatin1String("end") ? Kind::EndsRead
-                                                               : Kind::Ping;
+                                                             : Kind::Ping;
             queue.append(verb.first(1).toUpper().toLatin1() + QByteArray::number(++queued) + "\r\n", kind);
         } else if (verb == QLatin1String("write")) {
             QStringList names;
             for (const QByteArray& line : queue.takeWrite(maxBytes, now))
                 names.append(QString::fromLatin1(line.chopped(2)));
-            QVERIFY2(names.join(u',') == value, qPrintable(step + QStringLiteral(" wrote ") + names.join(u',')));
+            QVERIFY2(names.join(u',') == value,
+                     qPrintable(step + QStringLiteral(" wrote ") + names.join(u',')));
         } else if (verb == QLatin1String("probe")) {
             queue.probeWritten(now);
         } else if (verb == QLatin1String("answer")) {
@@ -147,17 +149,19 @@ void TestServerDelivery::mergedSendsAreSplit_data() {
 void TestServerDelivery::mergedSendsAreSplit() {
     QFETCH(QString, piece);
     QFETCH(QStringList, messages);
-    QCOMPARE(LineFramer::splitMerged(piece.replace(u'~', S)), messages.replaceInStrings(QStringLiteral("~"), S));
+    QCOMPARE(LineFramer::splitMerged(piece.replace(u'~', S)),
+             messages.replaceInStrings(QStringLiteral("~"), S));
 }
 
 void TestServerDelivery::readRulesClientMissesNothing_data() {
     QTest::addColumn<QString>("scenario");
     QTest::addColumn<bool>("strict");
-    for (const char* scenario : {"six members leave at once", "ten private lines in a burst",
-                                 "a part and a private line while a box is open", "a nick demand, then a room burst"}) {
+    for (const char* scenario :
+         {"six members leave at once", "ten private lines in a burst",
+          "a part and a private line while a box is open", "a nick demand, then a room burst"}) {
         QTest::newRow(scenario) << QString::fromLatin1(scenario) << false;
-        QTest::newRow(qPrintable(QStringLiteral("%1, strict").arg(scenario))) << QString::fromLatin1(scenario)
-                                                                              << true;
+        QTest::newRow(qPrintable(QStringLiteral("%1, strict").arg(scenario)))
+            << QString::fromLatin1(scenario) << true;
     }
 }
 
@@ -206,7 +210,8 @@ void TestServerDelivery::readRulesClientMissesNothing() {
     } else if (scenario == QLatin1String("ten private lines in a burst")) {
         QStringList expected;
         for (int i = 1; i <= 10; ++i) {
-            bob->sendSegment(QStringLiteral("PMSG") + S + QStringLiteral("alice") + S + QStringLiteral("line %1").arg(i));
+            bob->sendSegment(QStringLiteral("PMSG") + S + QStringLiteral("alice") + S +
+                             QStringLiteral("line %1").arg(i));
             expected.append(QStringLiteral("PMSG") + S + QStringLiteral("<bob> line %1").arg(i));
         }
         QTRY_COMPARE_WITH_TIMEOUT(startingWith(alice.handled(), QStringLiteral("PMSG")), expected, 20000);
@@ -235,7 +240,8 @@ void TestServerDelivery::readRulesClientMissesNothing() {
         }
         QTRY_COMPARE_WITH_TIMEOUT(startingWith(second.handled(), QStringLiteral("MSG")), burst, 20000);
         QCOMPARE(second.handled().first(), QStringLiteral("NICK"));
-        QCOMPARE(second.users(), (QStringList{QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("alice2")}));
+        QCOMPARE(second.users(),
+                 (QStringList{QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("alice2")}));
     }
     QCOMPARE(watched->lost(), QStringList());
 }
