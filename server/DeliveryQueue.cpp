@@ -80,8 +80,9 @@ void DeliveryQueue::noteWritten(const Entry& entry, qint64 nowMs) {
 void DeliveryQueue::probeWritten(qint64 nowMs) {
     m_unanswered.push_back(nowMs);
     ++m_probesSent;
-    // 1x, 2x, 4x ... 32x the first wait: a client behind a long dialog is not flooded with probes.
-    m_nextProbeAtMs = nowMs + (qint64(m_probeResendMs) << std::min(m_probesSent - 1, 5));
+    // 1x, 2x, 4x, then 8x the first wait: a client behind a long dialog gets few probes (each
+    // one lost costs a round trip later), and one that has closed it waits at most 4 s by default.
+    m_nextProbeAtMs = nowMs + (qint64(m_probeResendMs) << std::min(m_probesSent - 1, 3));
 }
 
 bool DeliveryQueue::pingAnswered(qint64 nowMs) {
