@@ -70,8 +70,6 @@ void TestServerChat::framing_data() {
         << QStringList{QStringLiteral("<bob> a") + S + QStringLiteral("b")};
     QTest::newRow("a private line glued behind a public one")
         << QByteArray("MSG|\xBF|onePMSG|\xBF|bob|\xBF|psst") << QStringList{QStringLiteral("<bob> one")};
-    QTest::newRow("two lines glued") << QByteArray("MSG|\xBF|oneMSG|\xBF|two")
-                                     << QStringList{QStringLiteral("<bob> one"), QStringLiteral("<bob> two")};
     QTest::newRow("empty and blank lines are not relayed")
         << QByteArray("MSG|\xBF|\r\nMSG|\xBF|  \r\nMSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
     QTest::newRow("unknown word then a line")
