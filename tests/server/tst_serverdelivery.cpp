@@ -8,8 +8,6 @@
 
 #include <QTest>
 
-#include <vector>
-
 using ServerWire::S;
 
 class TestServerDelivery : public QObject {
@@ -146,9 +144,9 @@ void TestServerDelivery::mergedSendsAreSplit() {
 void TestServerDelivery::readRulesClientMissesNothing_data() {
     QTest::addColumn<QString>("scenario");
     QTest::addColumn<bool>("strict");
+    // Six departures at once and a burst of private lines are in tst_endtoend, with the real client.
     for (const char* scenario :
-         {"six members leave at once", "ten private lines in a burst",
-          "a part and a private line while a box is open", "a nick demand, then a room burst"}) {
+         {"a part and a private line while a box is open", "a nick demand, then a room burst"}) {
         QTest::newRow(scenario) << QString::fromLatin1(scenario) << false;
         QTest::newRow(qPrintable(QStringLiteral("%1, strict").arg(scenario)))
             << QString::fromLatin1(scenario) << true;
@@ -172,7 +170,7 @@ void TestServerDelivery::readRulesClientMissesNothing() {
     ServerLimits limits = TestServer::testLimits();
     limits.strictDelivery = strict;
     TestServer server(limits);
-    for (const char* name : {"alice", "bob", "m1", "m2", "m3", "m4", "m5", "m6"})
+    for (const char* name : {"alice", "bob", "carol"})
         server.addAccount(QString::fromLatin1(name), QStringLiteral("1"));
     ReadRulesClient alice;
     QVERIFY(alice.connectAndLogin(server.port(), QStringLiteral("alice"), QStringLiteral("1")));
@@ -183,38 +181,19 @@ void TestServerDelivery::readRulesClientMissesNothing() {
     const QStringList aliceAndBob{QStringLiteral("alice"), QStringLiteral("bob")};
     ReadRulesClient* watched = &alice;
 
-    std::vector<std::unique_ptr<ServerTestClient>> others;
-    const auto signOnOthers = [&](int count) {
-        for (int i = 1; i <= count; ++i)
-            others.push_back(server.signOn(QStringLiteral("m%1").arg(i), QStringLiteral("1")));
-        return QTest::qWaitFor([&] { return alice.users().size() == 2 + count; }, 10000);
-    };
-
     ReadRulesClient second(QStringLiteral("alice2"));
-    if (scenario == QLatin1String("six members leave at once")) {
-        QVERIFY(signOnOthers(6));
-        for (auto& member : others)
-            member->socket().abort();
-        QTRY_COMPARE_WITH_TIMEOUT(alice.users(), aliceAndBob, 10000);
-        QCOMPARE(startingWith(alice.handled(), QStringLiteral("PART")).size(), 6);
-    } else if (scenario == QLatin1String("ten private lines in a burst")) {
-        QStringList expected;
-        for (int i = 1; i <= 10; ++i) {
-            bob->sendSegment(QStringLiteral("PMSG") + S + QStringLiteral("alice") + S +
-                             QStringLiteral("line %1").arg(i));
-            expected.append(QStringLiteral("PMSG") + S + QStringLiteral("<bob> line %1").arg(i));
-        }
-        QTRY_COMPARE_WITH_TIMEOUT(startingWith(alice.handled(), QStringLiteral("PMSG")), expected, 20000);
-    } else if (scenario == QLatin1String("a part and a private line while a box is open")) {
-        QVERIFY(signOnOthers(1));
+    if (scenario == QLatin1String("a part and a private line while a box is open")) {
+        auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
+        QVERIFY(carol);
+        QTRY_COMPARE_WITH_TIMEOUT(alice.users().size(), 3, 5000);
         alice.setBusy(true);
-        others.front()->socket().abort();
+        carol->socket().abort();
         QTRY_VERIFY_WITH_TIMEOUT(alice.socket().peek(4096).contains("PING"), 10000);
         bob->sendSegment(QStringLiteral("PMSG") + S + QStringLiteral("alice") + S + QStringLiteral("psst"));
         bob->sendSegment(ServerWire::msg(QStringLiteral("marker")));
         QVERIFY(bob->waitForLine(ServerWire::msg(QStringLiteral("<bob> marker"))));
         alice.setBusy(false);
-        const QStringList expected{QStringLiteral("PART") + S + QStringLiteral("m1"),
+        const QStringList expected{QStringLiteral("PART") + S + QStringLiteral("carol"),
                                    QStringLiteral("PMSG") + S + QStringLiteral("<bob> psst"),
                                    ServerWire::msg(QStringLiteral("<bob> marker"))};
         QTRY_COMPARE_WITH_TIMEOUT(alice.handled().mid(alice.handled().size() - 3), expected, 20000);
