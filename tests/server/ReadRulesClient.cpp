@@ -5,9 +5,9 @@
 
 using namespace ChatProtocol;
 
-ReadRulesClient::ReadRulesClient(const QString& nickAnswer, QObject* parent)
+ReadRulesClient::ReadRulesClient(const QStringList& nickAnswers, QObject* parent)
     : QObject(parent)
-    , m_nickAnswer(nickAnswer) {
+    , m_nickAnswers(nickAnswers) {
     connect(&m_socket, &QTcpSocket::readyRead, this, &ReadRulesClient::onReadyRead);
 }
 
@@ -72,7 +72,9 @@ bool ReadRulesClient::handlePiece(const QString& piece) {
     } else if (word == Part) {
         return !m_users.removeOne(arg);
     } else if (word == Nick) {
-        send(Windows1252::encode(QString(Nick) + Separator + m_nickAnswer));
+        send(Windows1252::encode(QString(Nick) + Separator + m_nickAnswers.value(0)));
+        if (!m_nickAnswers.isEmpty())
+            m_nickAnswers.removeFirst();
         return false;
     }
     return word != Invalid && word != Done && word != PrivateMsg;

@@ -12,8 +12,8 @@
 class ReadRulesClient : public QObject {
     Q_OBJECT
 public:
-    explicit ReadRulesClient(const QString& nickAnswer = QStringLiteral("NewNick"),
-                             QObject* parent = nullptr);
+    // nickAnswers: what is typed at each NICK demand, in turn.
+    explicit ReadRulesClient(const QStringList& nickAnswers = {}, QObject* parent = nullptr);
 
     bool connectAndLogin(quint16 port, const QString& name, const QString& password);
     void send(const QByteArray& bytes);
@@ -33,7 +33,7 @@ private:
     bool handlePiece(const QString& piece); // false: the read ends here
 
     QTcpSocket m_socket;
-    QString m_nickAnswer;
+    QStringList m_nickAnswers;
     bool m_busy = false;
     QStringList m_ignored;
     QStringList m_users;

@@ -181,7 +181,8 @@ void TestServerDelivery::readRulesClientMissesNothing() {
     const QStringList aliceAndBob{QStringLiteral("alice"), QStringLiteral("bob")};
     ReadRulesClient* watched = &alice;
 
-    ReadRulesClient second(QStringLiteral("alice2"));
+    // The first name typed is taken, so the demand comes twice.
+    ReadRulesClient second({QStringLiteral("bob"), QStringLiteral("alice2")});
     if (scenario == QLatin1String("a part and a private line while a box is open")) {
         auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
         QVERIFY(carol);
@@ -208,7 +209,7 @@ void TestServerDelivery::readRulesClientMissesNothing() {
             burst.append(ServerWire::msg(QStringLiteral("<bob> burst %1").arg(i)));
         }
         QTRY_COMPARE_WITH_TIMEOUT(startingWith(second.handled(), QStringLiteral("MSG")), burst, 20000);
-        QCOMPARE(second.handled().first(), QStringLiteral("NICK"));
+        QCOMPARE(second.handled().mid(0, 2), (QStringList{QStringLiteral("NICK"), QStringLiteral("NICK")}));
         QCOMPARE(second.users(),
                  (QStringList{QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("alice2")}));
     }
