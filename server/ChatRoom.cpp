@@ -165,9 +165,10 @@ void ChatRoom::broadcast(const QString& message, MemberSession* except) {
     // A copy: a member dropped for not reading leaves through the event loop, never mid-loop.
     const QList<MemberSession*> members = m_members;
     const QByteArray line = Windows1252::encode(message + ChatProtocol::LineEnd);
+    const DeliveryQueue::Kind kind = DeliveryQueue::classify(line, m_limits.strictDelivery);
     for (MemberSession* member : members) {
         if (member != except)
-            member->sendEncoded(line);
+            member->sendEncoded(line, kind);
     }
 }
 

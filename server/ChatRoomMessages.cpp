@@ -39,6 +39,9 @@ bool ChatRoom::refuseIfMuzzled(MemberSession* session) {
 
 void ChatRoom::handleMsg(MemberSession* session, const QStringList& fields) {
     const QString text = textFrom(fields, 1);
+    // An empty line would only show the sender's name to everyone.
+    if (text.trimmed().isEmpty())
+        return;
     if (text.startsWith(ChatProtocol::SeenQuery)) {
         answerSeen(session, text.mid(ChatProtocol::SeenQuery.size()).trimmed());
         return;

@@ -17,4 +17,10 @@ struct ServerLimits {
     qint64 maxPendingOutputBytes = 256 * 1024;
     // A PING goes out every interval; a member silent for three intervals is dropped.
     int keepAliveMs = 60 * 1000;
+    // Every MSG counts as ending the client's read, not only "/me" lines: nothing is lost to an
+    // ignore list, at the price of one round trip per public line and member.
+    bool strictDelivery = false;
+    // After a read-ending message: the pause before the probe PING, and the first resend wait.
+    int probeDelayMs = 20;
+    int probeResendMs = 500;
 };

@@ -73,6 +73,9 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
          QStringLiteral("Unsent bytes after which a member is dropped (default %1).")
              .arg(defaults.maxPendingOutputBytes),
          QStringLiteral("bytes")},
+        {QStringLiteral("strict-delivery"),
+         QStringLiteral("Count every public line as ending the client's read, so none is lost to an "
+                        "ignore list during a flood; costs a round trip per line and member.")},
         {QStringLiteral("hash-iterations"),
          QStringLiteral("PBKDF2 iterations for new passwords (default %1).")
              .arg(PasswordHash::DefaultIterations),
@@ -129,6 +132,7 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
     o.limits.connectionsPerAddress = static_cast<int>(perAddress);
     o.limits.accountsPerAddress = static_cast<int>(accounts);
     o.database.hashIterations = static_cast<int>(iterations);
+    o.limits.strictDelivery = parser.isSet(QStringLiteral("strict-delivery"));
 
     o.dataFolder = parser.isSet(QStringLiteral("data"))
                        ? parser.value(QStringLiteral("data"))

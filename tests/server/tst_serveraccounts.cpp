@@ -76,7 +76,7 @@ void TestServerAccounts::accountRequest() {
     ServerTestClient client;
     QVERIFY(client.connectTo(server.port()));
     client.sendSegment(request);
-    QTRY_COMPARE_WITH_TIMEOUT(client.rawReceived(), reply, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(client.rawChat(), reply, 5000);
     // The connection stays open and unsigned; the client signs on later on a new connection.
     QVERIFY(client.isConnected());
     QCOMPARE(server.server().room().onlineNames(), QStringList());
@@ -87,12 +87,12 @@ void TestServerAccounts::thirdAccountFromOneAddressIsRefused() {
     ServerTestClient client;
     QVERIFY(client.connectTo(server.port()));
     client.sendSegment(newAccount(QStringLiteral("one"), QStringLiteral("1")));
-    QTRY_COMPARE_WITH_TIMEOUT(client.lines(), QStringList{QStringLiteral("DONER")}, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(client.chatLines(), QStringList{QStringLiteral("DONER")}, 5000);
     client.sendSegment(newAccount(QStringLiteral("two"), QStringLiteral("2")));
-    QTRY_COMPARE_WITH_TIMEOUT(client.lines().size(), 2, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(client.chatLines().size(), 2, 5000);
     client.sendSegment(newAccount(QStringLiteral("three"), QStringLiteral("3")));
-    QTRY_COMPARE_WITH_TIMEOUT(client.lines().size(), 3, 5000);
-    QCOMPARE(client.lines(),
+    QTRY_COMPARE_WITH_TIMEOUT(client.chatLines().size(), 3, 5000);
+    QCOMPARE(client.chatLines(),
              (QStringList{QStringLiteral("DONER"), QStringLiteral("DONER"), QStringLiteral("INUSE")}));
     QVERIFY(!server.store().accountExists(QStringLiteral("three")));
 }

@@ -48,8 +48,8 @@ void TestServerChat::publicLineReachesEveryoneWithSender() {
     m_bob->sendSegment(msg(QStringLiteral("hi \u00BFall\u00BF")));
     const QByteArray expected("MSG|\xBF|<bob> hi \xBF"
                               "all\xBF\r\n");
-    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), expected, 5000);
-    QTRY_COMPARE_WITH_TIMEOUT(m_bob->rawReceived(), expected, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), expected, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_bob->rawChat(), expected, 5000);
 }
 
 void TestServerChat::framing_data() {
@@ -68,6 +68,10 @@ void TestServerChat::framing_data() {
     QTest::newRow("separator inside the text")
         << QByteArray("MSG|\xBF|a|\xBF|b")
         << QStringList{QStringLiteral("<bob> a") + S + QStringLiteral("b")};
+    QTest::newRow("a private line glued behind a public one")
+        << QByteArray("MSG|\xBF|onePMSG|\xBF|bob|\xBF|psst") << QStringList{QStringLiteral("<bob> one")};
+    QTest::newRow("empty and blank lines are not relayed")
+        << QByteArray("MSG|\xBF|\r\nMSG|\xBF|  \r\nMSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
     QTest::newRow("unknown word then a line")
         << QByteArray("HELLO|\xBF|x\r\nMSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
 }
@@ -160,7 +164,7 @@ void TestServerChat::privateMessage() {
     QFETCH(QString, sent);
     QFETCH(QByteArray, relayed);
     m_bob->sendSegment(sent);
-    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), relayed, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), relayed, 5000);
     QCOMPARE(m_bob->chatLines(), QStringList());
 }
 
@@ -175,13 +179,13 @@ void TestServerChat::followRequestAndAnswerAreRelayed() {
     // bob follows alice; the name bob claims for himself is not what alice is told.
     m_bob->sendSegment(QStringLiteral("FOLLOWUSER") + S + QStringLiteral("alice") + S +
                        QStringLiteral("mallory"));
-    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), QByteArray("FOLLOWUSERBACK|\xBF|bob\r\n"), 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), QByteArray("FOLLOWUSERBACK|\xBF|bob\r\n"), 5000);
     m_alice->sendSegment(QStringList{QStringLiteral("FOLLOWUSERBACK"), QStringLiteral("bob"),
                                      QStringLiteral("Bank Job"), QStringLiteral("127.0.0.1"),
                                      QStringLiteral("31510"), QStringLiteral("Kingpin")}
                              .join(S));
     QTRY_COMPARE_WITH_TIMEOUT(
-        m_bob->rawReceived(),
+        m_bob->rawChat(),
         QByteArray("FOLLOWUSERFINAL|\xBF|Bank Job|\xBF|127.0.0.1|\xBF|31510|\xBF|Kingpin\r\n"), 5000);
 }
 
