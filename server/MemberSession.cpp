@@ -7,6 +7,7 @@
 #include "server/LineFramer.h"
 
 #include <QTcpSocket>
+#include <QTimer>
 
 #ifdef Q_OS_UNIX
 #include <sys/socket.h>
@@ -62,6 +63,12 @@ void MemberSession::closeAfterSending() {
         return;
     m_state = State::Closing;
     m_socket->disconnectFromHost();
+    // A member that does not read would keep its connection, and all that is queued for it,
+    // for as long as it likes; after a short grace it is cut off.
+    QTimer::singleShot(m_limits.closeGraceMs, this, [this] {
+        m_socket->abort();
+        onDisconnected();
+    });
 }
 
 void MemberSession::drop(const QString& reason) {

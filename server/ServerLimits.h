@@ -15,6 +15,8 @@ struct ServerLimits {
     int accountsPerAddress = 2;
     // A member whose unsent data passes this is dropped rather than allowed to stall the room.
     qint64 maxPendingOutputBytes = 256 * 1024;
+    // A member sent away (kicked, banned, refused) has this long to read its last lines.
+    int closeGraceMs = 5000;
     // A PING goes out every interval; a member silent for three intervals is dropped.
     int keepAliveMs = 60 * 1000;
 };

@@ -22,6 +22,7 @@ private slots:
     void manyConnectionsOpenedAndDropped_data();
     void manyConnectionsOpenedAndDropped();
     void memberThatDoesNotReadIsDropped();
+    void kickedMemberThatDoesNotReadIsReleased();
 };
 
 void TestServerLimits::silentMemberIsDroppedAfterThreeIntervals() {
@@ -212,6 +213,45 @@ void TestServerLimits::memberThatDoesNotReadIsDropped() {
                               (QStringList{QStringLiteral("alice"), QStringLiteral("carol")}), 5000);
     alice->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("after")));
     QVERIFY(carol->waitForLine(msg(QStringLiteral("<alice> after"))));
+}
+
+void TestServerLimits::kickedMemberThatDoesNotReadIsReleased() {
+    ServerLimits limits = TestServer::testLimits();
+    limits.floodLines = 1'000'000;
+    limits.maxPendingOutputBytes = qint64(1) << 30; // never dropped for not reading
+    limits.closeGraceMs = 300;
+    TestServer server(limits);
+    server.addAccount(QStringLiteral("alice"), QStringLiteral("1"), true);
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("1"));
+    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
+    QVERIFY(alice);
+    QTcpSocket bob;
+    bob.setReadBufferSize(1024);
+    bob.connectToHost(QHostAddress::LocalHost, server.port());
+    QVERIFY(bob.waitForConnected(5000));
+    bob.write("LOGIN|\xBF|bob|\xBF|1");
+    bob.flush();
+    QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
+
+    // What the server holds for bob beyond what the kernel took.
+    const auto queuedForBob = [&] {
+        for (const QTcpSocket* socket : server.server().findChildren<QTcpSocket*>()) {
+            if (socket->peerPort() == bob.localPort())
+                return socket->bytesToWrite();
+        }
+        return qint64(-1);
+    };
+    const QString payload(7 * 1024, u'z');
+    for (int round = 0; round < 1000 && queuedForBob() < 1024 * 1024; ++round) {
+        const qsizetype before = alice->lines().size();
+        for (int i = 0; i < 20; ++i)
+            alice->sendSegment(msg(payload) + QStringLiteral("\r\n"));
+        QTRY_VERIFY_WITH_TIMEOUT(alice->lines().size() >= before + 20, 10000);
+    }
+    QVERIFY(queuedForBob() >= 1024 * 1024);
+    alice->sendSegment(QStringLiteral("OPS") + S + QStringLiteral("KICK") + S + QStringLiteral("bob"));
+    QVERIFY(alice->waitForLine(msg(QStringLiteral("<Quorvel> bob was kicked."))));
+    QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 1, 5000);
 }
 
 QTEST_GUILESS_MAIN(TestServerLimits)

@@ -3,6 +3,7 @@
 #include "server/AddressRules.h"
 #include "server/LineFramer.h"
 #include "server/NameRules.h"
+#include "server/RelayedText.h"
 
 #include <QTest>
 
@@ -13,6 +14,10 @@ private slots:
     void segmentSplitsIntoMessages();
     void names_data();
     void names();
+    void sameName_data();
+    void sameName();
+    void relayedText_data();
+    void relayedText();
     void addresses_data();
     void addresses();
 };
@@ -43,6 +48,12 @@ void TestServerRules::names_data() {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("valid");
     QTest::newRow("plain") << QStringLiteral("bob") << true;
+    QTest::newRow("second session") << QStringLiteral("bob@home") << true;
+    QTest::newRow("soft hyphen") << QStringLiteral("Quorvel\u00AD") << false;
+    QTest::newRow("no-break space") << QStringLiteral("b\u00A0b") << false;
+    QTest::newRow("DEL") << QStringLiteral("b\u007F") << false;
+    QTest::newRow("C1 control") << QStringLiteral("b\u009D") << false;
+    QTest::newRow("zero-width space") << QStringLiteral("b\u200Bb") << false;
     QTest::newRow("punctuation") << QStringLiteral("[KP]bob_2-x") << true;
     QTest::newRow("accented") << QStringLiteral("Ren\u00E9e") << true;
     QTest::newRow("20 characters") << QStringLiteral("b").repeated(20) << true;
@@ -61,6 +72,43 @@ void TestServerRules::names() {
     QFETCH(QString, name);
     QFETCH(bool, valid);
     QCOMPARE(NameRules::isValidName(name), valid);
+    QCOMPARE(NameRules::isValidAccountName(name), valid && !name.contains(u'@'));
+}
+
+void TestServerRules::sameName_data() {
+    QTest::addColumn<QString>("a");
+    QTest::addColumn<QString>("b");
+    QTest::addColumn<bool>("same");
+    QTest::newRow("case") << QStringLiteral("Bob") << QStringLiteral("bOB") << true;
+    QTest::newRow("invisible inside") << QStringLiteral("Quor\u00ADvel") << QStringLiteral("quorvel") << true;
+    QTest::newRow("superscript digit") << QStringLiteral("bob\u00B2") << QStringLiteral("BOB2") << true;
+    QTest::newRow("ordinal letter") << QStringLiteral("\u00AAlice") << QStringLiteral("alice") << true;
+    QTest::newRow("accent counts") << QStringLiteral("Ren\u00E9e") << QStringLiteral("renee") << false;
+    QTest::newRow("different") << QStringLiteral("bob") << QStringLiteral("bobby") << false;
+}
+
+void TestServerRules::sameName() {
+    QFETCH(QString, a);
+    QFETCH(QString, b);
+    QFETCH(bool, same);
+    QCOMPARE(NameRules::key(a) == NameRules::key(b), same);
+}
+
+void TestServerRules::relayedText_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("relayed");
+    QTest::newRow("forged line") << QStringLiteral("hello\r<alice> send me your password")
+                                 << QStringLiteral("hello<alice> send me your password");
+    QTest::newRow("C0, DEL and C1") << QStringLiteral("a\u0000b\u001B[2Jc\u007Fd\u0081\u009De\n")
+                                    << QStringLiteral("ab[2Jcde");
+    QTest::newRow("tab and Windows-1252 kept")
+        << QStringLiteral("a\tb \u20AC\u00E9\u00AD") << QStringLiteral("a\tb \u20AC\u00E9\u00AD");
+}
+
+void TestServerRules::relayedText() {
+    QFETCH(QString, text);
+    QFETCH(QString, relayed);
+    QCOMPARE(RelayedText::withoutControls(text), relayed);
 }
 
 void TestServerRules::addresses_data() {
