@@ -68,7 +68,8 @@ void ChatServer::accept(QTcpSocket* socket) {
     if (m_limits.connectionsPerAddress > 0 && count >= m_limits.connectionsPerAddress) {
         // Refused politely, then let go; the socket deletes itself once closed.
         socket->write(Windows1252::encode(
-            ChatMessage::build(ChatProtocol::ServerMsg, {QStringLiteral("Too many connections from your address.")}) +
+            ChatMessage::build(ChatProtocol::ServerMsg,
+                               {QStringLiteral("Too many connections from your address.")}) +
             ChatProtocol::LineEnd));
         connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
         socket->disconnectFromHost();

@@ -25,7 +25,8 @@ int DescriptorBudget::raiseLimit() {
 }
 
 int DescriptorBudget::openNow() {
-    const int entries = int(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size());
+    const int entries =
+        int(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size());
     // Listing the folder opens one descriptor of its own, which is counted in the list.
     return entries > 0 ? entries - 1 : 16;
 }

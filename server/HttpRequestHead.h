@@ -7,11 +7,11 @@
 // refused rather than guessed at.
 struct HttpRequestHead {
     enum class Result {
-        Incomplete,  // no blank line yet: read more
-        Complete,    // the head is in the fields below; `length` bytes of the buffer were used
-        Malformed,   // answer 400 and close
-        BadVersion,  // a well-formed version other than 1.x: answer 505 and close
-        TooLarge,    // no end within the limit: answer 431 and close
+        Incomplete, // no blank line yet: read more
+        Complete,   // the head is in the fields below; `length` bytes of the buffer were used
+        Malformed,  // answer 400 and close
+        BadVersion, // a well-formed version other than 1.x: answer 505 and close
+        TooLarge,   // no end within the limit: answer 431 and close
     };
 
     QByteArray method;
