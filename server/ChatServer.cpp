@@ -52,14 +52,8 @@ void ChatServer::setDescriptorBudget(DescriptorBudget* budget) {
 }
 
 void ChatServer::onNewConnection() {
-    while (!m_budget || m_budget->mayAccept(m_listener)) {
-        QTcpSocket* socket = m_listener->nextPendingConnection();
-        if (!socket)
-            return;
-        if (m_budget)
-            m_budget->take(socket);
+    while (QTcpSocket* socket = DescriptorBudget::nextConnection(m_listener, m_budget))
         accept(socket);
-    }
 }
 
 void ChatServer::accept(QTcpSocket* socket) {

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QTcpServer>
+#include <QTcpSocket>
 
 #ifdef Q_OS_UNIX
 #include <sys/resource.h>
@@ -45,6 +46,15 @@ void DescriptorBudget::watch(QTcpServer* listener) {
     // connections is below this; with 1, a connection we leave in the queue ends the loop, so
     // at most one descriptor per listener is taken beyond the budget.
     listener->setMaxPendingConnections(1);
+}
+
+QTcpSocket* DescriptorBudget::nextConnection(QTcpServer* listener, DescriptorBudget* budget) {
+    if (budget && !budget->mayAccept(listener))
+        return nullptr;
+    QTcpSocket* socket = listener->nextPendingConnection();
+    if (socket && budget)
+        budget->take(socket);
+    return socket;
 }
 
 bool DescriptorBudget::mayAccept(QTcpServer* listener) {

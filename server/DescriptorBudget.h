@@ -7,6 +7,7 @@
 #include <algorithm>
 
 class QTcpServer;
+class QTcpSocket;
 
 // The connections the process may hold at once, so that it never runs into its descriptor
 // limit: there accept() fails at once on every try, the listener stays readable and the event
@@ -36,8 +37,9 @@ public:
     void take(QObject* owner);
     // Prepares a listener whose owner asks mayAccept() before it takes each connection.
     static void watch(QTcpServer* listener);
-    // True while there is room; otherwise pauses the listener until a descriptor comes back.
-    bool mayAccept(QTcpServer* listener);
+    // The listener's next connection, counted against the budget (if any); null when none is
+    // waiting or there is no room, in which case the listener pauses until a descriptor comes back.
+    static QTcpSocket* nextConnection(QTcpServer* listener, DescriptorBudget* budget);
 
 signals:
     // A descriptor came back while listeners were paused; they were resumed, and their owners
@@ -45,6 +47,7 @@ signals:
     void roomAgain();
 
 private:
+    bool mayAccept(QTcpServer* listener);
     void give();
 
     int m_connections;

@@ -28,12 +28,7 @@ void MasterListHttp::setDescriptorBudget(DescriptorBudget* budget) {
 }
 
 void MasterListHttp::onNewConnection() {
-    while (!m_budget || m_budget->mayAccept(m_listener)) {
-        QTcpSocket* socket = m_listener->nextPendingConnection();
-        if (!socket)
-            return;
-        if (m_budget)
-            m_budget->take(socket);
+    while (QTcpSocket* socket = DescriptorBudget::nextConnection(m_listener, m_budget)) {
         const QString address = AddressRules::text(socket->peerAddress());
         auto* connection = new HttpConnection(
             socket, m_limits.httpMaxHeadBytes, m_limits.httpIdleMs,

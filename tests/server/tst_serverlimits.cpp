@@ -12,6 +12,21 @@
 using ServerWire::msg;
 using ServerWire::S;
 
+namespace {
+
+// bob (password "1") signs on and then never reads: Qt stops taking data off the kernel at 1 KiB.
+bool signOnNonReader(QTcpSocket& bob, TestServer& server, ServerTestClient& witness) {
+    bob.setReadBufferSize(1024);
+    bob.connectToHost(QHostAddress::LocalHost, server.port());
+    if (!bob.waitForConnected(5000))
+        return false;
+    bob.write("LOGIN|\xBF|bob|\xBF|1");
+    bob.flush();
+    return witness.waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob"));
+}
+
+} // namespace
+
 class TestServerLimits : public QObject {
     Q_OBJECT
 private slots:
@@ -187,14 +202,8 @@ void TestServerLimits::memberThatDoesNotReadIsDropped() {
     auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
     QVERIFY(alice && carol);
 
-    // bob signs on and then never reads: Qt stops taking data off the kernel at 1 KiB.
     QTcpSocket bob;
-    bob.setReadBufferSize(1024);
-    bob.connectToHost(QHostAddress::LocalHost, server.port());
-    QVERIFY(bob.waitForConnected(5000));
-    bob.write("LOGIN|\xBF|bob|\xBF|1");
-    bob.flush();
-    QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
+    QVERIFY(signOnNonReader(bob, server, *alice));
     carol->clear();
 
     // Lines of 7 KiB until the kernel buffers and bob's allowance are full; bounded at 40 MiB.
@@ -226,12 +235,7 @@ void TestServerLimits::kickedMemberThatDoesNotReadIsReleased() {
     auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
     QVERIFY(alice);
     QTcpSocket bob;
-    bob.setReadBufferSize(1024);
-    bob.connectToHost(QHostAddress::LocalHost, server.port());
-    QVERIFY(bob.waitForConnected(5000));
-    bob.write("LOGIN|\xBF|bob|\xBF|1");
-    bob.flush();
-    QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
+    QVERIFY(signOnNonReader(bob, server, *alice));
 
     // What the server holds for bob beyond what the kernel took.
     const auto queuedForBob = [&] {
