@@ -3,7 +3,6 @@
 #include "server/AddressRules.h"
 #include "server/LineFramer.h"
 #include "server/NameRules.h"
-#include "server/RelayedText.h"
 
 #include <QTest>
 
@@ -16,8 +15,6 @@ private slots:
     void names();
     void sameName_data();
     void sameName();
-    void relayedText_data();
-    void relayedText();
     void addresses_data();
     void addresses();
 };
@@ -92,23 +89,6 @@ void TestServerRules::sameName() {
     QFETCH(QString, b);
     QFETCH(bool, same);
     QCOMPARE(NameRules::key(a) == NameRules::key(b), same);
-}
-
-void TestServerRules::relayedText_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("relayed");
-    QTest::newRow("forged line") << QStringLiteral("hello\r<alice> send me your password")
-                                 << QStringLiteral("hello<alice> send me your password");
-    QTest::newRow("C0, DEL and C1") << QStringLiteral("a\u0000b\u001B[2Jc\u007Fd\u0081\u009De\n")
-                                    << QStringLiteral("ab[2Jcde");
-    QTest::newRow("tab and Windows-1252 kept")
-        << QStringLiteral("a\tb \u20AC\u00E9\u00AD") << QStringLiteral("a\tb \u20AC\u00E9\u00AD");
-}
-
-void TestServerRules::relayedText() {
-    QFETCH(QString, text);
-    QFETCH(QString, relayed);
-    QCOMPARE(RelayedText::withoutControls(text), relayed);
 }
 
 void TestServerRules::addresses_data() {
