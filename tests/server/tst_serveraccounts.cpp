@@ -59,6 +59,16 @@ void TestServerAccounts::accountRequest_data() {
         << newAccount(QStringLiteral("ALICE"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
     QTest::newRow("the server's name")
         << newAccount(QStringLiteral("quorvel"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
+    QTest::newRow("soft hyphen") << newAccount(QStringLiteral("Quorvel\u00AD"), QStringLiteral("1"))
+                                 << QByteArray("INUSE\r\n");
+    QTest::newRow("no-break space") << newAccount(QStringLiteral("da\u00A0ve"), QStringLiteral("1"))
+                                    << QByteArray("INUSE\r\n");
+    QTest::newRow("C1 control") << newAccount(QStringLiteral("da\u0081ve"), QStringLiteral("1"))
+                                << QByteArray("INUSE\r\n");
+    QTest::newRow("session mark, kept for display names")
+        << newAccount(QStringLiteral("alice@home"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
+    QTest::newRow("taken in compatibility form") // the feminine ordinal folds to "a"
+        << newAccount(QStringLiteral("\u00AAlice"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
     QTest::newRow("empty password") << newAccount(QStringLiteral("dave"), QString())
                                     << QByteArray("INUSE\r\n");
     // Passwords the sign-on dialog refuses: such an account could never be used.
