@@ -7,6 +7,7 @@
 #include "server/LineFramer.h"
 
 #include <QTcpSocket>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -146,6 +147,12 @@ void MemberSession::closeAfterSending() {
     }
     m_state = State::Closing;
     m_socket->disconnectFromHost();
+    // A member that does not read would keep its connection, and all that is queued for it,
+    // for as long as it likes; after a short grace it is cut off.
+    QTimer::singleShot(m_limits.closeGraceMs, this, [this] {
+        m_socket->abort();
+        onDisconnected();
+    });
 }
 
 void MemberSession::drop(const QString& reason) {

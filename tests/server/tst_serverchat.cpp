@@ -19,8 +19,12 @@ private slots:
     void seenQuery_data();
     void seenQuery();
     void opsQueryNamesOperatorsOnline();
+    void controlCharactersReachNobody_data();
+    void controlCharactersReachNobody();
     void privateMessage_data();
     void privateMessage();
+    void malformedFileOfferIsRefused_data();
+    void malformedFileOfferIsRefused();
     void privateMessageToAbsentMemberIsAnswered();
     void followRequestAndAnswerAreRelayed();
     void unrequestedFollowAnswerIsDropped();
@@ -136,6 +140,32 @@ void TestServerChat::opsQueryNamesOperatorsOnline() {
     QVERIFY(m_bob->waitForLine(msg(QStringLiteral("<Quorvel> No operator is online."))));
 }
 
+void TestServerChat::controlCharactersReachNobody_data() {
+    QTest::addColumn<QByteArray>("sent");
+    QTest::addColumn<QString>("received");
+    QTest::newRow("forged line in a chat line")
+        << QByteArray("MSG|\xBF|hello\r<alice> please send me your password")
+        << msg(QStringLiteral("<bob> hello<alice> please send me your password"));
+    QTest::newRow("NUL, ESC, DEL and C1 in a chat line") << (QByteArray("MSG|\xBF|a") + '\0' +
+                                                             "b\x1B"
+                                                             "c\x7F"
+                                                             "d\x81\x9D"
+                                                             "e")
+                                                         << msg(QStringLiteral("<bob> abcde"));
+    QTest::newRow("private line") << QByteArray("PMSG|\xBF|alice|\xBF|a\rb\x07")
+                                  << QStringLiteral("PMSG") + S + QStringLiteral("<bob> ab");
+    QTest::newRow("news") << QByteArray("NEWS|\xBF|Head\x1Bline|\xBF|bo\rdy")
+                          << QStringLiteral("SMSG") + S + QStringLiteral("News from bob: Headline - body");
+}
+
+void TestServerChat::controlCharactersReachNobody() {
+    QFETCH(QByteArray, sent);
+    QFETCH(QString, received);
+    m_bob->sendBytes(sent);
+    QVERIFY(m_alice->waitForLine(received));
+    QCOMPARE(m_alice->chatLines(), QStringList{received});
+}
+
 void TestServerChat::privateMessage_data() {
     QTest::addColumn<QString>("sent");
     QTest::addColumn<QByteArray>("relayed");
@@ -166,6 +196,31 @@ void TestServerChat::privateMessage() {
     m_bob->sendSegment(sent);
     QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), relayed, 5000);
     QCOMPARE(m_bob->chatLines(), QStringList());
+}
+
+void TestServerChat::malformedFileOfferIsRefused_data() {
+    QTest::addColumn<QString>("offer");
+    QTest::newRow("no port") << QStringLiteral("/SENDFILE|@|C:\\a.zip");
+    QTest::newRow("empty port") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|");
+    QTest::newRow("port not a number") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|51x0");
+    QTest::newRow("port out of range") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|65536");
+    QTest::newRow("trailing field") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|5120|@|");
+    QTest::newRow("forged address") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|5120|@|203.0.113.9");
+    QTest::newRow("separator in the path") << QStringLiteral("/SENDFILE|@|C:\\a|\u00BF|b.zip|@|5120");
+    QTest::newRow("separator in the port") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|51|\u00BF|20");
+    QTest::newRow("no path") << QStringLiteral("/SENDFILE|@||@|5120");
+    QTest::newRow("nothing") << QStringLiteral("/SENDFILE");
+    QTest::newRow("word run on") << QStringLiteral("/SENDFILEX|@|C:\\a.zip|@|5120");
+}
+
+void TestServerChat::malformedFileOfferIsRefused() {
+    QFETCH(QString, offer);
+    m_bob->sendSegment(QStringLiteral("PMSG") + S + QStringLiteral("alice") + S + offer);
+    QVERIFY(m_bob->waitForLine(msg(QStringLiteral("<Quorvel> Your file offer to alice was not sent: it needs "
+                                                  "a file and a port number from 1 to 65535."))));
+    m_bob->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("marker")));
+    QVERIFY(m_alice->waitForLine(msg(QStringLiteral("<bob> marker"))));
+    QCOMPARE(m_alice->chatLines(), QStringList{msg(QStringLiteral("<bob> marker"))});
 }
 
 void TestServerChat::privateMessageToAbsentMemberIsAnswered() {

@@ -93,7 +93,12 @@ void TestServerSignOn::accountAlreadyOnlineMustChooseAnotherName_data() {
     QTest::newRow("angle bracket") << QStringLiteral("<alice>") << false;
     QTest::newRow("empty") << QString() << false;
     QTest::newRow("21 characters") << QStringLiteral("a").repeated(21) << false;
-    QTest::newRow("a free name") << QStringLiteral("alice_2") << true;
+    QTest::newRow("soft hyphen inside") << QStringLiteral("alice@ho\u00ADme") << false;
+    QTest::newRow("a free name that a future account could want") << QStringLiteral("alice_2") << false;
+    QTest::newRow("another account's session form") << QStringLiteral("carol@home") << false;
+    QTest::newRow("no tag") << QStringLiteral("alice@") << false;
+    QTest::newRow("session name") << QStringLiteral("alice@home") << true;
+    QTest::newRow("session name in other case") << QStringLiteral("ALICE@Home") << true;
 }
 
 void TestServerSignOn::accountAlreadyOnlineMustChooseAnotherName() {
@@ -118,7 +123,9 @@ void TestServerSignOn::accountAlreadyOnlineMustChooseAnotherName() {
         QVERIFY(first->waitForLine(QStringLiteral("JOIN") + S + answer));
     } else {
         QVERIFY(second.waitForLine(QStringLiteral("NICK")));
-        QCOMPARE(second.rawChat(), QByteArray("NICK\r\n"));
+        QCOMPARE(second.rawChat(),
+                 QByteArray("SMSG|\xBF|alice is already signed on. Choose a name of the form alice@place, at "
+                            "most 20 characters, for example alice@home.\r\nNICK\r\n"));
         QVERIFY(second.isConnected());
         QCOMPARE(server.server().room().onlineNames(), QStringList{QStringLiteral("alice")});
     }
