@@ -41,6 +41,8 @@ public:
     // with its kind given, a broadcast also classifies once.
     void sendEncoded(const QByteArray& line);
     void sendEncoded(const QByteArray& line, DeliveryQueue::Kind kind);
+    // Bytes queued for this member or handed to the socket and not yet taken by the kernel.
+    qint64 pendingOutputBytes() const;
     // Sends what is queued, then closes.
     void closeAfterSending();
     // Closes at once, from the event loop, so that callers iterating over the room stay valid.

@@ -2,6 +2,8 @@
 // connections, and not reading. In every case the others keep being served.
 #include "TestServer.h"
 
+#include "server/MemberSession.h"
+
 #include <QRandomGenerator>
 #include <QTcpSocket>
 #include <QTest>
@@ -241,7 +243,7 @@ void TestServerLimits::kickedMemberThatDoesNotReadIsReleased() {
     const auto queuedForBob = [&] {
         for (const QTcpSocket* socket : server.server().findChildren<QTcpSocket*>()) {
             if (socket->peerPort() == bob.localPort())
-                return socket->bytesToWrite();
+                return qobject_cast<const MemberSession*>(socket->parent())->pendingOutputBytes();
         }
         return qint64(-1);
     };
