@@ -90,6 +90,10 @@ qint64 MemberSession::pendingOutputBytes() const {
     return m_queue.queuedBytes() + m_socket->bytesToWrite();
 }
 
+quint16 MemberSession::peerPort() const {
+    return m_socket->peerPort();
+}
+
 void MemberSession::write(const QList<QByteArray>& lines) {
     const QByteArray data = lines.size() == 1 ? lines.first() : lines.join();
     qsizetype sent = 0;

@@ -41,12 +41,14 @@ public:
     // with its kind given, a broadcast also classifies once.
     void sendEncoded(const QByteArray& line);
     void sendEncoded(const QByteArray& line, DeliveryQueue::Kind kind);
-    // Bytes queued for this member or handed to the socket and not yet taken by the kernel.
-    qint64 pendingOutputBytes() const;
     // Sends what is queued, then closes.
     void closeAfterSending();
     // Closes at once, from the event loop, so that callers iterating over the room stay valid.
     void drop(const QString& reason);
+
+    // Bytes not yet taken by the kernel: the delivery queue and the socket's own buffer.
+    qint64 pendingOutputBytes() const;
+    quint16 peerPort() const;
 
     // One keep-alive interval has passed: PING, or drop after three silent intervals.
     void keepAliveTick();

@@ -182,7 +182,7 @@ void TestServerDelivery::readRulesClientMissesNothing() {
     ReadRulesClient* watched = &alice;
 
     // The first name typed is taken, so the demand comes twice.
-    ReadRulesClient second({QStringLiteral("bob"), QStringLiteral("alice@home")});
+    ReadRulesClient second({QStringLiteral("bob"), QStringLiteral("alice@two")});
     if (scenario == QLatin1String("a part and a private line while a box is open")) {
         auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
         QVERIFY(carol);
@@ -202,7 +202,7 @@ void TestServerDelivery::readRulesClientMissesNothing() {
     } else {
         watched = &second;
         QVERIFY(second.connectAndLogin(server.port(), QStringLiteral("alice"), QStringLiteral("1")));
-        QVERIFY(bob->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("alice@home")));
+        QVERIFY(bob->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("alice@two")));
         QStringList burst;
         for (int i = 1; i <= 10; ++i) {
             bob->sendSegment(ServerWire::msg(QStringLiteral("burst %1").arg(i)));
@@ -211,7 +211,7 @@ void TestServerDelivery::readRulesClientMissesNothing() {
         QTRY_COMPARE_WITH_TIMEOUT(startingWith(second.handled(), QStringLiteral("MSG")), burst, 20000);
         QCOMPARE(second.handled().count(QStringLiteral("NICK")), 2);
         QCOMPARE(second.users(),
-                 (QStringList{QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("alice@home")}));
+                 (QStringList{QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("alice@two")}));
     }
     QCOMPARE(watched->lost(), QStringList());
 }

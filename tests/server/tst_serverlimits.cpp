@@ -1,7 +1,6 @@
 // What one member can cost the others: silence, over-long lines, junk, floods, many
 // connections, and not reading. In every case the others keep being served.
 #include "TestServer.h"
-
 #include "server/MemberSession.h"
 
 #include <QRandomGenerator>
@@ -241,9 +240,9 @@ void TestServerLimits::kickedMemberThatDoesNotReadIsReleased() {
 
     // What the server holds for bob beyond what the kernel took.
     const auto queuedForBob = [&] {
-        for (const QTcpSocket* socket : server.server().findChildren<QTcpSocket*>()) {
-            if (socket->peerPort() == bob.localPort())
-                return qobject_cast<const MemberSession*>(socket->parent())->pendingOutputBytes();
+        for (const MemberSession* session : server.server().findChildren<MemberSession*>()) {
+            if (session->peerPort() == bob.localPort())
+                return session->pendingOutputBytes();
         }
         return qint64(-1);
     };
