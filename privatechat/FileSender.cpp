@@ -50,6 +50,10 @@ bool FileSender::isListening() const {
     return m_listener->isListening();
 }
 
+quint16 FileSender::listeningPort() const {
+    return m_listener->serverPort();
+}
+
 bool FileSender::listen(quint16 port, const QString& path, QString* error) {
     m_listener->close();
     if (!m_listener->listen(QHostAddress::Any, port)) {
@@ -115,6 +119,7 @@ void FileSender::sendfile() {
         close();
         return;
     }
+    m_length = m_file.size();
     m_endOfFile = false;
     sendNextBlock();
 }
@@ -130,12 +135,11 @@ void FileSender::sendNextBlock() {
     }
     // The sent count grows by a whole block before the block is read, so it ends above the file's length;
     // a progress value above the maximum is dropped.
-    const qint64 length = m_file.size();
     const qint64 sent = m_view.count(Direction::Upload) + BlockSize;
-    m_view.setSize(Direction::Upload, QString::number(length));
-    m_view.setMaximum(Direction::Upload, length);
+    m_view.setSize(Direction::Upload, QString::number(m_length));
+    m_view.setMaximum(Direction::Upload, m_length);
     m_view.setCount(Direction::Upload, sent);
-    if (sent <= length)
+    if (sent <= m_length)
         m_view.setProgress(Direction::Upload, sent);
     m_view.setStatus(Direction::Upload, QStringLiteral("Connected..."));
 

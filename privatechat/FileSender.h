@@ -25,6 +25,7 @@ public:
     void setUploadBusy(bool busy) { m_uploadBusy = busy; }
     QString uploadPath() const { return m_uploadPath; }
     bool isListening() const;
+    quint16 listeningPort() const;
 
     // Listens on every interface for the receiver; false, with the reason, when the port cannot be had.
     bool listen(quint16 port, const QString& path, QString* error);
@@ -48,6 +49,7 @@ private:
     Prompts& m_prompts;
     QTcpServer* m_listener;
     QFile m_file;
+    qint64 m_length = 0;
     QString m_uploadPath;
     State m_state = State::Idle;
     bool m_uploadBusy = false;
