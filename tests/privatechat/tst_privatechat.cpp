@@ -3,6 +3,7 @@
 #include "SignedOnClient.h"
 
 #include "common/Windows1252.h"
+#include "privatechat/FileReceiver.h"
 #include "privatechat/FileSender.h"
 #include "privatechat/Form11.h"
 #include "privatechat/Form3.h"
@@ -113,7 +114,8 @@ class PrivateChatTest : public QObject {
 private Q_SLOTS:
     void transfers_data();
     void transfers();
-    void senderDiesHalfWay();
+    void rawSenderOutcomes_data();
+    void rawSenderOutcomes();
     void hostileDescriptionsWriteNothing_data();
     void hostileDescriptionsWriteNothing();
     void senderWireAndMergedAnswers();
@@ -122,6 +124,7 @@ private Q_SLOTS:
     void declines_data();
     void declines();
     void offerDialogs();
+    void transferWindowActsOnThePrimaryWindow();
     void typedLines_data();
     void typedLines();
     void inputLineGuardAndKeys();
@@ -180,27 +183,57 @@ void PrivateChatTest::transfers() {
     QVERIFY(!m.a->sender().uploadBusy());
 }
 
-void PrivateChatTest::senderDiesHalfWay() {
+void PrivateChatTest::rawSenderOutcomes_data() {
+    QTest::addColumn<QByteArray>("size");
+    QTest::addColumn<int>("blocks");
+    QTest::addColumn<bool>("sendsDone");
+    QTest::addColumn<QString>("outcome"); // "%1" stands for the saved file's path
+    QTest::addColumn<QString>("status");
+    const QString suspect = QStringLiteral("Quorvel|File Transfer - Posible Error - Check %1|3");
+    const QString complete = QStringLiteral("Quorvel|File Transfer Complete|1");
+    QTest::newRow("sender dies half way") << QByteArray("5000") << 1 << false << suspect << "Disconnected...";
+    QTest::newRow("done") << QByteArray("1028") << 1 << true << complete << "Disconnected...";
+    QTest::newRow("more than announced") << QByteArray("10") << 3 << true << complete << "Disconnected...";
+    QTest::newRow("huge size, then gone")
+        << QByteArray("99999999999999999999") << 1 << false << suspect << "Disconnected...";
+    // Nobody listens: the error event reports, with its own titles, on the counts the frame holds.
+    QTest::newRow("connection refused")
+        << QByteArray() << -1 << false << QStringLiteral("Complete...|File Transfer Complete|0")
+        << "disconnected...";
+}
+
+void PrivateChatTest::rawSenderOutcomes() {
+    QFETCH(QByteArray, size);
+    QFETCH(int, blocks);
+    QFETCH(bool, sendsDone);
+    QFETCH(QString, outcome);
+    QFETCH(QString, status);
     Members m;
     QVERIFY(m.ready());
     RawSender sender;
-    QVERIFY(m.relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), sender.server.serverPort()));
+    const quint16 port = blocks < 0 ? freePort() : sender.server.serverPort();
+    QVERIFY(m.relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), port));
     m.offerDialog(0)->Command1->click();
-    QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFO"), kWait);
-    sender.send(R"(INFO|@|C:\Games\half.bin|@|5000)");
-    QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFOSEND"), kWait);
-    sender.send(QByteArray(1028, 'h'));
-    QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFOSENDMORE"), kWait);
-    QCOMPARE(m.bobTransfers().count(Direction::Download), 1028);
-    sender.peer->abort();
-
+    QByteArray expected = "INFO";
+    for (int i = 0; i <= blocks; ++i) {
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
+        sender.send(i == 0 ? R"(INFO|@|C:\Games\half.bin|@|)" + size : QByteArray(1028, 'h'));
+        expected += i == 0 ? "SEND" : "MORE";
+    }
+    if (blocks >= 0) {
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
+        if (sendsDone)
+            sender.send("DONE");
+        else
+            sender.peer->abort();
+    }
     const QString saved = m.downloads.filePath(QStringLiteral("half.bin"));
-    QTRY_COMPARE_WITH_TIMEOUT(m.bob.t.prompts.lastLine(),
-                              QStringLiteral("Quorvel|File Transfer - Posible Error - Check ") + saved +
-                                  QStringLiteral("|3"),
-                              kWait);
-    QCOMPARE(readFile(saved), QByteArray(1028, 'h'));
-    QCOMPARE(m.bobTransfers().size(Direction::Download), QStringLiteral("0"));
+    QTRY_COMPARE_WITH_TIMEOUT(m.bob.t.prompts.lastLine(), outcome.arg(saved), kWait);
+    QCOMPARE(m.bob.t.prompts.shown.size(), 1);
+    QCOMPARE(readFile(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h'));
+    QCOMPARE(m.bobTransfers().status(Direction::Download), status);
+    QCOMPARE(m.bobTransfers().count(Direction::Download), 0);
+    QVERIFY(!m.bob.w->privateWindow(1)->receiver().isBusy());
 }
 
 void PrivateChatTest::hostileDescriptionsWriteNothing_data() {
@@ -400,6 +433,29 @@ void PrivateChatTest::offerDialogs() {
     QVERIFY(m.relayOffer(QStringLiteral("/e"), 3001));
     QCOMPARE(m.bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
     QCOMPARE(m.bob.t.prompts.shown.size(), 0);
+}
+
+void PrivateChatTest::transferWindowActsOnThePrimaryWindow() {
+    Members m;
+    QVERIFY(m.ready());
+    m.offer(QStringLiteral("/tmp/a.zip"), QString::number(freePort()));
+    Form11& w = m.ann.w->privateChat().transferWindow();
+    QVERIFY(w.isVisible());
+    // The buttons act on the primary private window, not on the window that made the offer.
+    w.findChild<QPushButton*>(QStringLiteral("cmdUploadCancel"))->click();
+    QCOMPARE(w.status(Direction::Upload), QStringLiteral("Disonnected..."));
+    QVERIFY(m.a->sender().isListening());
+    QVERIFY(m.a->sender().uploadBusy());
+    w.findChild<QPushButton*>(QStringLiteral("cmdDownloadCancel"))->click();
+    QCOMPARE(m.ann.t.prompts.lastLine(), QStringLiteral("Quorvel|File Transfer Complete|1"));
+    QCOMPARE(w.status(Direction::Download), QStringLiteral("Disconnected..."));
+    w.close();
+    QVERIFY(m.a->sender().isListening());
+    // "/cancel" in the offering window is what ends its offer.
+    m.a->Text1->setText(QStringLiteral("/cancel"));
+    QTest::keyClick(m.a->Text1, Qt::Key_Return);
+    QVERIFY(!m.a->sender().isListening());
+    QVERIFY(!m.a->sender().uploadBusy());
 }
 
 void PrivateChatTest::typedLines_data() {
