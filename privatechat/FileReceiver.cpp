@@ -76,10 +76,12 @@ void FileReceiver::dataArrival() {
 void FileReceiver::handleChunk(const QByteArray& chunk) {
     // Each read is one message: a chunk whose text before the first "|@|" is a command word is that
     // command, even in the middle of the data.
-    const QList<QByteArray> fields = splitFields(chunk);
-    if (fields.first() == Info)
-        describe(fields);
-    else if (fields.first() == Done)
+    const qsizetype separator = chunk.indexOf(FieldSeparator);
+    const QByteArrayView first =
+        separator < 0 ? QByteArrayView(chunk) : QByteArrayView(chunk).first(separator);
+    if (first == Info)
+        describe(splitFields(chunk));
+    else if (first == Done)
         close();
     else
         write(chunk);

@@ -55,7 +55,11 @@ quint16 FileSender::listeningPort() const {
 }
 
 bool FileSender::listen(quint16 port, const QString& path, QString* error) {
+    // A finished upload whose receiver has not closed yet gives way to the new offer.
+    m_state = State::Idle;
     m_listener->close();
+    if (m_connection.state() != QAbstractSocket::UnconnectedState)
+        m_connection.abort();
     if (!m_listener->listen(QHostAddress::Any, port)) {
         if (error)
             *error = m_listener->errorString();
