@@ -62,7 +62,8 @@ void PrivateChat::offerReceived(const QString& sender, const QString& file, cons
             ChatMessage::build(ChatProtocol::PrivateMsg, {sender, ChatProtocol::SendDecline.toString()}));
     };
     for (auto& dialog : m_offers) {
-        if (dialog && dialog->isVisible())
+        // An answered dialog is on its way out, and free again once it is gone.
+        if (dialog && (dialog->isVisible() || dialog->answered == 1))
             continue;
         if (!dialog)
             dialog = new Path(m_main, &m_main);

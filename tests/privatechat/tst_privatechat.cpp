@@ -423,6 +423,7 @@ void PrivateChatTest::offerDialogs() {
     QVERIFY(!m.offerDialog(0)->close());
     QVERIFY(m.offerDialog(0)->isVisible());
     m.offerDialog(0)->Command2->click();
+    QTRY_VERIFY_WITH_TIMEOUT(!m.offerDialog(0), kWait); // answered dialogs are unloaded
     QVERIFY(m.relayOffer(QStringLiteral("/c"), 2002));
     QCOMPARE(m.offerDialog(0)->offerPort, QStringLiteral("2002"));
     // With all 51 dialogs waiting, further offers are refused without a word.
