@@ -1,6 +1,7 @@
 // What one member can cost the others: silence, over-long lines, junk, floods, many
 // connections, and not reading. In every case the others keep being served.
 #include "TestServer.h"
+#include "server/MemberSession.h"
 
 #include <QRandomGenerator>
 #include <QTcpSocket>
@@ -240,9 +241,9 @@ void TestServerLimits::kickedMemberThatDoesNotReadIsReleased() {
 
     // What the server holds for bob beyond what the kernel took.
     const auto queuedForBob = [&] {
-        for (const QTcpSocket* socket : server.server().findChildren<QTcpSocket*>()) {
-            if (socket->peerPort() == bob.localPort())
-                return socket->bytesToWrite();
+        for (const MemberSession* session : server.server().findChildren<MemberSession*>()) {
+            if (session->peerPort() == bob.localPort())
+                return session->pendingOutputBytes();
         }
         return qint64(-1);
     };
