@@ -329,7 +329,7 @@ QString Form1::connectionText() const { return m_connectionPanel->text(); }
 
 GameStarter& Form1::gameStarter() {
     if (!m_gameStarter)
-        m_gameStarter = new GameStarter(this);
+        m_gameStarter = new GameStarter(m_services, this);
     return *m_gameStarter;
 }
 

@@ -67,11 +67,13 @@ void setUp(SignedOnClient& c, const QString& setup) {
         else if (key == u"quiet")
             c.w->mnuNotify->setChecked(false);
         else if (key == u"playing" || key == u"browsing") {
+            // A game change empties the server fields and warns of the missing game path.
             GameStarter& g = c.w->gameStarter();
+            g.setGameKey(QStringLiteral("Kingpin"));
+            c.t.prompts.shown.clear();
             g.Text3->setText(QStringLiteral("Fred's Bar"));
             g.Text2->setText(QStringLiteral("10.0.0.5"));
             g.Text4->setText(QStringLiteral("31510"));
-            g.setGameKey(QStringLiteral("Kingpin"));
             g.txtPlayingGame->setText(key == u"playing" ? GameStarter::Playing : GameStarter::NotPlaying);
         }
     }
