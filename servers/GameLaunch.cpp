@@ -1,29 +1,23 @@
 #include "servers/GameLaunch.h"
 
-#include "common/Windows1252.h"
-
 namespace GameLaunch {
 
-QByteArray batchFile(const QString& gameFolder, const QString& executableName, const QString& address,
+QStringList batchLines(const QString& gameFolder, const QString& executableName, const QString& address,
                      const QString& port, const std::optional<QString>& playerName) {
     QString command = executableName + QStringLiteral(" +connect ") + address + u':' + port;
     if (playerName)
         command += QStringLiteral(" +name ") + *playerName;
-    const QStringList lines{QStringLiteral("@echo off"), QStringLiteral("cd\\"), QStringLiteral("cd ") + gameFolder,
-                            command, QStringLiteral("@cls")};
-    QByteArray bytes;
-    for (const QString& line : lines)
-        bytes += Windows1252::encode(line) + "\r\n";
-    return bytes;
+    return {QStringLiteral("@echo off"), QStringLiteral("cd\\"), QStringLiteral("cd ") + gameFolder, command,
+            QStringLiteral("@cls")};
 }
 
-CommandLine halfLife(const QString& fullExecutable, HalfLifeMod mod, const QString& address, const QString& port) {
+CommandLine halfLife(const QString& fullExecutable, GameCatalogue::Mod mod, const QString& address, const QString& port) {
     QStringList arguments{QStringLiteral("-console")};
     switch (mod) {
-    case HalfLifeMod::TeamFortress: arguments << QStringLiteral("-game") << QStringLiteral("tfc"); break;
-    case HalfLifeMod::CounterStrike: arguments << QStringLiteral("-game") << QStringLiteral("cstrike"); break;
-    case HalfLifeMod::DayOfDefeat: arguments << QStringLiteral("-game") << QStringLiteral("dod"); break;
-    case HalfLifeMod::Standard: break;
+    case GameCatalogue::Mod::TeamFortress: arguments << QStringLiteral("-game") << QStringLiteral("tfc"); break;
+    case GameCatalogue::Mod::CounterStrike: arguments << QStringLiteral("-game") << QStringLiteral("cstrike"); break;
+    case GameCatalogue::Mod::DayOfDefeat: arguments << QStringLiteral("-game") << QStringLiteral("dod"); break;
+    case GameCatalogue::Mod::Standard: break;
     }
     arguments << QStringLiteral("-noipx") << QStringLiteral("+exec") << QStringLiteral("adminpass.cfg")
               << QStringLiteral("+connect") << address + u':' + port;

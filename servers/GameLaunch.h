@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QByteArray>
+#include "browser/GameCatalogue.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -9,13 +10,11 @@
 // What a launch writes, starts and tells the room, as pure functions of the browser's fields.
 namespace GameLaunch {
 
-// kingpin.bat and rtcw.bat: CR LF lines that go to the root of the current drive, into the game
-// folder, and start the executable on the server. No drive change is written, and the player name
-// goes in unquoted, as the games have always been started.
-QByteArray batchFile(const QString& gameFolder, const QString& executableName, const QString& address,
+// The lines of kingpin.bat and rtcw.bat: to the root of the current drive, into the game folder,
+// and the executable started on the server. No drive change is written, and the player name goes
+// in unquoted, as the games have always been started.
+QStringList batchLines(const QString& gameFolder, const QString& executableName, const QString& address,
                      const QString& port, const std::optional<QString>& playerName = std::nullopt);
-
-enum class HalfLifeMod { TeamFortress, CounterStrike, DayOfDefeat, Standard };
 
 // A program and its arguments; text() is the command line they make, the path unquoted.
 struct CommandLine {
@@ -26,7 +25,7 @@ struct CommandLine {
 
 // fullExecutable + " -console" [+ " -game <mod folder>"] + " -noipx +exec adminpass.cfg +connect "
 // + address:port.
-CommandLine halfLife(const QString& fullExecutable, HalfLifeMod mod, const QString& address, const QString& port);
+CommandLine halfLife(const QString& fullExecutable, GameCatalogue::Mod mod, const QString& address, const QString& port);
 
 // The room is told: "joined Kingpin, server : Fred's Bar - 10.0.0.5 - 31510 at 21:14:03 : 16/11/2003".
 QString joinedAnnouncement(const QString& game, const QString& serverName, const QString& address,

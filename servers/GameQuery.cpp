@@ -1,5 +1,6 @@
 #include "servers/GameQuery.h"
 
+#include "browser/GameCatalogue.h"
 #include "common/NumberText.h"
 #include "servers/HalfLife.h"
 #include "servers/QuakeII.h"
@@ -9,11 +10,11 @@ namespace GameQuery {
 
 QByteArray requestDatagram(const QString& gameKey) {
     const QByteArray header(4, '\xff');
-    if (gameKey == Kingpin)
+    if (gameKey == GameCatalogue::Kingpin)
         return header + QByteArrayLiteral("status");
-    if (gameKey == HalfLife)
+    if (gameKey == GameCatalogue::HalfLife)
         return header + QByteArrayLiteral("info");
-    if (gameKey == Rtcw)
+    if (gameKey == GameCatalogue::Rtcw)
         return header + QByteArrayLiteral("getstatus");
     return {};
 }
@@ -32,11 +33,11 @@ Target checkTarget(const QString& address, const QString& portText) {
 }
 
 ServerStatus parseReply(const QString& gameKey, const QString& reply) {
-    if (gameKey == Kingpin)
+    if (gameKey == GameCatalogue::Kingpin)
         return QuakeII::ParseReply(reply);
-    if (gameKey == HalfLife)
+    if (gameKey == GameCatalogue::HalfLife)
         return HalfLife::ParseReply(reply);
-    if (gameKey == Rtcw)
+    if (gameKey == GameCatalogue::Rtcw)
         return RTCW::ParseReply(reply);
     return {};
 }

@@ -9,10 +9,6 @@
 // address and port fields before it goes out, and the choice of parser for a reply.
 namespace GameQuery {
 
-inline const QString Kingpin = QStringLiteral("Kingpin");
-inline const QString HalfLife = QStringLiteral("Half-Life");
-inline const QString Rtcw = QStringLiteral("RTCW");
-
 // Four 0xFF bytes and the game's status word, no terminator; empty for any other game key.
 QByteArray requestDatagram(const QString& gameKey);
 

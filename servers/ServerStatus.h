@@ -22,4 +22,5 @@ struct ServerStatus {
     std::optional<QString> mapName;
     std::optional<QString> maxPlayers;
     std::optional<QList<PlayerRow>> players;
+    friend bool operator==(const ServerStatus&, const ServerStatus&) = default;
 };
