@@ -10,9 +10,11 @@ namespace {
 
 const std::array<Game, 3>& games() {
     static const std::array<Game, 3> all{{
-        {HalfLife, QStringLiteral("\\hl.exe"), QStringLiteral("hl.exe"), QStringLiteral("\\halflife-path.qvl")},
+        {HalfLife, QStringLiteral("\\hl.exe"), QStringLiteral("hl.exe"),
+         QStringLiteral("\\halflife-path.qvl")},
         {Kingpin, KingpinExe, KingpinFileName, QStringLiteral("\\kingpin-path.qvl")},
-        {Rtcw, QStringLiteral("\\wolfmp.exe"), QStringLiteral("WolfMP.exe"), QStringLiteral("\\rtcw-path.qvl")},
+        {Rtcw, QStringLiteral("\\wolfmp.exe"), QStringLiteral("WolfMP.exe"),
+         QStringLiteral("\\rtcw-path.qvl")},
     }};
     return all;
 }
@@ -29,7 +31,8 @@ const std::array<ModFiles, ModCount>& mods() {
          QStringLiteral("teamfortress")},
         {QStringLiteral("\\counterstrike-serverlist.qvl"), QStringLiteral("Half-Life / Counter Strike"),
          QStringLiteral("counterstrike")},
-        {QStringLiteral("\\dod-serverlist.qvl"), QStringLiteral("Half-Life / Day Of Defeat"), QStringLiteral("dod")},
+        {QStringLiteral("\\dod-serverlist.qvl"), QStringLiteral("Half-Life / Day Of Defeat"),
+         QStringLiteral("dod")},
         {QStringLiteral("\\half-life-serverlist.qvl"), QStringLiteral("Half-Life / Standard"),
          QStringLiteral("half-life")},
     }};
@@ -44,7 +47,9 @@ MasterList named(const QString& captionTail, const QString& listName) {
 
 } // namespace
 
-QStringList keys() { return {Home, HalfLife, Kingpin, Rtcw}; }
+QStringList keys() {
+    return {Home, HalfLife, Kingpin, Rtcw};
+}
 
 const Game* game(const QString& key) {
     for (const Game& g : games()) {

@@ -76,14 +76,15 @@ void GameStarter::buildControls() {
     Option2 = named(new QRadioButton(QStringLiteral("Counter-Strike"), Frame1), "Option2");
     Option3 = named(new QRadioButton(QStringLiteral("Day of defeat"), Frame1), "Option3");
     Option4 = named(new QRadioButton(QStringLiteral("Standard HL"), Frame1), "Option4");
-    chkCSRetail = named(new QCheckBox(QStringLiteral("Im using retail version"), Frame1), "chkCSRetail",
-                        QStringLiteral("Check this if you own a retailed version of CounterStrike. Do not check if "
-                                       "you own the mod version."));
+    chkCSRetail =
+        named(new QCheckBox(QStringLiteral("Im using retail version"), Frame1), "chkCSRetail",
+              QStringLiteral("Check this if you own a retailed version of CounterStrike. Do not check if "
+                             "you own the mod version."));
     chkCSRetail->setEnabled(false);
     auto* hl = new QVBoxLayout(Frame1);
-    for (QWidget* w : {static_cast<QWidget*>(Option1), static_cast<QWidget*>(Option2),
-                       static_cast<QWidget*>(Option3), static_cast<QWidget*>(Option4),
-                       static_cast<QWidget*>(chkCSRetail)})
+    for (QWidget* w :
+         {static_cast<QWidget*>(Option1), static_cast<QWidget*>(Option2), static_cast<QWidget*>(Option3),
+          static_cast<QWidget*>(Option4), static_cast<QWidget*>(chkCSRetail)})
         hl->addWidget(w);
     hl->addStretch();
 
@@ -98,7 +99,8 @@ void GameStarter::buildControls() {
     txtKPNAME->setAccessibleName(QStringLiteral("Player name"));
     txtKPNAME->setEnabled(false);
     // A player name never holds a blank, typed or pasted.
-    txtKPNAME->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[^ ]*")), txtKPNAME));
+    txtKPNAME->setValidator(
+        new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[^ ]*")), txtKPNAME));
     txtKPREPLACE = named(new QLineEdit(GameCatalogue::KingpinExe, Frame2), "txtKPREPLACE");
     txtMMCLIENTREPLACE = named(new QLineEdit(GameCatalogue::MmClientExe, Frame2), "txtMMCLIENTREPLACE");
     for (QLineEdit* hidden : {txtKPREPLACE, txtMMCLIENTREPLACE}) {
@@ -134,7 +136,8 @@ void GameStarter::buildControls() {
     lstServers = named(new QListWidget(this), "lstServers", QStringLiteral("Your favorites..."));
     lstServers->setAccessibleName(QStringLiteral("Your favorites"));
     lblMasterServers = named(new QLabel(GameCatalogue::MasterCaptionNone, this), "lblMasterServers");
-    lstMasterServers = named(new QListWidget(this), "lstMasterServers", QStringLiteral("Master server list..."));
+    lstMasterServers =
+        named(new QListWidget(this), "lstMasterServers", QStringLiteral("Master server list..."));
     lstMasterServers->setAccessibleName(QStringLiteral("Master server list"));
     for (QListWidget* list : {lstServers, lstMasterServers})
         list->viewport()->installEventFilter(this);
@@ -147,8 +150,9 @@ void GameStarter::buildControls() {
     Command5 = named(new QPushButton(QStringLiteral("Add"), Frame6), "Command5",
                      QStringLiteral("Add a game server to your favorities."));
     auto* fields = new QHBoxLayout(Frame6);
-    const std::pair<QString, QLineEdit*> labelled[] = {
-        {QStringLiteral("Server Name :"), Text3}, {QStringLiteral("IP :"), Text2}, {QStringLiteral("Port :"), Text4}};
+    const std::pair<QString, QLineEdit*> labelled[] = {{QStringLiteral("Server Name :"), Text3},
+                                                       {QStringLiteral("IP :"), Text2},
+                                                       {QStringLiteral("Port :"), Text4}};
     for (const auto& [caption, field] : labelled) {
         auto* label = new QLabel(caption, Frame6);
         label->setBuddy(field);
@@ -168,7 +172,8 @@ void GameStarter::buildControls() {
                      QStringLiteral("Delete a server from your favorites"));
     cmdQvlList = named(new QPushButton(QStringLiteral("Update"), Frame5), "cmdQvlList",
                        QStringLiteral("Update/Refresh master server list..."));
-    Command6 = named(new QPushButton(QStringLiteral("More Optios >>"), Frame5), "Command6", QStringLiteral("Advanced..."));
+    Command6 = named(new QPushButton(QStringLiteral("More Optios >>"), Frame5), "Command6",
+                     QStringLiteral("Advanced..."));
     auto* strip = new QHBoxLayout(Frame5);
     for (QPushButton* b : {Join, Command7, Command4, Command1, cmdQvlList, Command6})
         strip->addWidget(b);
@@ -181,10 +186,17 @@ void GameStarter::buildControls() {
     tmrIFServerListIsEmpty->setInterval(250);
 
     // The option frames fill the left column; the lists take what the window grows by.
+    // One width for the left column, whichever frame shows.
+    int leftWidth = Combo1->sizeHint().width();
+    for (QGroupBox* frame : {Frame1, Frame2, Frame3, Frame4})
+        leftWidth = qMax(leftWidth, frame->sizeHint().width());
     auto* left = new QVBoxLayout;
     left->addWidget(Combo1);
-    for (QGroupBox* frame : {Frame1, Frame2, Frame3, Frame4})
+    Combo1->setFixedWidth(leftWidth);
+    for (QGroupBox* frame : {Frame1, Frame2, Frame3, Frame4}) {
+        frame->setFixedWidth(leftWidth);
         left->addWidget(frame, 1);
+    }
     auto* right = new QVBoxLayout;
     right->addWidget(lblFavorites);
     right->addWidget(lstServers, 1);
@@ -221,20 +233,29 @@ void GameStarter::buildMenus() {
     mnuRemoveServer = item(mnuHide, "mnuRemoveServer", QStringLiteral("Remove Server"));
     mnuHide->addSeparator();
     mnuCopyIPPort = item(mnuHide, "mnuCopyIPPort", QStringLiteral("Copy IP:Port"));
-    mnuCopyServerNameAddress = item(mnuHide, "mnuCopyServerNameAddress", QStringLiteral("Copy Server Name && Address"));
+    mnuCopyServerNameAddress =
+        item(mnuHide, "mnuCopyServerNameAddress", QStringLiteral("Copy Server Name && Address"));
     mnuServerListMenu = named(new QMenu(QStringLiteral("Master Servers"), this), "mnuServerListMenu");
     mnuServerListMenu->addAction(mnuJoinServer);
     mnuGetServerStats = item(mnuServerListMenu, "mnuGetServerStats", QStringLiteral("Get Server Stats"));
     mnuAddToFavs = item(mnuServerListMenu, "mnuAddToFavs", QStringLiteral("Add To Favorites"));
 }
 
-QString GameStarter::gameKey() const { return Combo1->currentText(); }
+QString GameStarter::gameKey() const {
+    return Combo1->currentText();
+}
 
-void GameStarter::setGameKey(const QString& key) { Combo1->setCurrentIndex(qMax(0, Combo1->findText(key))); }
+void GameStarter::setGameKey(const QString& key) {
+    Combo1->setCurrentIndex(qMax(0, Combo1->findText(key)));
+}
 
-bool GameStarter::isPlaying() const { return txtPlayingGame->text() == Playing; }
+bool GameStarter::isPlaying() const {
+    return txtPlayingGame->text() == Playing;
+}
 
-void GameStarter::follow() { join_click(); }
+void GameStarter::follow() {
+    join_click();
+}
 
 Prompts::Answer GameStarter::say(const QString& text, Prompts::Icon icon, Prompts::Buttons buttons,
                                  const QString& title) {

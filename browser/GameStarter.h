@@ -53,7 +53,7 @@ public:
     QLineEdit* txtMMCLIENTREPLACE;
     QGroupBox* Frame3; // RTCW
     QRadioButton* Option6;
-    QGroupBox* Frame4; // "Select a game!"
+    QGroupBox* Frame4;     // "Select a game!"
     QLineEdit* txtGameEXE; // executable suffix, with its leading backslash
     QLabel* lblFavorites;
     QListWidget* lstServers;
@@ -177,7 +177,8 @@ private:
     void fetchUnreachable(const QString& reason);
     void headFinished(const QString& contentLength);
     QString masterListHost() const;
-    Prompts::Answer say(const QString& text, Prompts::Icon icon, Prompts::Buttons buttons = Prompts::Buttons::Ok,
+    Prompts::Answer say(const QString& text, Prompts::Icon icon,
+                        Prompts::Buttons buttons = Prompts::Buttons::Ok,
                         const QString& title = QStringLiteral("Quorvel"));
 
     bool startGame();

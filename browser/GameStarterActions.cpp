@@ -10,7 +10,6 @@
 #include <QCheckBox>
 #include <QClipboard>
 #include <QCloseEvent>
-#include <QComboBox>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -19,7 +18,6 @@
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QSignalBlocker>
 #include <QTimer>
 
 using namespace GameCatalogue;
@@ -27,16 +25,17 @@ using namespace GameCatalogue;
 namespace {
 
 bool allDigits(const QString& text) {
-    return !text.isEmpty() && std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+    return !text.isEmpty() &&
+           std::all_of(text.begin(), text.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
 }
-
 
 } // namespace
 
 void GameStarter::connectHandlers() {
     for (QRadioButton* mod : {Option1, Option2, Option3, Option4})
         connect(mod, &QRadioButton::clicked, this, [this, mod] { modOption_Click(mod); });
-    connect(Option5, &QRadioButton::clicked, this, [this] { m_proposedFileName = QStringLiteral("kingpin.exe"); });
+    connect(Option5, &QRadioButton::clicked, this,
+            [this] { m_proposedFileName = QStringLiteral("kingpin.exe"); });
     connect(Check1, &QCheckBox::clicked, this, &GameStarter::Check1_Click);
     connect(chkKPNAME, &QCheckBox::toggled, txtKPNAME, &QLineEdit::setEnabled);
     connect(m_options->cmdGetPath0, &QPushButton::clicked, this, &GameStarter::cmdGetPath_Click);
@@ -63,8 +62,10 @@ void GameStarter::connectHandlers() {
     });
     connect(mnuEditKingpinAutoexec, &QAction::triggered, this, &GameStarter::mnuEditKingpinAutoexec_Click);
     connect(mnuEditKingpinConfig, &QAction::triggered, this, &GameStarter::mnuEditKingpinConfig_Click);
-    connect(mnuKingpinInfo, &QAction::triggered, this, [this] { m_services.desktop.openWithShell(KingpinInfoPage); });
-    connect(mnuKPCheat, &QAction::triggered, this, [this] { m_services.desktop.openWithShell(KingpinCheatPage); });
+    connect(mnuKingpinInfo, &QAction::triggered, this,
+            [this] { m_services.desktop.openWithShell(KingpinInfoPage); });
+    connect(mnuKPCheat, &QAction::triggered, this,
+            [this] { m_services.desktop.openWithShell(KingpinCheatPage); });
     connect(mnuJoinServer, &QAction::triggered, this, &GameStarter::join_click);
     connect(mnuGetServerStats2, &QAction::triggered, this, &GameStarter::Command7_Click);
     connect(mnuGetServerStats, &QAction::triggered, this, &GameStarter::showPingServers);
@@ -72,7 +73,8 @@ void GameStarter::connectHandlers() {
     connect(mnuEditServerDetails, &QAction::triggered, this, &GameStarter::mnuEditServerDetails_Click);
     connect(mnuRemoveServer, &QAction::triggered, this, &GameStarter::mnuRemoveServer_Click);
     connect(mnuCopyIPPort, &QAction::triggered, this, &GameStarter::mnuCopyIPPort_Click);
-    connect(mnuCopyServerNameAddress, &QAction::triggered, this, &GameStarter::mnuCopyServerNameAddress_Click);
+    connect(mnuCopyServerNameAddress, &QAction::triggered, this,
+            &GameStarter::mnuCopyServerNameAddress_Click);
 
     connect(tmrFetch, &QTimer::timeout, this, &GameStarter::tmrFetch_Timer);
     connect(tmrIFServerListIsEmpty, &QTimer::timeout, this, [this] {
@@ -134,18 +136,23 @@ void GameStarter::mnuCopyServerNameAddress_Click() {
         return;
     QClipboard* clipboard = QGuiApplication::clipboard();
     clipboard->clear();
-    clipboard->setText(QStringLiteral("Server : ") + Text3->text() + QStringLiteral(" & Address : ") + Text2->text() +
-                       u':' + Text4->text());
+    clipboard->setText(QStringLiteral("Server : ") + Text3->text() + QStringLiteral(" & Address : ") +
+                       Text2->text() + u':' + Text4->text());
 }
 
-void GameStarter::mnuEditKingpinAutoexec_Click() { openKingpinFile(QStringLiteral("\\main\\autoexec.cfg")); }
+void GameStarter::mnuEditKingpinAutoexec_Click() {
+    openKingpinFile(QStringLiteral("\\main\\autoexec.cfg"));
+}
 
-void GameStarter::mnuEditKingpinConfig_Click() { openKingpinFile(QStringLiteral("\\main\\config.cfg")); }
+void GameStarter::mnuEditKingpinConfig_Click() {
+    openKingpinFile(QStringLiteral("\\main\\config.cfg"));
+}
 
 void GameStarter::openKingpinFile(const QString& relative) {
     const QString file = m_options->Text1->text() + relative;
 #ifdef Q_OS_WIN
-    const bool opened = m_services.desktop.startProgram(QStringLiteral("notepad.exe"), {file}, {}, Desktop::Show::Normal);
+    const bool opened =
+        m_services.desktop.startProgram(QStringLiteral("notepad.exe"), {file}, {}, Desktop::Show::Normal);
 #else
     // No Notepad here: the desktop's own editor for the file.
     const bool opened = m_services.desktop.openWithShell(QString(file).replace(u'\\', u'/'));

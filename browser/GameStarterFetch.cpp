@@ -6,6 +6,7 @@
 #include "browser/MasterListFetch.h"
 #include "browser/StarterOptions.h"
 #include "common/TextFile.h"
+#include "common/Windows1252.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -28,15 +29,14 @@ void GameStarter::cmdQvlList_Click() {
     cmdQvlList->setEnabled(false);
 
     const int mod = modIndex();
-    if (key == HalfLife && mod < 0) {
-        say(QStringLiteral("Please choose a MOD to refresh servers on"), Prompts::Icon::None);
+    const auto list = masterList(key, mod < 0 ? std::nullopt : std::optional(Mod(mod)));
+    if (!list) {
+        if (key == HalfLife)
+            say(QStringLiteral("Please choose a MOD to refresh servers on"), Prompts::Icon::None);
         tmrFetch->stop();
         cmdQvlList->setEnabled(true);
         return;
     }
-    const auto list = masterList(key, mod < 0 ? std::nullopt : std::optional(Mod(mod)));
-    if (!list)
-        return;
     m_lastFetchGame = key;
 
     // The dialog's title is taken from the caption as it stands before this fetch sets it.
@@ -59,15 +59,12 @@ void GameStarter::cmdQvlList_Click() {
 }
 
 void GameStarter::fetchFinished(const QByteArray& body) {
-    // The body exactly as it came, and a line break after it.
-    const QString file = m_services.folder.file(m_fetchFile);
-    QSaveFile out(file);
-    if (out.open(QIODevice::WriteOnly)) {
-        out.write(body);
-        out.write("\r\n", 2);
+    // The body exactly as it came and a line break after it, kept, then read line by line.
+    const QByteArray copy = body + "\r\n";
+    QSaveFile out(m_services.folder.file(m_fetchFile));
+    if (out.open(QIODevice::WriteOnly) && out.write(copy) == copy.size())
         out.commit();
-    }
-    lstMasterServers->addItems(TextFile::readLines(file));
+    lstMasterServers->addItems(TextFile::splitLines(Windows1252::decode(copy)));
     if (m_lastFetchGame != Rtcw)
         m_fetch->head();
 }
@@ -80,7 +77,8 @@ void GameStarter::fetchUnreachable(const QString& reason) {
 }
 
 void GameStarter::headFinished(const QString& contentLength) {
-    lblStatus->setText(QStringLiteral(" Recived Master List : (") + contentLength + QStringLiteral(")Bytes "));
+    lblStatus->setText(QStringLiteral(" Recived Master List : (") + contentLength +
+                       QStringLiteral(")Bytes "));
 }
 
 void GameStarter::tmrFetch_Timer() {

@@ -18,6 +18,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QRadioButton>
+#include <QRegularExpression>
 
 using namespace GameCatalogue;
 
@@ -58,30 +59,29 @@ void GameStarter::Combo1_Change() {
     if (!game)
         return;
 
-    QLineEdit* path = m_options->Text1;
-    if (key == HalfLife) {
-        txtGameEXE->setText(game->exeSuffix);
-        m_proposedFileName = game->proposedFileName;
-        readPathFile(game->pathFile);
-        HLLoadWhatMod();
-    } else if (key == Rtcw) {
-        txtGameEXE->setText(game->exeSuffix);
-        m_proposedFileName = game->proposedFileName;
-        Option6->setChecked(true);
-        readPathFile(game->pathFile);
-        loadList(lstServers, favouritesFile());
-    } else {
+    txtGameEXE->setText(game->exeSuffix);
+    m_proposedFileName = game->proposedFileName;
+    if (key == Kingpin) {
         IniSection = QStringLiteral("Options");
         IniKey = QStringLiteral("KingpinMMClient");
         loadini();
         Check1->setChecked(IniValue.toInt() != 0);
-        txtGameEXE->setText(Check1->isChecked() ? MmClientExe : KingpinExe);
-        Option5->setChecked(true);
-        readPathFile(game->pathFile);
-        m_proposedFileName = Check1->isChecked() ? MmClientFileName : KingpinFileName;
-        loadList(lstServers, favouritesFile());
         if (Check1->isChecked())
-            path->setText(path->text().replace(txtKPREPLACE->text(), txtMMCLIENTREPLACE->text(), Qt::CaseInsensitive));
+            txtGameEXE->setText(MmClientExe);
+        Option5->setChecked(true);
+    } else if (key == Rtcw) {
+        Option6->setChecked(true);
+    }
+    readPathFile(game->pathFile);
+    if (key == HalfLife)
+        HLLoadWhatMod();
+    else
+        loadList(lstServers, favouritesFile());
+    QLineEdit* path = m_options->Text1;
+    if (key == Kingpin && Check1->isChecked()) {
+        m_proposedFileName = MmClientFileName;
+        path->setText(
+            path->text().replace(txtKPREPLACE->text(), txtMMCLIENTREPLACE->text(), Qt::CaseInsensitive));
     }
     // The file was written with a line break after the path.
     path->setText(path->text().remove(u'\r').remove(u'\n'));
@@ -90,15 +90,16 @@ void GameStarter::Combo1_Change() {
 
 void GameStarter::readPathFile(const QString& pathFile) {
     QFile file(m_services.folder.file(pathFile));
-    m_options->Text1->setText(file.open(QIODevice::ReadOnly) ? Windows1252::decode(file.readAll()) : QString());
+    m_options->Text1->setText(file.open(QIODevice::ReadOnly) ? Windows1252::decode(file.readAll())
+                                                             : QString());
 }
 
 bool GameStarter::IfFileExists() {
     const QString key = gameKey();
     if (key.isEmpty() || key == Home || gameFileExists(m_options->Text1->text(), txtGameEXE->text()))
         return true;
-    say(QStringLiteral("It seems that the path to ") + key + QStringLiteral(" is either not correct,") + kLineBreak +
-            QStringLiteral("game is not installed or this is a fresh install.") + kLineBreak +
+    say(QStringLiteral("It seems that the path to ") + key + QStringLiteral(" is either not correct,") +
+            kLineBreak + QStringLiteral("game is not installed or this is a fresh install.") + kLineBreak +
             QStringLiteral("Please set the correct path(Goto menu, Options..) for ") + key + kLineBreak +
             QStringLiteral("or ignore this if you don't have this game."),
         Prompts::Icon::Exclamation);
@@ -125,7 +126,8 @@ void GameStarter::cmdGetPath_Click() {
         }
         lblStatus->setText(QStringLiteral(" Path to ") + game + QStringLiteral(" has been changed"));
     }
-    const QString start = QFileInfo(QString(path->text()).replace(u'\\', u'/')).isDir() ? path->text() : QString();
+    const QString start =
+        QFileInfo(QString(path->text()).replace(u'\\', u'/')).isDir() ? path->text() : QString();
     const QString chosen = m_services.prompts.openFile(QStringLiteral("Half-Life Executable"),
                                                        QDir(start).filePath(m_proposedFileName),
                                                        QStringLiteral("Executables (*.exe *.EXE)"));
@@ -140,7 +142,9 @@ void GameStarter::cmdGetPath_Click() {
     IfFileExists();
 }
 
-void GameStarter::Convert2ShoutOnPath() { m_options->Text1->setText(MakeShortFile::shortPath(m_options->Text1->text())); }
+void GameStarter::Convert2ShoutOnPath() {
+    m_options->Text1->setText(MakeShortFile::shortPath(m_options->Text1->text()));
+}
 
 void GameStarter::Check1_Click() {
     IniSection = QStringLiteral("Options");
@@ -160,9 +164,11 @@ void GameStarter::Check1_Click() {
 
 void GameStarter::loadini() {
     const QString file = m_services.folder.file(kSettingsFile);
-    const QString value = INI::readString(file, IniSection, IniKey, QDir::toNativeSeparators(file), kIniBuffer);
+    const QString value =
+        INI::readString(file, IniSection, IniKey, QDir::toNativeSeparators(file), kIniBuffer);
     if (value.isEmpty()) {
-        say(QStringLiteral("An error has occurred while calling the API function"), Prompts::Icon::Exclamation);
+        say(QStringLiteral("An error has occurred while calling the API function"),
+            Prompts::Icon::Exclamation);
         return;
     }
     IniValue = value.trimmed();
@@ -170,11 +176,15 @@ void GameStarter::loadini() {
 
 void GameStarter::saveini() {
     if (!INI::writeString(m_services.folder.file(kSettingsFile), IniSection, IniKey, IniValue))
-        say(QStringLiteral("An error has occurred while calling the API function"), Prompts::Icon::Exclamation);
+        say(QStringLiteral("An error has occurred while calling the API function"),
+            Prompts::Icon::Exclamation);
 }
 
 QString GameStarter::masterListHost() const {
     const QString file = m_services.folder.file(kSettingsFile);
-    const QString host = INI::readString(file, QStringLiteral("Options"), MasterListHostKey, {}, 256);
+    QString host = INI::readString(file, QStringLiteral("Options"), MasterListHostKey, {}, 256);
+    // Written as an address by some: "http://host:port/" names the same host.
+    host.remove(QRegularExpression(QStringLiteral("^[a-zA-Z]+://")))
+        .remove(QRegularExpression(QStringLiteral("/+$")));
     return host.isEmpty() ? DefaultMasterListHost : host;
 }

@@ -89,9 +89,10 @@ void GameStarter::mnuEditServerDetails_Click() {
     QListWidgetItem* item = selectedItem(lstServers);
     if (!item)
         return;
-    const auto answer = m_services.prompts.input(
-        QStringLiteral("Enter server name/descriotion, IP and port\r\nlike \r\nServer Description - 255.255.255.255 - 7777"),
-        QStringLiteral("Edit"), item->text());
+    const auto answer =
+        m_services.prompts.input(QStringLiteral("Enter server name/descriotion, IP and port\r\nlike "
+                                                "\r\nServer Description - 255.255.255.255 - 7777"),
+                                 QStringLiteral("Edit"), item->text());
     if (!answer || answer->isEmpty())
         return;
     item->setText(*answer);
@@ -100,7 +101,8 @@ void GameStarter::mnuEditServerDetails_Click() {
 
 void GameStarter::mnuRemoveServer_Click() {
     if (gameKey() == Home) {
-        say(QStringLiteral("Please select a game then a 'favorite server' to delete"), Prompts::Icon::Information);
+        say(QStringLiteral("Please select a game then a 'favorite server' to delete"),
+            Prompts::Icon::Information);
         return;
     }
     QListWidgetItem* item = selectedItem(lstServers);
@@ -124,9 +126,13 @@ void GameStarter::takeApart(QListWidget* list) {
         targets[i]->setText(fields.at(i));
 }
 
-void GameStarter::lstServers_Click() { takeApart(lstServers); }
+void GameStarter::lstServers_Click() {
+    takeApart(lstServers);
+}
 
-void GameStarter::lstMasterServers_Click() { takeApart(lstMasterServers); }
+void GameStarter::lstMasterServers_Click() {
+    takeApart(lstMasterServers);
+}
 
 void GameStarter::lstServers_DblClick() {
     if (!selectedItem(lstServers))

@@ -17,7 +17,9 @@ bool succeeded(const QNetworkReply* reply) {
 
 } // namespace
 
-MasterListFetch::MasterListFetch(QObject* parent) : QObject(parent), m_manager(new QNetworkAccessManager(this)) {}
+MasterListFetch::MasterListFetch(QObject* parent)
+    : QObject(parent)
+    , m_manager(new QNetworkAccessManager(this)) {}
 
 QNetworkReply* MasterListFetch::start(bool headOnly) {
     cancel();
@@ -54,7 +56,8 @@ void MasterListFetch::head() {
     QNetworkReply* reply = start(true);
     connect(reply, &QNetworkReply::finished, this, [this, reply] {
         finish(reply);
-        Q_EMIT sizeArrived(succeeded(reply) ? QString::fromLatin1(reply->rawHeader("Content-Length")) : QString());
+        Q_EMIT sizeArrived(succeeded(reply) ? QString::fromLatin1(reply->rawHeader("Content-Length"))
+                                            : QString());
     });
 }
 

@@ -13,6 +13,8 @@ inline QString build(const QString& description, const QString& address, const Q
     return description + Separator + address + Separator + port;
 }
 
-inline QStringList fields(const QString& entry) { return entry.split(Separator); }
+inline QStringList fields(const QString& entry) {
+    return entry.split(Separator);
+}
 
 } // namespace ServerEntry

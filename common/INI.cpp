@@ -55,7 +55,8 @@ bool isKey(const QByteArray& line, const QString& key) {
 QString valueOf(const QByteArray& line) {
     QString value = Windows1252::decode(line.mid(line.indexOf('=') + 1)).trimmed();
     // A value wrapped in matching quotes is read without them.
-    if (value.size() >= 2 && (value.front() == u'"' || value.front() == u'\'') && value.back() == value.front())
+    if (value.size() >= 2 && (value.front() == u'"' || value.front() == u'\'') &&
+        value.back() == value.front())
         value = value.mid(1, value.size() - 2);
     return value;
 }

@@ -10,8 +10,10 @@
 
 class AccountStore;
 class ChatRoom;
+class DescriptorBudget;
 class MemberSession;
 class QTcpServer;
+class QTcpSocket;
 class QTimer;
 
 // Accepts chat connections, caps them per address, drives the keep-alive and hands each
@@ -27,6 +29,9 @@ public:
     quint16 port() const;
     QString errorString() const;
 
+    // Accept only while the process has descriptors to spare (none set: no such check).
+    void setDescriptorBudget(DescriptorBudget* budget);
+
     ChatRoom& room() { return *m_room; }
     int connectionCount() const { return static_cast<int>(m_sessions); }
 
@@ -36,6 +41,7 @@ signals:
 
 private:
     void onNewConnection();
+    void accept(QTcpSocket* socket);
     void onSessionGone(MemberSession* session);
     void onKeepAlive();
 
@@ -44,6 +50,7 @@ private:
     QTcpServer* m_listener;
     ChatRoom* m_room;
     QTimer* m_keepAlive;
+    DescriptorBudget* m_budget = nullptr;
     QHash<QString, int> m_connectionsByAddress;
     qsizetype m_sessions = 0;
 };

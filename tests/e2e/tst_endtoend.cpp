@@ -10,6 +10,8 @@
 #include "common/SystemServices.h"
 #include "common/TextFile.h"
 #include "privatechat/Form3.h"
+#include "server/MasterListFolder.h"
+#include "server/MasterListHttp.h"
 #include "servers/Form4.h"
 
 #include <QAction>
@@ -19,6 +21,9 @@
 #include <QPushButton>
 #include <QTextEdit>
 #include <QtTest>
+
+#include <memory>
+#include <vector>
 
 namespace {
 Services withDesktop(TestServices& t, Desktop* desktop) {
@@ -61,6 +66,8 @@ private Q_SLOTS:
     void roomPrivateAndDetails();
     void followIntoAGame();
     void wrongPasswordIsRefused();
+    void browserFetchesTheCompanionServersList();
+    void burstsOfReadEndingMessagesAllArrive();
 };
 
 void EndToEndTest::newAccountThenSignOn() {
@@ -187,6 +194,61 @@ void EndToEndTest::wrongPasswordIsRefused() {
     QTRY_COMPARE(ann.t.prompts.texts(), QStringList{QStringLiteral("Login Error : Please Try Again")});
     QTRY_COMPARE(ann.w.statusText(), QStringLiteral("Signed Off"));
     QCOMPARE(ann.w.connectionText(), QStringLiteral("Not Connected"));
+}
+
+// A new installation sees servers: the companion server's sample list reaches the browser.
+void EndToEndTest::browserFetchesTheCompanionServersList() {
+    QTemporaryDir data;
+    QVERIFY(MasterListFolder::fillMissing(data.path(), nullptr));
+    MasterListHttp http(data.path());
+    const quint16 port = http.listen(QHostAddress::LocalHost, 0);
+    QVERIFY(port);
+    TestServices t;
+    QFile settings(t.file(QStringLiteral("\\Settings.ini")));
+    QVERIFY(settings.open(QIODevice::WriteOnly));
+    settings.write("[Options]\r\nMasterListHost=127.0.0.1:" + QByteArray::number(port) + "\r\n");
+    settings.close();
+    GameStarter browser(t.services());
+    browser.setGameKey(QStringLiteral("Kingpin"));
+    browser.cmdQvlList->click();
+
+    QFile sample(QDir(data.path()).filePath(QStringLiteral("qvllist-kingpin.qvl")));
+    QVERIFY(sample.open(QIODevice::ReadOnly));
+    const QByteArray list = sample.readAll();
+    QTRY_COMPARE_WITH_TIMEOUT(browser.lblStatus->text(),
+                              QStringLiteral(" Recived Master List : (%1)Bytes ").arg(list.size()), 20000);
+    QCOMPARE(browser.lstMasterServers->count(), list.count('\n') + 1);
+    QVERIFY(browser.lstMasterServers->item(0)->text().endsWith(QStringLiteral(" - 127.0.0.1 - 31510")));
+    QTRY_VERIFY(browser.cmdQvlList->isEnabled());
+}
+
+void EndToEndTest::burstsOfReadEndingMessagesAllArrive() {
+    // Each departure and each private line ends the client's read; none may be lost behind another.
+    TestServer server;
+    server.addAccount(QStringLiteral("ann"), QStringLiteral("1111"));
+    Member ann(server.port());
+    ann.signOn(QStringLiteral("ann"), QStringLiteral("1111"));
+    QTRY_COMPARE(ann.users(), QStringList{QStringLiteral("ann")});
+    std::vector<std::unique_ptr<ServerTestClient>> six;
+    for (int i = 1; i <= 6; ++i) {
+        server.addAccount(QStringLiteral("m%1").arg(i), QStringLiteral("1"));
+        six.push_back(server.signOn(QStringLiteral("m%1").arg(i), QStringLiteral("1")));
+        QVERIFY(six.back());
+    }
+    QTRY_COMPARE(ann.users().size(), 7);
+    for (auto& member : six)
+        member->socket().abort();
+    QTRY_COMPARE_WITH_TIMEOUT(ann.users(), QStringList{QStringLiteral("ann")}, 10000);
+    QCOMPARE(ann.w.rtb->toPlainText().count(QStringLiteral(" Has left...")), 6);
+
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("2"));
+    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("2"));
+    QVERIFY(bob);
+    for (int i = 1; i <= 10; ++i)
+        bob->sendSegment(QStringLiteral("PMSG|\u00BF|ann|\u00BF|line %1").arg(i));
+    QTRY_VERIFY(ann.w.privateWindow(1));
+    QTRY_COMPARE_WITH_TIMEOUT(ann.w.privateWindow(1)->rtb->toPlainText().count(QStringLiteral("<bob> line ")),
+                              10, 10000);
 }
 
 QTEST_MAIN(EndToEndTest)
