@@ -79,11 +79,19 @@ void MemberSession::flush() {
     }
     // Counted once the kernel has taken what it will: a burst larger than the allowance is fine
     // for a member that reads.
-    if (m_queue.queuedBytes() + m_socket->bytesToWrite() > m_limits.maxPendingOutputBytes) {
+    if (pendingOutputBytes() > m_limits.maxPendingOutputBytes) {
         drop(QStringLiteral("not reading"));
         return;
     }
     armProbe();
+}
+
+qint64 MemberSession::pendingOutputBytes() const {
+    return m_queue.queuedBytes() + m_socket->bytesToWrite();
+}
+
+quint16 MemberSession::peerPort() const {
+    return m_socket->peerPort();
 }
 
 void MemberSession::write(const QList<QByteArray>& lines) {

@@ -46,6 +46,10 @@ public:
     // Closes at once, from the event loop, so that callers iterating over the room stay valid.
     void drop(const QString& reason);
 
+    // Bytes not yet taken by the kernel: the delivery queue and the socket's own buffer.
+    qint64 pendingOutputBytes() const;
+    quint16 peerPort() const;
+
     // One keep-alive interval has passed: PING, or drop after three silent intervals.
     void keepAliveTick();
 
