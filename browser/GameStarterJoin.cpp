@@ -12,6 +12,9 @@
 #include <QLineEdit>
 #include <QRadioButton>
 
+#include <algorithm>
+#include <iterator>
+
 using namespace GameCatalogue;
 
 namespace {

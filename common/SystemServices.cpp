@@ -20,6 +20,8 @@
 #include <QUrl>
 
 #include <map>
+#include <memory>
+#include <string>
 
 #ifdef Q_OS_WIN
 #include <qt_windows.h>
@@ -97,10 +99,11 @@ bool SystemDesktop::startProgram(const QString& program, const QStringList& argu
     QProcess process;
     process.setProgram(program);
     process.setWorkingDirectory(workingFolder);
-    const QString commandLine = (QStringList{program} + arguments).join(u' ');
+    // Windows may write into the command line it is given, so it gets a buffer of its own.
+    auto commandLine = std::make_shared<std::wstring>((QStringList{program} + arguments).join(u' ').toStdWString());
     process.setCreateProcessArgumentsModifier([commandLine, show](QProcess::CreateProcessArguments* a) {
         a->applicationName = nullptr;
-        a->arguments = commandLine;
+        a->arguments = commandLine->data();
         if (show == Show::Normal)
             return;
         a->startupInfo->dwFlags |= STARTF_USESHOWWINDOW;
