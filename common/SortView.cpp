@@ -43,6 +43,10 @@ private:
     bool m_hadFocus;
 };
 
+void report(Prompts& prompts, const SortCells::Error& error) {
+    prompts.message(QStringLiteral("ListView Sort module Error"), error.text(), Prompts::Icon::Critical);
+}
+
 } // namespace
 
 Qt::SortOrder SortView::sortOrder(const QTreeWidget& list) {
@@ -55,9 +59,7 @@ bool SortView::SortColumn(QTreeWidget& list, qint16 column, qint16 sortType, qin
     if (sortType != Text && sortType != Number && sortType != Date)
         return true;
     if (key < 0 || key >= list.columnCount()) {
-        m_prompts.message(QStringLiteral("ListView Sort module Error"),
-                          SortCells::Error{QStringLiteral("Invalid property value"), 380}.text(),
-                          Prompts::Icon::Critical);
+        report(m_prompts, {QStringLiteral("Invalid property value"), 380});
         return true;
     }
     if (sortType == Text) {
@@ -72,7 +74,7 @@ bool SortView::SortColumn(QTreeWidget& list, qint16 column, qint16 sortType, qin
         // Nothing is lost: the column gets its own texts back, in the order the rows now stand.
         for (int i = 0; i < list.topLevelItemCount(); ++i)
             list.topLevelItem(i)->setText(key, original.value(list.topLevelItem(i)));
-        m_prompts.message(QStringLiteral("ListView Sort module Error"), error.text(), Prompts::Icon::Critical);
+        report(m_prompts, error);
         return true;
     };
 
