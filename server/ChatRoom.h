@@ -2,7 +2,9 @@
 
 #include "server/ServerClock.h"
 #include "server/ServerLimits.h"
+#include "server/SignOnThrottle.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -11,7 +13,9 @@
 #include <QStringList>
 
 class AccountStore;
+class DatabaseWriter;
 class MemberSession;
+class PasswordHasher;
 
 // The one room: who is signed on, and what each client message does.
 // Sign-on and departures are here; chat lines in ChatRoomMessages.cpp; OPS in ChatRoomOperators.cpp.
@@ -21,7 +25,9 @@ public:
     // The name the server's own lines carry ("<Quorvel> ..."); no account may take it.
     static const QString ServerName;
 
-    ChatRoom(AccountStore& store, const ServerLimits& limits, NowFunction now, QObject* parent = nullptr);
+    // Reads go to store on this thread; every change goes through writer.
+    ChatRoom(AccountStore& store, DatabaseWriter& writer, const ServerLimits& limits, NowFunction now,
+             QObject* parent = nullptr);
 
     void setMessageOfTheDay(const QString& text) { m_messageOfTheDay = text; }
     void handle(MemberSession* session, const QStringList& fields);
@@ -36,6 +42,7 @@ signals:
 private:
     // Sign-on and accounts.
     void handleLogin(MemberSession* session, const QStringList& fields);
+    void checkLogin(MemberSession* session, const QString& name, const QString& password);
     void handleNick(MemberSession* session, const QStringList& fields);
     void handleNewAccount(MemberSession* session, const QStringList& fields);
     void signOn(MemberSession* session, const QString& displayName);
@@ -64,9 +71,12 @@ private:
     void broadcast(const QString& message, MemberSession* except = nullptr);
     void notice(MemberSession* session, const QString& text);        // a MSG line from the server
     void serverMessage(MemberSession* session, const QString& text); // an SMSG box
+    void databaseTrouble(MemberSession* session, const QString& consequence);
     void removeFromRoom(MemberSession* session, const QString& closingNotice);
 
     AccountStore& m_store;
+    DatabaseWriter& m_writer;
+    PasswordHasher* m_hasher;
     ServerLimits m_limits;
     NowFunction m_now;
     QString m_messageOfTheDay;
@@ -77,4 +87,8 @@ private:
     QSet<QString> m_muzzled;
     // (follower key, followed key) pairs awaiting the followed member's answer.
     QSet<QPair<QString, QString>> m_pendingFollows;
+    QElapsedTimer m_uptime;
+    SignOnThrottle m_throttle;
+    // Salts the stand-in password of names that are not accounts; made at start, never stored.
+    QByteArray m_standInKey;
 };

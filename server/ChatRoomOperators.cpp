@@ -5,8 +5,11 @@
 #include "chat/ChatProtocol.h"
 #include "server/AccountStore.h"
 #include "server/AddressRules.h"
+#include "server/DatabaseWriter.h"
 #include "server/MemberSession.h"
 #include "server/NameRules.h"
+
+#include <QPointer>
 
 namespace {
 constexpr int TimedBanMinutes = 60;
@@ -65,15 +68,22 @@ void ChatRoom::ban(MemberSession* op, const QString& target) {
     const BanKind kind = escalate ? BanKind::Permanent : BanKind::Timed;
     const std::optional<QDateTime> expires =
         escalate ? std::nullopt : std::optional<QDateTime>(m_now().addSecs(TimedBanMinutes * 60));
-    if (!m_store.addBan(kind, account, address, expires)) {
-        notice(op, QStringLiteral("The ban could not be stored."));
-        return;
-    }
-    const QString what =
-        escalate ? QStringLiteral("permanently banned") : QStringLiteral("banned for 60 minutes");
-    if (member)
-        removeFromRoom(member, QStringLiteral("You were %1 by %2.").arg(what, op->displayName()));
-    notice(op, QStringLiteral("%1 was %2.").arg(target, what));
+    m_writer.change(
+        this, [=](AccountStore& store) { store.addBan(kind, account, address, expires); },
+        [this, op = QPointer(op), member = QPointer(member), target, escalate](bool committed) {
+            if (!committed) {
+                if (op)
+                    notice(op, QStringLiteral("The ban could not be stored."));
+                return;
+            }
+            const QString what =
+                escalate ? QStringLiteral("permanently banned") : QStringLiteral("banned for 60 minutes");
+            const QString by = op ? op->displayName() : QStringLiteral("an operator");
+            if (member && member->state() == MemberSession::State::SignedOn)
+                removeFromRoom(member, QStringLiteral("You were %1 by %2.").arg(what, by));
+            if (op)
+                notice(op, QStringLiteral("%1 was %2.").arg(target, what));
+        });
 }
 
 void ChatRoom::subnetBan(MemberSession* op, const QString& target) {
@@ -83,13 +93,24 @@ void ChatRoom::subnetBan(MemberSession* op, const QString& target) {
         return;
     }
     const QString subnet = AddressRules::subnetOf(member->address());
-    if (!m_store.addBan(BanKind::Subnet, member->accountName(), subnet, std::nullopt)) {
-        notice(op, QStringLiteral("The ban could not be stored."));
-        return;
-    }
-    const QString name = member->displayName();
-    removeFromRoom(member, QStringLiteral("Your network was banned by %1.").arg(op->displayName()));
-    notice(op, QStringLiteral("The subnet of %1 (%2) was banned.").arg(name, subnet));
+    m_writer.change(
+        this,
+        [subnet, account = member->accountName()](AccountStore& store) {
+            store.addBan(BanKind::Subnet, account, subnet, std::nullopt);
+        },
+        [this, op = QPointer(op), member = QPointer(member), name = member->displayName(),
+         subnet](bool committed) {
+            if (!committed) {
+                if (op)
+                    notice(op, QStringLiteral("The ban could not be stored."));
+                return;
+            }
+            const QString by = op ? op->displayName() : QStringLiteral("an operator");
+            if (member && member->state() == MemberSession::State::SignedOn)
+                removeFromRoom(member, QStringLiteral("Your network was banned by %1.").arg(by));
+            if (op)
+                notice(op, QStringLiteral("The subnet of %1 (%2) was banned.").arg(name, subnet));
+        });
 }
 
 void ChatRoom::muzzle(MemberSession* op, const QString& target) {
@@ -114,10 +135,16 @@ void ChatRoom::clearBans(MemberSession* op, const QString& word) {
     const BanKind kind = word == ChatProtocol::OpClearSubnetBans      ? BanKind::Subnet
                          : word == ChatProtocol::OpClearPermanentBans ? BanKind::Permanent
                                                                       : BanKind::Timed;
-    const int removed = m_store.clearBans(kind);
-    if (removed < 0) {
-        notice(op, QStringLiteral("The bans could not be cleared."));
-        return;
-    }
-    notice(op, QStringLiteral("Cleared %1 %2 bans.").arg(removed).arg(banKindText(kind)));
+    const auto removed = std::make_shared<int>(-1);
+    m_writer.change(
+        this, [kind, removed](AccountStore& store) { *removed = store.clearBans(kind); },
+        [this, op = QPointer(op), kind, removed](bool committed) {
+            if (!op)
+                return;
+            if (!committed || *removed < 0) {
+                notice(op, QStringLiteral("The bans could not be cleared."));
+                return;
+            }
+            notice(op, QStringLiteral("Cleared %1 %2 bans.").arg(*removed).arg(banKindText(kind)));
+        });
 }

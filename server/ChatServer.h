@@ -10,6 +10,7 @@
 
 class AccountStore;
 class ChatRoom;
+class DatabaseWriter;
 class MemberSession;
 class QTcpServer;
 class QTimer;
@@ -19,8 +20,8 @@ class QTimer;
 class ChatServer : public QObject {
     Q_OBJECT
 public:
-    ChatServer(AccountStore& store, const ServerLimits& limits, NowFunction now = systemNow(),
-               QObject* parent = nullptr);
+    ChatServer(AccountStore& store, DatabaseWriter& writer, const ServerLimits& limits,
+               NowFunction now = systemNow(), QObject* parent = nullptr);
     ~ChatServer() override;
 
     bool listen(const QHostAddress& address, quint16 port);

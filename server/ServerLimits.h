@@ -17,4 +17,7 @@ struct ServerLimits {
     qint64 maxPendingOutputBytes = 256 * 1024;
     // A PING goes out every interval; a member silent for three intervals is dropped.
     int keepAliveMs = 60 * 1000;
+    // After a few failed sign-ons from one address (or on one name), the next attempts are checked
+    // one spacing apart: this long at first, doubling with each failure. 0 turns it off.
+    int signOnDelayMs = 1000;
 };

@@ -29,13 +29,17 @@ void TestServer::start() {
     QString error;
     if (!m_store->open(&error))
         qFatal("test database: %s", qPrintable(error));
-    m_server = std::make_unique<ChatServer>(*m_store, m_limits, [this] { return m_now; });
+    m_writer = std::make_unique<DatabaseWriter>(config, 1000);
+    if (!m_writer->open(&error))
+        qFatal("test database writer: %s", qPrintable(error));
+    m_server = std::make_unique<ChatServer>(*m_store, *m_writer, m_limits, [this] { return m_now; });
     if (!m_server->listen(QHostAddress::LocalHost, 0))
         qFatal("test server cannot listen");
 }
 
 void TestServer::restart() {
     m_server.reset();
+    m_writer.reset();
     m_store.reset();
     start();
 }

@@ -3,6 +3,7 @@
 #include "server/AccountStore.h"
 #include "server/ChatRoom.h"
 #include "server/ChatServer.h"
+#include "server/DatabaseWriter.h"
 #include "server/ServerLimits.h"
 
 #include "ServerTestClient.h"
@@ -17,7 +18,9 @@
 // How the tests write messages: the separator, and a public line as a client sends it.
 namespace ServerWire {
 inline const QString S = ChatProtocol::Separator;
-inline QString msg(const QString& text) { return QStringLiteral("MSG") + S + text; }
+inline QString msg(const QString& text) {
+    return QStringLiteral("MSG") + S + text;
+}
 } // namespace ServerWire
 
 // A chat server in the test process on 127.0.0.1, port 0, with its own database in a
@@ -55,5 +58,6 @@ private:
     QTemporaryDir m_dir;
     QDateTime m_now = QDateTime(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC);
     std::unique_ptr<AccountStore> m_store;
+    std::unique_ptr<DatabaseWriter> m_writer;
     std::unique_ptr<ChatServer> m_server;
 };
