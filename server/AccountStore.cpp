@@ -46,6 +46,8 @@ bool AccountStore::open(QString* error) {
     db.setDatabaseName(m_config.databaseName);
     if (!m_config.host.isEmpty())
         db.setHostName(m_config.host);
+    if (m_config.port > 0)
+        db.setPort(m_config.port);
     if (!m_config.user.isEmpty())
         db.setUserName(m_config.user);
     if (!m_config.password.isEmpty())

@@ -23,6 +23,7 @@ public:
         QString databaseName;
         // Only read for drivers other than QSQLITE.
         QString host;
+        int port = 0; // 0: the driver's default
         QString user;
         QString password;
         int hashIterations = PasswordHash::DefaultIterations;

@@ -233,10 +233,11 @@ void ChatRoom::departed(MemberSession* session) {
         else
             ++it;
     }
+    const QDateTime now = m_now();
+    m_departedAt.insert(NameRules::key(session->accountName()), now);
     // Due, so it waits in the writer's queue for as long as the database refuses it.
-    m_writer.changeWhenPossible([account = session->accountName(), when = m_now()](AccountStore& store) {
-        store.recordSeen(account, when);
-    });
+    m_writer.changeWhenPossible(
+        [account = session->accountName(), now](AccountStore& store) { store.recordSeen(account, now); });
     broadcast(ChatMessage::build(ChatProtocol::Part, {session->displayName()}));
     emit memberLeft(session->displayName());
 }

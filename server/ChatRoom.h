@@ -87,6 +87,9 @@ private:
     QSet<QString> m_muzzled;
     // (follower key, followed key) pairs awaiting the followed member's answer.
     QSet<QPair<QString, QString>> m_pendingFollows;
+    // Last-seen times of this run by account key: they answer !Seen while their write may still
+    // be waiting in the writer's queue.
+    QHash<QString, QDateTime> m_departedAt;
     QElapsedTimer m_uptime;
     SignOnThrottle m_throttle;
     // Salts the stand-in password of names that are not accounts; made at start, never stored.

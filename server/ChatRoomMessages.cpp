@@ -65,7 +65,8 @@ void ChatRoom::answerSeen(MemberSession* session, const QString& name) {
         notice(session, QStringLiteral("%1 has never been here.").arg(name));
         return;
     }
-    const std::optional<QDateTime> seen = m_store.lastSeen(name);
+    const QDateTime departed = m_departedAt.value(NameRules::key(name));
+    const std::optional<QDateTime> seen = departed.isValid() ? departed : m_store.lastSeen(name);
     if (!seen) {
         notice(session, QStringLiteral("%1 has not been seen yet.").arg(name));
         return;
