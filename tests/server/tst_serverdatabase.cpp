@@ -127,7 +127,8 @@ void TestServerDatabase::changesMeetingALockWaitWhileTheRoomGoesOn() {
     alice.sendSegment(msg(QStringLiteral("still here?")));
     QVERIFY(bob.waitForLine(QStringLiteral("MSG") + S + QStringLiteral("<alice> still here?")));
     bob.sendSegment(msg(QStringLiteral("!Seen carol")));
-    QVERIFY(bob.waitForLine(msg(QStringLiteral("<Quorvel> carol was last seen on 2026-03-01 12:01:00 UTC."))));
+    QVERIFY(
+        bob.waitForLine(msg(QStringLiteral("<Quorvel> carol was last seen on 2026-03-01 12:01:00 UTC."))));
 
     // A request that is answered gets a notice saying what happened, not a false "name in use".
     ServerTestClient creator;
