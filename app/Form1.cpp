@@ -1,6 +1,7 @@
 #include "app/Form1.h"
 
 #include "ancillary/Form2.h"
+#include "ancillary/Form6.h"
 #include "app/MainSettings.h"
 #include "app/SingleInstance.h"
 #include "app/Version.h"
@@ -19,6 +20,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenuBar>
+#include <QScrollBar>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTcpSocket>
@@ -26,18 +28,12 @@
 #include <QTextEdit>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace {
 const QString kSettingsFile = QStringLiteral("\\Quorvel.ini");
 const QString kDefaultHost = QStringLiteral("localhost");
 
-void setColours(QWidget* w, std::optional<qint64> background, std::optional<qint64> text) {
-    QPalette p = w->palette();
-    if (background)
-        p.setColor(QPalette::Base, BgrColour::toColor(*background));
-    if (text)
-        p.setColor(QPalette::Text, BgrColour::toColor(*text));
-    w->setPalette(p);
-}
 } // namespace
 
 Form1::Form1(Services services, QWidget* parent)
@@ -60,6 +56,7 @@ Form1::Form1(Services services, QWidget* parent)
     setObjectName(QStringLiteral("Form1"));
     buildMenus();
     buildLayout();
+    applyDefaultColours();
     m_emoticons = new EmoticonReplacer(*rtb->document(), this);
 
     connect(Winsock1, &QTcpSocket::connected, this, &Form1::Winsock1_Connect);
@@ -86,6 +83,17 @@ void Form1::buildLayout() {
     LV1->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(LV1, &QListWidget::customContextMenuRequested, this,
             [this](const QPoint& at) { mnua->popup(LV1->viewport()->mapToGlobal(at)); });
+    connect(LV1, &QListWidget::itemSelectionChanged, this, &Form1::updateMemberItems);
+    // A reader who has scrolled back keeps their place; back at the bottom, new lines are followed
+    // again. The layout grows the range after the lines are in, so the bottom is kept from there.
+    QScrollBar* bar = rtb->verticalScrollBar();
+    connect(bar, &QScrollBar::valueChanged, this,
+            [this, bar](int value) { m_followNewest = value >= bar->maximum(); });
+    connect(bar, &QScrollBar::rangeChanged, this, [this, bar](int, int maximum) {
+        if (m_followNewest)
+            bar->setValue(maximum);
+    });
+    connect(LV1, &QListWidget::itemDoubleClicked, this, &Form1::mnuPM_Click);
     Text1->setObjectName(QStringLiteral("Text1"));
     Text1->setAccessibleName(QStringLiteral("Say"));
     Text3->setObjectName(QStringLiteral("Text3"));
@@ -175,7 +183,7 @@ void Form1::buildMenus() {
 
     mnuOpts = menu(nullptr, "mnuOpts", "&Options");
     mnuClearChat = item(mnuOpts, "mnuClearChat", "Clear chat", &Form1::mnuClearChat_Click);
-    mnucolors = item(mnuOpts, "mnucolors", "Custom Scheme", nothing);
+    mnucolors = item(mnuOpts, "mnucolors", "Custom Scheme", &Form1::mnucolors_Click);
     mnuEd = item(mnuOpts, "mnuEd", "My Personal Profile", &Form1::mnuEd_Click);
     mnuOpts->addSeparator();
     mnuDEC = toggle(mnuOpts, "mnuDEC", "Refuse File Transfers", false);
@@ -214,7 +222,7 @@ void Form1::buildMenus() {
 
     mnuhlp = menu(nullptr, "mnuhlp", "&Help");
     mnuCommands = item(mnuhlp, "mnuCommands", "Commands", &Form1::mnuCommands_Click);
-    mnuAbo = item(mnuhlp, "mnuAbo", "&About", nothing);
+    mnuAbo = item(mnuhlp, "mnuAbo", "&About", &Form1::mnuAbo_Click);
 
     setSignedOnMenus(false);
 }
@@ -224,8 +232,15 @@ void Form1::setSignedOnMenus(bool signedOn) {
     mnudis->setEnabled(signedOn);
     mnua->setEnabled(signedOn);
     mnutools->setEnabled(signedOn);
-    for (QAction* a : mnua->actions())
-        a->setEnabled(signedOn);
+    updateMemberItems();
+}
+
+void Form1::updateMemberItems() {
+    // Items that act on a member wait until one is selected (the list is empty while signed off).
+    const bool someone = !selectedUser().isEmpty();
+    for (QAction* a :
+         {mnuPM, mnuIS, mnuFollowUser, mnuLastLoggedOn, mnuIG, mnuUn, mnuKick, mnuBan, mnuMBAN, mnuMuzzle})
+        a->setEnabled(someone);
 }
 
 bool Form1::Form_Load() {
@@ -240,27 +255,56 @@ bool Form1::Form_Load() {
     setSignedOnMenus(false);
     applySettings();
     actionColour = ActionColourAtStart;
+    messageColour = 0;
+    showGreeting();
     return true;
 }
 
+namespace {
+const QStringList kGreeting{
+    QStringLiteral("Welcome to Quorvel."),
+    QStringLiteral(
+        "No account yet? Choose File > New Account, pick a name and a password (a number greater than "
+        "zero) and press Create Account."),
+    QStringLiteral("Then choose File > Sign on, enter the account name and password and press Sign On.")};
+} // namespace
+
+void Form1::showGreeting() {
+    for (const QString& line : kGreeting)
+        appendLine(line, messageColour);
+    m_greetingShown = true;
+}
+
+void Form1::removeGreeting() {
+    if (!std::exchange(m_greetingShown, false))
+        return;
+    // Gone already if the reader cleared the display; what came after it stays.
+    const QString greeting = QLatin1Char('\n') + kGreeting.join(QLatin1Char('\n'));
+    if (!rtb->toPlainText().startsWith(greeting))
+        return;
+    QTextCursor cursor(rtb->document());
+    cursor.setPosition(int(greeting.size()), QTextCursor::KeepAnchor);
+    cursor.removeSelectedText();
+}
+
 void Form1::applySettings() {
-    const MainSettings settings = MainSettings::load(m_services.folder.file(kSettingsFile));
+    MainSettings settings = MainSettings::load(m_services.folder.file(kSettingsFile));
     if (settings.nickname)
         Text3->setText(*settings.nickname);
     if (settings.serverHost && !settings.serverHost->isEmpty())
         cboServer->setCurrentText(*settings.serverHost);
     if (settings.serverPort && *settings.serverPort > 0 && *settings.serverPort <= 65535)
         m_serverPort = quint16(*settings.serverPort);
-    setColours(rtb, settings.displayBackground, settings.displayText);
+    for (const ColourScheme::RoleInfo& r : ColourScheme::roles()) {
+        const std::optional<qint64>* saved = ColourScheme::settingsValue(settings, r.role);
+        if (saved && saved->has_value())
+            setColour(r.role, **saved);
+    }
     if (settings.displayFontSize && *settings.displayFontSize >= 6 && *settings.displayFontSize <= 72) {
         QFont f = rtb->font();
         f.setPointSize(int(*settings.displayFontSize));
         rtb->setFont(f);
     }
-    setColours(LV1, settings.userListBackground, std::nullopt);
-    setColours(Text1, settings.inputBackground, settings.inputText);
-    setColours(Text3, settings.boxBackground, std::nullopt);
-    setColours(Combo1, settings.boxBackground, settings.boxText);
     // The identification entries are read only when all eleven values before them were.
     List2->clear();
     List2->addItems(settings.identification);
@@ -271,14 +315,11 @@ void Form1::saveSettings() const {
     settings.nickname = Text3->text();
     settings.serverHost = serverHost();
     settings.serverPort = m_serverPort;
-    settings.displayBackground = BgrColour::fromColor(rtb->palette().color(QPalette::Base));
     settings.displayFontSize = rtb->font().pointSize();
-    settings.displayText = BgrColour::fromColor(rtb->palette().color(QPalette::Text));
-    settings.userListBackground = BgrColour::fromColor(LV1->palette().color(QPalette::Base));
-    settings.inputBackground = BgrColour::fromColor(Text1->palette().color(QPalette::Base));
-    settings.inputText = BgrColour::fromColor(Text1->palette().color(QPalette::Text));
-    settings.boxBackground = BgrColour::fromColor(Combo1->palette().color(QPalette::Base));
-    settings.boxText = BgrColour::fromColor(Combo1->palette().color(QPalette::Text));
+    for (const ColourScheme::RoleInfo& r : ColourScheme::roles()) {
+        if (std::optional<qint64>* kept = ColourScheme::settingsValue(settings, r.role))
+            *kept = colour(r.role);
+    }
     settings.identification = identificationEntries();
     settings.save(m_services.folder.file(kSettingsFile));
 }
@@ -301,6 +342,8 @@ void Form1::endProgram() {
         m_gameStarter->close();
     if (m_userInfo)
         m_userInfo->close();
+    if (m_colourEditor)
+        m_colourEditor->close();
     m_runningCopy.reset();
     close();
     Q_EMIT programEnded();
@@ -329,7 +372,7 @@ QString Form1::connectionText() const { return m_connectionPanel->text(); }
 
 GameStarter& Form1::gameStarter() {
     if (!m_gameStarter)
-        m_gameStarter = new GameStarter(this);
+        m_gameStarter = new GameStarter(m_services, this);
     return *m_gameStarter;
 }
 
@@ -355,7 +398,7 @@ void Form1::appendLine(const QString& text, qint64 bgrColour) {
     cursor.insertBlock(QTextBlockFormat(), format);
     cursor.insertText(text, format);
     // Keeping the newest line in view costs a scroll-bar update; once per read is enough.
-    if (!m_handlingRead)
+    if (!m_handlingRead && m_followNewest)
         scrollToNewest();
 }
 
@@ -372,8 +415,8 @@ void Form1::selectUser(const QString& nickname) {
 }
 
 QString Form1::selectedUser() const {
-    const QListWidgetItem* item = LV1->currentItem();
-    return item ? item->text() : QString();
+    const QList<QListWidgetItem*> selected = LV1->selectedItems();
+    return selected.isEmpty() ? QString() : selected.first()->text();
 }
 
 bool Form1::send(const QString& message) { return ChatMessage::send(*Winsock1, message); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ancillary/ColourScheme.h"
 #include "common/Services.h"
 
 #include <QMainWindow>
@@ -7,12 +8,15 @@
 #include <QTextCursor>
 
 #include <array>
+#include <optional>
 
 class ChatDispatcher;
 class EmoticonReplacer;
 class Form2;
 class Form3;
 class Form4;
+class Form6;
+class Form8;
 class GameStarter;
 class QAction;
 class QComboBox;
@@ -26,7 +30,7 @@ class QTextEdit;
 class SingleInstance;
 
 // The chat room, and the window that owns the program's life.
-class Form1 : public QMainWindow {
+class Form1 : public QMainWindow, public ColourSchemeTarget {
     Q_OBJECT
 public:
     static constexpr qint64 ActionColourAtStart = 0x80FF;
@@ -108,6 +112,10 @@ public:
     // Display colours of chat lines, in blue-green-red.
     qint64 actionColour = ActionColourAtStart;
     qint64 messageColour = 0;
+    qint64 colour(ColourRole role) const override;
+    void setColour(ColourRole role, qint64 bgr) override;
+    // The colour scheme editor, opened on first use.
+    Form6& colourEditor();
 
     // Appends a new line (it begins the line break, so the display never ends with one).
     void appendLine(const QString& text, qint64 bgrColour);
@@ -119,10 +127,17 @@ public:
 
     // Sign-on: closes an open connection and connects to the server box's host.
     void signOn();
+    // The plain signed-off state: status texts, menus, an empty user list, no account request.
     void signedOff();
+    // The account dialog has sent its request for this name; the answer ends the connection.
+    void accountRequested(const QString& name);
+    void accountAnswered(bool created);
+    // The first greeting goes once a sign-on has succeeded (if it is still at the top).
+    void removeGreeting();
     void followuser();
     void BackFromGame();
     void setSignedOnMenus(bool signedOn);
+    void updateMemberItems();
     void setStatusText(const QString& text);
     void setConnectionText(const QString& text);
     // Opens or brings forward the private window for a member; returns it.
@@ -141,6 +156,8 @@ public:
     void mnuClearChat_Click();
     void mnuCommands_Click();
     void mnuEd_Click();
+    void mnucolors_Click();
+    void mnuAbo_Click();
     void mnuPM_Click();
     void mnuIS_Click();
     void mnuFollowUser_Click();
@@ -177,10 +194,14 @@ protected:
 private:
     void buildMenus();
     void buildLayout();
+    void applyDefaultColours();
     void applySettings();
     void saveSettings() const;
     void endProgram();
     void closeQuietly();
+    void connectToChatServer();
+    void endAccountConnection();
+    void showGreeting();
 
     Services m_services;
     QString m_password;
@@ -188,12 +209,20 @@ private:
     quint16 m_serverPort;
     bool m_ending = false;
     bool m_handlingRead = false;
+    // Whether the reader is at the newest line (not scrolled back).
+    bool m_followNewest = true;
+    bool m_greetingShown = false;
+    // False from a connection attempt until the server answers it, so a failure is reported once.
+    bool m_reachedServer = true;
+    std::optional<QString> m_requestedAccount;
+    QPointer<Form8> m_accountDialog;
     QTextCursor m_readEdit;
     QLabel* m_statusPanel;
     QLabel* m_connectionPanel;
     QPointer<GameStarter> m_gameStarter;
     QPointer<Form2> m_userInfo;
     QPointer<Form4> m_playing;
+    QPointer<Form6> m_colourEditor;
     std::array<QPointer<Form3>, PrivateWindowSlots> m_privateWindows;
     std::unique_ptr<ChatDispatcher> m_dispatcher;
     std::unique_ptr<SingleInstance> m_runningCopy;

@@ -58,7 +58,6 @@ void Form1::Text1_Enter() {
         break;
     case SlashCommand::LocalIp:
         setStatusText(QStringLiteral("Your local IP is : ") + localIpAddress(*Winsock1));
-        Text1->clear();
         break;
     case SlashCommand::CopyLocalIp: {
         const QString ip = localIpAddress(*Winsock1);
@@ -73,14 +72,16 @@ void Form1::Text1_Enter() {
         break;
     case SlashCommand::Clear:
         rtb->clear();
-        Text1->clear();
         break;
     case SlashCommand::Chat:
-        // Not echoed: the server sends the line back to everyone, this client included.
-        send(ChatMessage::build(ChatProtocol::Msg, {line}));
-        Text1->clear();
+        // Not echoed: the server sends the line back to everyone, this client included. Unsent while
+        // signed off, it stays in the input line rather than being lost.
+        if (!send(ChatMessage::build(ChatProtocol::Msg, {line})))
+            return;
         break;
     }
+    // Emptied after every command that ran and every line sent, ready for the next one.
+    Text1->clear();
 }
 
 void Form1::Combo1_Click(const QString& entry) {
@@ -145,6 +146,8 @@ Form3* Form1::createPrivateWindow(const QString& caption) {
 
 void Form1::mnuPM_Click() {
     const QString n = selectedUser();
+    if (n.isEmpty())
+        return;
     if (n == nickname()) {
         m_services.prompts.message(kTitle, QStringLiteral("You can't PM your self"), Prompts::Icon::None);
         return;

@@ -17,6 +17,8 @@
 #include <QTextEdit>
 #include <QTimer>
 
+#include <utility>
+
 void Form1::setStatusText(const QString& text) { m_statusPanel->setText(text); }
 
 void Form1::setConnectionText(const QString& text) { m_connectionPanel->setText(text); }
@@ -32,35 +34,66 @@ void Form1::setServerAddress(const QString& host, quint16 port) {
     m_serverPort = port;
 }
 
-void Form1::signOn() {
+void Form1::connectToChatServer() {
     closeQuietly();
+    m_reachedServer = false;
     Winsock1->connectToHost(serverHost(), m_serverPort);
+}
+
+void Form1::signOn() {
+    m_accountCreation = 0;
+    connectToChatServer();
     setStatusText(QStringLiteral("Signing on..."));
     setSignedOnMenus(true);
 }
 
 void Form1::signedOff() {
+    m_accountCreation = 0;
+    m_requestedAccount.reset();
     setStatusText(QStringLiteral("Signed Off"));
     setConnectionText(QStringLiteral("Not Connected"));
+    LV1->clear();
     setSignedOnMenus(false);
+    // An account dialog left open could only send into a closed connection.
+    if (m_accountDialog)
+        std::exchange(m_accountDialog, nullptr)->close();
 }
 
 void Form1::mnuNews_Click() {
-    closeQuietly();
+    // The connection for an account request is not a sign-on: whatever was signed on ends here.
+    LV1->clear();
+    setSignedOnMenus(false);
     m_accountCreation = 1;
-    Winsock1->connectToHost(serverHost(), m_serverPort);
+    connectToChatServer();
     setStatusText(QStringLiteral("Connecting..."));
+}
+
+void Form1::accountRequested(const QString& name) {
+    m_requestedAccount = name;
+}
+
+void Form1::accountAnswered(bool created) {
+    if (!m_requestedAccount)
+        return;
+    // The new account signs on through the sign-on dialog, which offers its name.
+    if (created)
+        Text3->setText(*m_requestedAccount);
+    endAccountConnection();
+}
+
+void Form1::endAccountConnection() {
+    closeQuietly();
+    signedOff();
 }
 
 void Form1::mnudis_Click() {
     closeQuietly();
+    signedOff();
     setStatusText(QStringLiteral("Signed Off : ") + m_services.clock.timeText());
-    setConnectionText(QStringLiteral("Not Connected"));
-    LV1->clear();
-    setSignedOnMenus(false);
 }
 
 void Form1::Winsock1_Connect() {
+    m_reachedServer = true;
     Winsock1->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     setStatusText(QStringLiteral("Signed On"));
     setConnectionText(QStringLiteral("Connected To Quorvel at : ") + m_services.clock.timeText());
@@ -72,6 +105,8 @@ void Form1::Winsock1_Connect() {
     m_accountCreation = 0;
     auto* dialog = new Form8(*this, Form8::Purpose::NewAccount, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &QDialog::rejected, this, &Form1::endAccountConnection);
+    m_accountDialog = dialog;
     dialog->open();
 }
 
@@ -83,6 +118,13 @@ void Form1::Winsock1_Close() {
 void Form1::Winsock1_Error() {
     if (Winsock1->error() == QAbstractSocket::RemoteHostClosedError)
         return; // the close handler reports it
+    if (!std::exchange(m_reachedServer, true)) {
+        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3")
+                       .arg(serverHost())
+                       .arg(m_serverPort)
+                       .arg(Winsock1->errorString()),
+                   messageColour);
+    }
     signedOff();
 }
 
@@ -105,7 +147,8 @@ void Form1::handleRead(const QString& read) {
     m_dispatcher->handleRead(read);
     m_readEdit.endEditBlock();
     m_handlingRead = false;
-    scrollToNewest();
+    if (m_followNewest)
+        scrollToNewest();
 }
 
 void Form1::showDisplayBeforePrompt() {
@@ -113,7 +156,8 @@ void Form1::showDisplayBeforePrompt() {
     if (!m_handlingRead)
         return;
     m_readEdit.endEditBlock();
-    scrollToNewest();
+    if (m_followNewest)
+        scrollToNewest();
     m_readEdit.beginEditBlock();
 }
 

@@ -10,4 +10,17 @@ inline QString caption() {
         .arg(QUORVEL_VERSION_MINOR)
         .arg(QUORVEL_VERSION_PATCH);
 }
+
+// "Version 1.0.0", as the splash window and the about box show it.
+inline QString label() {
+    return QStringLiteral("Version %1.%2.%3")
+        .arg(QUORVEL_VERSION_MAJOR)
+        .arg(QUORVEL_VERSION_MINOR)
+        .arg(QUORVEL_VERSION_PATCH);
+}
+
+// The product's web page (the project's HOMEPAGE_URL in CMake).
+inline QString webPage() {
+    return QStringLiteral(QUORVEL_HOMEPAGE_URL);
+}
 } // namespace Version

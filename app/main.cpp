@@ -1,4 +1,7 @@
+#include "ancillary/Artwork.h"
+#include "ancillary/SplashWindow.h"
 #include "app/Form1.h"
+#include "app/QuitSignals.h"
 #include "common/SystemServices.h"
 
 #include <QApplication>
@@ -6,12 +9,21 @@
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quorvel"));
+    QApplication::setWindowIcon(Artwork::applicationIcon());
+    // Desktops match the window to quorvel.desktop (and so to its icon) by this name.
+    QGuiApplication::setDesktopFileName(QStringLiteral("quorvel"));
     QApplication::setQuitOnLastWindowClosed(false);
     SystemServices system(ProgramFolder::forExecutable(QApplication::applicationDirPath()));
     Form1 main(system.services());
     QObject::connect(&main, &Form1::programEnded, &app, &QApplication::quit, Qt::QueuedConnection);
+    QuitSignals quitSignals;
+    QObject::connect(&quitSignals, &QuitSignals::received, &main, &Form1::mnuExit_Click);
+    // A refused second copy says so before any window shows.
     if (!main.Form_Load())
         return 0;
     main.show();
+    auto* splash = new SplashWindow(system.desktop, &main);
+    splash->show();
+    splash->mainWindowReady();
     return QApplication::exec();
 }

@@ -1,33 +1,186 @@
 #pragma once
 
+#include "browser/Form10.h"
+#include "common/Services.h"
+
+#include <QPointer>
 #include <QWidget>
 
+class MasterListFetch;
+class QCheckBox;
 class QComboBox;
+class QGroupBox;
+class QLabel;
 class QLineEdit;
+class QListWidget;
+class QListWidgetItem;
+class QMenu;
+class QMenuBar;
+class QPushButton;
+class QRadioButton;
+class QTimer;
+class StarterOptions;
 
-// The game browser. Only what the chat room needs is here yet: the game selector, the chosen-server
-// fields, the playing state and the follow hand-over.
+// The game server browser: the chosen game and its path, the favourite and master server lists,
+// and the chosen-server fields that the monitor window and the launcher read when they act.
 class GameStarter : public QWidget {
     Q_OBJECT
 public:
-    explicit GameStarter(QWidget* parent = nullptr);
+    explicit GameStarter(Services services, QWidget* parent = nullptr);
+    ~GameStarter() override;
 
     static inline const QString Playing = QStringLiteral("Playing");
     static inline const QString NotPlaying = QStringLiteral("Quorveling");
 
-    QComboBox* Combo1;        // the game key: "*Home", "Half-Life", "Kingpin", "RTCW"
-    QLineEdit* Text3;         // chosen server: name
-    QLineEdit* Text2;         // chosen server: address
-    QLineEdit* Text4;         // chosen server: port
+    // Controls, under the names the program has always used.
+    QMenuBar* menuBar;
+    QComboBox* Combo1; // the game key: "*Home", "Half-Life", "Kingpin", "RTCW"
+    QGroupBox* Frame1; // Half-Life mods
+    QRadioButton* Option1;
+    QRadioButton* Option2;
+    QRadioButton* Option3;
+    QRadioButton* Option4;
+    QCheckBox* chkCSRetail;
+    QGroupBox* Frame2; // Kingpin options
+    QRadioButton* Option5;
+    QCheckBox* Check1; // start Kingpin through mmclient.exe
+    QCheckBox* chkKPNAME;
+    QLineEdit* txtKPNAME;
+    QLineEdit* txtKPREPLACE;
+    QLineEdit* txtMMCLIENTREPLACE;
+    QGroupBox* Frame3; // RTCW
+    QRadioButton* Option6;
+    QGroupBox* Frame4;     // "Select a game!"
+    QLineEdit* txtGameEXE; // executable suffix, with its leading backslash
+    QLabel* lblFavorites;
+    QListWidget* lstServers;
+    QLabel* lblMasterServers;
+    QListWidget* lstMasterServers;
+    QGroupBox* Frame6; // the chosen-server fields
+    QLineEdit* Text3;  // chosen server: name
+    QLineEdit* Text2;  // chosen server: address
+    QLineEdit* Text4;  // chosen server: port
+    QPushButton* Command5;
+    QGroupBox* Frame5; // the button strip
+    QPushButton* Join;
+    QPushButton* Command7;
+    QPushButton* Command4;
+    QPushButton* Command1;
+    QPushButton* cmdQvlList;
+    QPushButton* Command6;
+    QLabel* lblStatus;
     QLineEdit* txtPlayingGame; // "Playing" while a launched game runs, else "Quorveling"
+    QTimer* tmrFetch;
+    QTimer* tmrIFServerListIsEmpty;
+
+    QMenu* mnuMenu;
+    QAction* mnuOptions;
+    QMenu* mnuKingpin;
+    QAction* mnuEditKingpinAutoexec;
+    QAction* mnuEditKingpinConfig;
+    QAction* mnuKingpinInfo;
+    QAction* mnuKPCheat;
+    QMenu* mnuHide; // popup of lstServers
+    QAction* mnuJoinServer;
+    QAction* mnuGetServerStats2;
+    QAction* mnuAddToFavs;
+    QAction* mnuEditServerDetails;
+    QAction* mnuRemoveServer;
+    QAction* mnuCopyIPPort;
+    QAction* mnuCopyServerNameAddress;
+    QMenu* mnuServerListMenu; // popup of lstMasterServers
+    QAction* mnuGetServerStats;
+
+    StarterOptions& options() { return *m_options; }
+    // The fetch dialog while it is loaded, else null.
+    Form10* fetchDialog() const { return m_form10; }
 
     QString gameKey() const;
+    // Selects the game by its exact key; an unknown key selects "*Home".
     void setGameKey(const QString& key);
     bool isPlaying() const;
+    // The file name the browse dialog proposes for the chosen game.
+    QString proposedFileName() const { return m_proposedFileName; }
 
     // Acts as the join button for a followed member's game.
     void follow();
 
+    // The catalogue, paths and settings.
+    void Combo1_Change();
+    void cmdGetPath_Click();
+    void Check1_Click();
+    bool IfFileExists();
+    void Convert2ShoutOnPath();
+    void loadini();
+    void saveini();
+    QString IniSection;
+    QString IniKey;
+    QString IniValue;
+
+    // Server lists and favourites.
+    void HLLoadWhatMod();
+    void SaveServerList();
+    void Command5_Click();
+    void mnuEditServerDetails_Click();
+    void mnuRemoveServer_Click();
+    void lstServers_Click();
+    void lstMasterServers_Click();
+    void lstServers_DblClick();
+    void lstMasterServers_DblClick();
+    void chkIfServerListEmpty();
+
+    // Master-list download.
+    void cmdQvlList_Click();
+    void tmrFetch_Timer();
+    void Form10_Stop();
+
+    // Browser actions.
+    void join_click();
+    void Command7_Click();
+    void mnuCopyIPPort_Click();
+    void mnuCopyServerNameAddress_Click();
+    void mnuEditKingpinAutoexec_Click();
+    void mnuEditKingpinConfig_Click();
+
+    // Starts the game on the chosen server (browser/GameStarterJoin.cpp).
+    void JoinGame();
+    // Shows the monitor window for the chosen server, and closes it (browser/GameStarterMonitor.cpp).
+    void showPingServers();
+    void UnLoadPingServers();
+
 Q_SIGNALS:
+    // The join checks passed and the launch is about to run.
     void joinRequested();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    static QListWidgetItem* selectedItem(const QListWidget* list);
+    void buildControls();
+    void buildMenus();
+    void connectHandlers();
+    void modOption_Click(QRadioButton* option);
+    void readPathFile(const QString& pathFile);
+    QString favouritesFile() const;
+    int modIndex() const;
+    void loadList(QListWidget* list, const QString& backslashName);
+    void takeApart(QListWidget* list);
+    void openKingpinFile(const QString& relative);
+    void fetchFinished(const QByteArray& body);
+    void fetchUnreachable(const QString& reason);
+    void headFinished(const QString& contentLength);
+    QString masterListHost() const;
+    Prompts::Answer say(const QString& text, Prompts::Icon icon,
+                        Prompts::Buttons buttons = Prompts::Buttons::Ok,
+                        const QString& title = QStringLiteral("Quorvel"));
+
+    Services m_services;
+    StarterOptions* m_options;
+    MasterListFetch* m_fetch;
+    QPointer<Form10> m_form10;
+    QString m_proposedFileName;
+    QString m_lastFetchGame;
+    QString m_fetchFile;
 };

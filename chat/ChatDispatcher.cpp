@@ -45,19 +45,23 @@ ChatDispatcher::Next ChatDispatcher::handlePiece(const QStringList& fields) {
                         QStringLiteral("Unable To Create New Account... Possible Resons, Invalid Name, Name in Use, "
                                        "You Own 2 Accounts... Please Check this and Try Again"),
                         Prompts::Icon::Critical);
+        m_main.accountAnswered(false);
         return Next::Continue;
     }
     if (word == Done) {
         promptNow().message(kTitle, QStringLiteral("Thank you, account created ok."), Prompts::Icon::Information);
+        m_main.accountAnswered(true);
         return Next::EndRead;
     }
     if (word == Invalid) {
         promptNow().message(kTitle, QStringLiteral("Login Error : Please Try Again"), Prompts::Icon::Critical);
+        // Handled as the server hanging up, which it is about to do.
         m_main.closeQuietly();
-        m_main.signedOff();
+        m_main.Winsock1_Close();
         return Next::EndRead;
     }
     if (word == List) {
+        m_main.removeGreeting();
         if (fields.size() > 1)
             m_main.LV1->addItem(fields.at(1));
         return Next::Continue;
@@ -186,7 +190,7 @@ ChatDispatcher::Next ChatDispatcher::privateLine(const QStringList& fields) {
     }
     if (second.left(7) == WhoYou) {
         Form2& info = m_main.userInfo();
-        info.showIdentification(line.fromThirdWord().split(ListSeparator));
+        info.showIdentification(sender, line.fromThirdWord().split(ListSeparator));
         info.show();
         return Next::EndRead;
     }

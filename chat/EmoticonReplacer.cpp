@@ -99,12 +99,10 @@ void EmoticonReplacer::replaceNewCodes() {
     // A code never spans a paragraph separator, so the blocks can be searched one by one; positions
     // in a block's text are document positions counted from block.position().
     QList<EmoticonHit> hits;
-    m_lastScanLength = 0;
     for (QTextBlock block = m_display.findBlock(int(scanFrom)); block.isValid(); block = block.next()) {
         const QString text = block.text();
         const qsizetype blockStart = block.position();
         const qsizetype from = std::max<qsizetype>(0, scanFrom - blockStart);
-        m_lastScanLength += std::max<qsizetype>(0, text.size() - from);
         for (const EmoticonHit& hit : findEmoticons(text, from))
             hits.append({blockStart + hit.position, hit.picture});
     }
@@ -122,6 +120,10 @@ void EmoticonReplacer::replaceNewCodes() {
             QTextImageFormat image;
             image.merge(cursor.charFormat());
             image.setName(imageName(hit->picture));
+            // A screen reader (and a copy as HTML) gets the code the picture stands for.
+            const QString& code = EmoticonCodes::codes()[hit->picture - 1];
+            image.setProperty(QTextFormat::ImageAltText, code);
+            image.setProperty(QTextFormat::ImageTitle, code);
             cursor.setPosition(int(hit->position));
             cursor.setPosition(int(hit->position + EmoticonCodes::codeLength), QTextCursor::KeepAnchor);
             cursor.removeSelectedText();

@@ -25,12 +25,6 @@ public:
     // this is skipped, the next pass converts what that read left behind too.
     void replaceNewCodes();
 
-    // How many characters of the document the last pass examined (for tests of the pass's cost).
-    qsizetype lastScanLength() const { return m_lastScanLength; }
-
-    // Document position up to which the codes have been converted.
-    qsizetype convertedEnd() const { return m_convertedEnd; }
-
     // The image name the display's pictures carry: a "qrc:" address of picture 1 to 10. The document
     // is given the decoded pictures under these names; should it lose them (QTextDocument::clear()
     // drops added resources), the address still resolves from the compiled-in resources.
@@ -45,6 +39,5 @@ private:
 
     QTextDocument& m_display;
     qsizetype m_convertedEnd = 0;
-    qsizetype m_lastScanLength = 0;
     bool m_replacing = false;
 };

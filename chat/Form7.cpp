@@ -1,8 +1,10 @@
 #include "chat/Form7.h"
 
 #include "app/Form1.h"
+#include "chat/PasswordRule.h"
 
 #include <QDialogButtonBox>
+#include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -18,6 +20,11 @@ Form7::Form7(Form1& main, QWidget* parent)
     layout->addLayout(form);
     fields.build(this, form);
     fields.text1[ProfileFields::AccountName]->setText(main.nickname());
+    auto* mail = new QLabel(QStringLiteral("Questions? <a href=\"mailto:\">Write an e-mail</a>"), this);
+    mail->setObjectName(QStringLiteral("lblMail"));
+    mail->setAccessibleName(QStringLiteral("Write an e-mail"));
+    layout->addWidget(mail);
+    connect(mail, &QLabel::linkActivated, this, &Form7::openMailProgram);
 
     Command1->setObjectName(QStringLiteral("Command1"));
     Command1->setToolTip(QStringLiteral("Sign on to Quorvel"));
@@ -34,16 +41,10 @@ Form7::Form7(Form1& main, QWidget* parent)
     disconnect(buttons, nullptr, this, nullptr);
 }
 
-bool Form7::isAcceptablePassword(const QString& entry) {
-    bool ok = false;
-    const double value = entry.trimmed().toDouble(&ok);
-    return ok && value > 0;
-}
-
 void Form7::Command1_Click() {
     const QString password = fields.text1[ProfileFields::Password]->text();
     m_main.setPassword(password);
-    if (!isAcceptablePassword(password)) {
+    if (!PasswordRule::isAcceptable(password)) {
         m_main.services().prompts.message(QStringLiteral("Quorvel"), QStringLiteral("invald password"),
                                           Prompts::Icon::Critical);
         return;
@@ -56,3 +57,7 @@ void Form7::Command1_Click() {
 }
 
 void Form7::Command2_Click() { reject(); }
+
+void Form7::openMailProgram() {
+    m_main.services().desktop.openWithShell(QStringLiteral("mailto:"));
+}

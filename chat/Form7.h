@@ -19,9 +19,8 @@ public:
 
     void Command1_Click();
     void Command2_Click();
-
-    // A password is accepted when it reads as a whole number greater than zero.
-    static bool isAcceptablePassword(const QString& entry);
+    // Opens the person's mail program through the desktop service.
+    void openMailProgram();
 
 private:
     Form1& m_main;

@@ -3,6 +3,7 @@
 #include "app/Form1.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/PasswordRule.h"
 
 #include <QListWidget>
 #include <QPushButton>
@@ -41,11 +42,17 @@ Form8::Form8(Form1& main, Purpose purpose, QWidget* parent)
 }
 
 void Form8::Command1_Click() {
+    auto text = [this](int i) { return fields.text1[std::size_t(i)]->text(); };
+    // An account whose password the sign-on dialog refuses could never be used.
+    if (m_purpose == Purpose::NewAccount && !PasswordRule::isAcceptable(text(ProfileFields::Password))) {
+        m_main.services().prompts.message(QStringLiteral("Quorvel"), QStringLiteral("invald password"),
+                                          Prompts::Icon::Critical);
+        return;
+    }
     m_main.List2->clear();
     m_main.List2->addItems(fields.identificationEntries());
     if (m_purpose == Purpose::NewAccount) {
-        auto text = [this](int i) { return fields.text1[std::size_t(i)]->text(); };
-        m_main.Text3->setText(text(ProfileFields::AccountName));
+        m_main.accountRequested(text(ProfileFields::AccountName));
         ChatMessage::send(*m_main.Winsock1,
                           ChatMessage::build(ChatProtocol::NewAccount,
                                              {text(ProfileFields::AccountName), text(ProfileFields::Password),

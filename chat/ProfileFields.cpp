@@ -1,5 +1,7 @@
 #include "chat/ProfileFields.h"
 
+#include "chat/PasswordRule.h"
+
 #include <QLabel>
 
 namespace {
@@ -32,7 +34,7 @@ void ProfileFields::build(QWidget* owner, QFormLayout* form) {
     for (const FieldSpec& f : kFields) {
         auto* edit = new QLineEdit(owner);
         edit->setObjectName(QStringLiteral("text1_%1").arg(f.index));
-        edit->setToolTip(QString::fromLatin1(f.toolTip));
+        edit->setToolTip(f.index == Password ? PasswordRule::Hint : QString::fromLatin1(f.toolTip));
         edit->setMaxLength(f.maxLength);
         edit->setAccessibleName(QString::fromLatin1(f.caption).chopped(2));
         auto* label = new QLabel(QString::fromLatin1(f.caption), owner);

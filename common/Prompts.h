@@ -25,4 +25,6 @@ public:
     virtual QString openFile(const QString& title, const QString& folder, const QString& filter) = 0;
     // A folder choice; an empty string when cancelled.
     virtual QString chooseFolder(const QString& title, const QString& folder) = 0;
+    // The colour dialog, starting at a blue-green-red colour; nullopt when cancelled.
+    virtual std::optional<qint64> chooseColour(const QString& title, qint64 currentBgr) = 0;
 };

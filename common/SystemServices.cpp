@@ -1,6 +1,9 @@
 #include "common/SystemServices.h"
 
+#include "common/BgrColour.h"
+
 #include <QApplication>
+#include <QColorDialog>
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -64,6 +67,13 @@ QString QtPrompts::openFile(const QString& title, const QString& folder, const Q
 
 QString QtPrompts::chooseFolder(const QString& title, const QString& folder) {
     return QFileDialog::getExistingDirectory(QApplication::activeWindow(), title, folder);
+}
+
+std::optional<qint64> QtPrompts::chooseColour(const QString& title, qint64 currentBgr) {
+    const QColor chosen = QColorDialog::getColor(BgrColour::toColor(currentBgr), QApplication::activeWindow(), title);
+    if (!chosen.isValid())
+        return std::nullopt;
+    return BgrColour::fromColor(chosen);
 }
 
 bool SystemDesktop::openWithShell(const QString& documentOrAddress) {

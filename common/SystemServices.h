@@ -13,6 +13,7 @@ public:
     std::optional<QString> input(const QString& prompt, const QString& title, const QString& proposed) override;
     QString openFile(const QString& title, const QString& folder, const QString& filter) override;
     QString chooseFolder(const QString& title, const QString& folder) override;
+    std::optional<qint64> chooseColour(const QString& title, qint64 currentBgr) override;
 };
 
 class SystemDesktop final : public Desktop {

@@ -2,6 +2,7 @@
 
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/PasswordRule.h"
 #include "common/Windows1252.h"
 #include "server/AccountStore.h"
 #include "server/AddressRules.h"
@@ -160,7 +161,7 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
     account.address = session->address();
     const bool acceptable = NameRules::isValidName(account.name) &&
                             NameRules::key(account.name) != NameRules::key(ServerName) &&
-                            !account.password.isEmpty();
+                            PasswordRule::isAcceptable(account.password);
     if (!acceptable) {
         session->send(QString(ChatProtocol::InUse));
         return;

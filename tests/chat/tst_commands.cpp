@@ -21,7 +21,7 @@ class CommandsTest : public QObject {
 private Q_SLOTS:
     void inputLine_data();
     void inputLine();
-    void chatLineDroppedWhenNotConnected();
+    void lineTypedBeforeTheConnectionIsUpIsKept();
     void userMenu_data();
     void userMenu();
     void privateWindowOpensOnce();
@@ -38,36 +38,33 @@ void CommandsTest::inputLine_data() {
     QTest::addColumn<QByteArray>("sent");
     QTest::addColumn<QString>("status");
     QTest::addColumn<QString>("prompt");
-    QTest::addColumn<bool>("displayCleared");
-    QTest::addColumn<bool>("lineEmptied");
+    QTest::addColumn<QString>("effect"); // "cleared", "browser", "clipboard", "mail" or nothing else
     const QString signedOn = QStringLiteral("Signed On");
     auto str = [](const char* t) { return QString::fromLatin1(t); };
     QTest::newRow("/help") << str("/help") << QByteArray() << signedOn
-                           << str("Quorvel|") + slashHelpText() + str("|1") << false << false;
-    QTest::newRow("/Help is chat") << str("/Help") << QByteArray("MSG|\xbf|/Help") << signedOn << QString() << false
-                                   << true;
-    QTest::newRow("/gs ") << str("/gs ") << QByteArray("MSG|\xbf|/gs ") << signedOn << QString() << false << true;
+                           << str("Quorvel|") + slashHelpText() + str("|1") << QString();
+    QTest::newRow("/Help is chat") << str("/Help") << QByteArray("MSG|\xbf|/Help") << signedOn << QString()
+                                   << QString();
+    for (const char* line : {"/gs", "/gamestarter", "/game starter"})
+        QTest::newRow(line) << str(line) << QByteArray() << signedOn << QString() << str("browser");
+    QTest::newRow("/gs ") << str("/gs ") << QByteArray("MSG|\xbf|/gs ") << signedOn << QString() << QString();
     QTest::newRow("/time") << str("/time") << QByteArray() << str("The time/date is : 16/11/2003 : 14:05:09")
-                           << QString() << false << false;
+                           << QString() << QString();
     QTest::newRow("/date") << str("/date") << QByteArray() << str("The time/date is : 16/11/2003 : 14:05:09")
-                           << QString() << false << false;
-    QTest::newRow("/localip") << str("/localip") << QByteArray() << str("Your local IP is : 127.0.0.1") << QString()
-                              << false << true;
-    QTest::newRow("/copylocalip") << str("/copylocalip") << QByteArray() << str("Local IP : 127.0.0.1 copyed...")
-                                  << QString() << false << false;
-    QTest::newRow("/email") << str("/email") << QByteArray() << str("Default Email Client loaded...") << QString()
-                            << false << false;
-    QTest::newRow("/clear") << str("/clear") << QByteArray() << signedOn << QString() << true << true;
-    QTest::newRow("/CLEAR") << str("/CLEAR") << QByteArray() << signedOn << QString() << true << true;
-    QTest::newRow("/Clearly anything") << str("/Clearly anything") << QByteArray() << signedOn << QString() << true
-                                       << true;
-    QTest::newRow("/me is sent") << str("/me waves") << QByteArray("MSG|\xbf|/me waves") << signedOn << QString()
-                                 << false << true;
+                           << QString() << QString();
+    QTest::newRow("/localip") << str("/localip") << QByteArray() << str("Your local IP is : 127.0.0.1")
+                              << QString() << QString();
+    QTest::newRow("/copylocalip") << str("/copylocalip") << QByteArray()
+                                  << str("Local IP : 127.0.0.1 copyed...") << QString() << str("clipboard");
+    QTest::newRow("/email") << str("/email") << QByteArray() << str("Default Email Client loaded...")
+                            << QString() << str("mail");
+    for (const char* line : {"/clear", "/CLEAR", "/Clearly anything"})
+        QTest::newRow(line) << str(line) << QByteArray() << signedOn << QString() << str("cleared");
+    QTest::newRow("/me is sent") << str("/me waves") << QByteArray("MSG|\xbf|/me waves") << signedOn
+                                 << QString() << QString();
     QTest::newRow("separator typed is sent as it stands")
-        << QString::fromUtf8("a |\xc2\xbf| b") << QByteArray("MSG|\xbf|a |\xbf| b") << signedOn << QString() << false
-        << true;
-    QTest::newRow("!Seen") << str("!Seen bob") << QByteArray("MSG|\xbf|!Seen bob") << signedOn << QString() << false
-                           << true;
+        << QString::fromUtf8("a |\xc2\xbf| b") << QByteArray("MSG|\xbf|a |\xbf| b") << signedOn << QString()
+        << QString();
 }
 
 void CommandsTest::inputLine() {
@@ -75,8 +72,7 @@ void CommandsTest::inputLine() {
     QFETCH(QByteArray, sent);
     QFETCH(QString, status);
     QFETCH(QString, prompt);
-    QFETCH(bool, displayCleared);
-    QFETCH(bool, lineEmptied);
+    QFETCH(QString, effect);
     SignedOnClient c;
     QVERIFY(c.ready);
     QVERIFY(c.deliver("MSG|\xbf|<ann> earlier\r\n"));
@@ -86,31 +82,33 @@ void CommandsTest::inputLine() {
     QCOMPARE(c.sentSoFar(), sent);
     QCOMPARE(c.w->statusText(), status);
     QCOMPARE(c.t.prompts.lastLine(), prompt);
-    QCOMPARE(c.w->rtb->toPlainText().isEmpty(), displayCleared);
-    QCOMPARE(c.w->Text1->text().isEmpty(), lineEmptied);
+    // Emptied after every command, so the next line never starts with the last one.
+    QCOMPARE(c.w->Text1->text(), QString());
+    QCOMPARE(c.w->rtb->toPlainText().isEmpty(), effect == u"cleared");
+    QCOMPARE(c.w->gameStarter().isVisible(), effect == u"browser");
     QCOMPARE(QGuiApplication::clipboard()->text(),
-             line == u"/copylocalip" ? QStringLiteral("127.0.0.1") : QStringLiteral("before"));
-    QCOMPARE(c.t.desktop.opened, line == u"/email" ? QStringList{QStringLiteral("mailto:")} : QStringList());
-    if (line.startsWith(QStringLiteral("/gs")) && line == u"/gs")
-        QVERIFY(c.w->gameStarter().isVisible());
+             effect == u"clipboard" ? QStringLiteral("127.0.0.1") : QStringLiteral("before"));
+    QCOMPARE(c.t.desktop.opened, effect == u"mail" ? QStringList{QStringLiteral("mailto:")} : QStringList());
 }
 
-void CommandsTest::chatLineDroppedWhenNotConnected() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    for (const char* line : {"/gs", "/gamestarter", "/game starter"}) {
-        c.w->Text1->setText(QString::fromLatin1(line));
-        QTest::keyClick(c.w->Text1, Qt::Key_Return);
-        QVERIFY(c.w->gameStarter().isVisible());
-        c.w->gameStarter().hide();
-    }
-    QCOMPARE(c.sentSoFar(), QByteArray());
-    c.w->mnudis->trigger();
-    c.w->Text1->setText(QStringLiteral("hello"));
-    QTest::keyClick(c.w->Text1, Qt::Key_Return);
-    QVERIFY(!c.w->isConnected());
-    QCOMPARE(c.server.received(), QByteArray());
-    QVERIFY(c.t.prompts.shown.isEmpty());
+void CommandsTest::lineTypedBeforeTheConnectionIsUpIsKept() {
+    TestServices t;
+    ScriptedChatServer server;
+    Form1 w(t.services());
+    w.Form_Load();
+    w.Text3->setText(QStringLiteral("me"));
+    w.setPassword(QStringLiteral("1"));
+    w.setServerAddress(QStringLiteral("127.0.0.1"), server.port());
+    w.signOn();
+    QVERIFY(!w.isConnected());
+    w.Text1->setText(QStringLiteral("hello"));
+    QTest::keyClick(w.Text1, Qt::Key_Return);
+    QTRY_VERIFY(w.isConnected());
+    w.send(QStringLiteral("MARK"));
+    QTRY_VERIFY(server.received().endsWith("MARK"));
+    // A socket still connecting would have queued the line and sent it ahead of LOGIN.
+    QCOMPARE(server.received(), QByteArray("LOGIN|\xbf|me|\xbf|1MARK"));
+    QCOMPARE(w.Text1->text(), QStringLiteral("hello"));
 }
 
 void CommandsTest::userMenu_data() {
@@ -135,6 +133,9 @@ void CommandsTest::userMenu_data() {
     QTest::newRow("clear subnet bans") << str("mnuCSB") << str("bob") << QByteArray("OPS|\xbf|CSB") << QString();
     QTest::newRow("clear permanent bans") << str("mnuCPB") << str("bob") << QByteArray("OPS|\xbf|CPB") << QString();
     QTest::newRow("clear 60 min bans") << str("mnuCRB") << str("bob") << QByteArray("OPS|\xbf|CRB") << QString();
+    for (const char* item : {"mnuPM", "mnuIS", "mnuFollowUser", "mnuLastLoggedOn", "mnuIG", "mnuUn",
+                             "mnuKick", "mnuBan", "mnuMBAN", "mnuMuzzle"})
+        QTest::addRow("%s, nobody selected", item) << str(item) << QString() << QByteArray() << QString();
     QTest::newRow("commands box")
         << str("mnuCommands") << str("bob") << QByteArray()
         << str("Commands|/clear - Clear you chat screen...\r\n!Seen Name - see when a user last logged in...\r\n"
@@ -153,14 +154,18 @@ void CommandsTest::userMenu() {
     c.w->findChild<QAction*>(item)->trigger();
     QCOMPARE(c.sentSoFar(), sent);
     QCOMPARE(c.t.prompts.lastLine(), prompt);
+    QCOMPARE(c.w->List1->count(), 0);
+    QVERIFY(!c.w->privateWindow(1));
 }
 
 void CommandsTest::privateWindowOpensOnce() {
     SignedOnClient c;
     QVERIFY(c.ready);
     QVERIFY(c.deliver("LIST|\xbf|bob\r\n"));
-    c.w->selectUser(QStringLiteral("bob"));
-    c.w->mnuPM->trigger();
+    c.w->show();
+    QListWidgetItem* bob = c.w->LV1->item(0);
+    // A double click on a member opens the window as "Message" does.
+    QTest::mouseDClick(c.w->LV1->viewport(), Qt::LeftButton, {}, c.w->LV1->visualItemRect(bob).center());
     c.w->mnuPM->trigger();
     QVERIFY(c.w->privateWindow(1));
     QCOMPARE(c.w->privateWindow(1)->windowTitle(), QStringLiteral("Chat With <bob>"));
@@ -251,11 +256,6 @@ void CommandsTest::switchItemsAndClearChat() {
     c.w->mnuSoundEffects->trigger();
     QVERIFY(c.deliver("JOIN|\xbf|bob\r\n"));
     QCOMPARE(c.t.sounds.played, QStringList{c.t.file(QStringLiteral("\\enter.wav"))});
-    for (QAction* toggle : {c.w->mnuIPM, c.w->mnuDEC}) {
-        QVERIFY(!toggle->isChecked());
-        toggle->trigger();
-        QVERIFY(toggle->isChecked());
-    }
     c.w->mnuClearChat->trigger();
     QCOMPARE(c.w->rtb->toPlainText(), QString());
 }

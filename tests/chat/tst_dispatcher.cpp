@@ -4,13 +4,14 @@
 #include "browser/GameStarter.h"
 #include "privatechat/Form3.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QAction>
 #include <QComboBox>
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QAbstractTextDocumentLayout>
+#include <QScrollBar>
 #include <QTextBlock>
 #include <QTextEdit>
 #include <QtTest>
@@ -31,6 +32,7 @@ private Q_SLOTS:
     void followUserFinalJoinsTheGame();
     void dataArrivingDuringAPromptIsTheNextRead();
     void emoticonsAfterCompletedReads();
+    void readerScrolledBackKeepsTheirPlace();
     void linesBeforeABoxAreLaidOutWhenItOpens();
 };
 
@@ -67,11 +69,13 @@ void setUp(SignedOnClient& c, const QString& setup) {
         else if (key == u"quiet")
             c.w->mnuNotify->setChecked(false);
         else if (key == u"playing" || key == u"browsing") {
+            // A game change empties the server fields and warns of the missing game path.
             GameStarter& g = c.w->gameStarter();
+            g.setGameKey(QStringLiteral("Kingpin"));
+            c.t.prompts.shown.clear();
             g.Text3->setText(QStringLiteral("Fred's Bar"));
             g.Text2->setText(QStringLiteral("10.0.0.5"));
             g.Text4->setText(QStringLiteral("31510"));
-            g.setGameKey(QStringLiteral("Kingpin"));
             g.txtPlayingGame->setText(key == u"playing" ? GameStarter::Playing : GameStarter::NotPlaying);
         }
     }
@@ -246,6 +250,8 @@ void DispatcherTest::invalidSignsOff() {
     QVERIFY(c.ready);
     QVERIFY(c.deliver("INVALID\r\nJOIN|\xbf|lost\r\n"));
     QCOMPARE(c.t.prompts.lines(), QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});
+    // The same handling as the server closing the connection.
+    QCOMPARE(c.w->rtb->toPlainText(), QStringLiteral("\nDisconnected..."));
     QCOMPARE(c.w->statusText(), QStringLiteral("Signed Off"));
     QCOMPARE(c.w->connectionText(), QStringLiteral("Not Connected"));
     QVERIFY(!c.w->isConnected());
@@ -277,6 +283,8 @@ void DispatcherTest::whoYouFillsUserInfoInOrder() {
     QVERIFY(c.deliver("PMSG|\xbf|<bob> /WHOYOU Age : 23|@|Email : b@c|@|Website : http://x|@|Hobbys : kp|@|\r\n"));
     Form2& info = c.w->userInfo();
     QVERIFY(info.isVisible());
+    QCOMPARE(info.windowTitle(), QStringLiteral("User Info - bob"));
+    QCOMPARE(info.lblUser->text(), QStringLiteral("Details of bob"));
     QCOMPARE(info.Label[0]->text(), QStringLiteral("Age : 23"));
     QCOMPARE(info.Label[1]->text(), QStringLiteral("Email : b@c"));
     QCOMPARE(info.Label[2]->text(), QStringLiteral("Hobbys : kp"));
@@ -327,6 +335,28 @@ void DispatcherTest::emoticonsAfterCompletedReads() {
     QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ;)")));
     QVERIFY(c.deliver("JOIN|\xbf|bob\r\n"));
     QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ") + picture + QStringLiteral("\n ^ bob Has entered...")));
+}
+
+void DispatcherTest::readerScrolledBackKeepsTheirPlace() {
+    SignedOnClient c;
+    QVERIFY(c.ready);
+    c.w->show();
+    QScrollBar* bar = c.w->rtb->verticalScrollBar();
+    for (int i = 0; i < 5; ++i)
+        QVERIFY(c.deliver(QByteArray("MSG|\xbf|<ann> line\r\n").repeated(20)));
+    QTRY_VERIFY(bar->maximum() > 0);
+    QTRY_COMPARE(bar->value(), bar->maximum());
+    bar->setValue(bar->maximum() / 2);
+    const int place = bar->value();
+    QVERIFY(c.deliver("MSG|\xbf|<ann> while reading\r\n"));
+    c.w->appendLine(QStringLiteral("outside a read"), 0);
+    QCOMPARE(bar->value(), place);
+    // Back at the bottom, new lines are followed again.
+    bar->setValue(bar->maximum());
+    const int bottom = bar->maximum();
+    QVERIFY(c.deliver(QByteArray("MSG|\xbf|<ann> newest\r\n").repeated(5)));
+    QTRY_VERIFY(bar->maximum() > bottom);
+    QTRY_COMPARE(bar->value(), bar->maximum());
 }
 
 void DispatcherTest::linesBeforeABoxAreLaidOutWhenItOpens() {

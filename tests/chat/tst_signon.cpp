@@ -7,8 +7,10 @@
 
 #include <QAction>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTextEdit>
@@ -21,10 +23,12 @@ private Q_SLOTS:
     void passwordRule();
     void signOnSendsLoginAndEmptiesTheUserList();
     void secondSignOnClosesTheFirstConnection();
-    void newAccountShowsTheAccountDialogInsteadOfLogin();
+    void accountRequestEndsSignedOff_data();
+    void accountRequestEndsSignedOff();
     void serverClosingSignsOff();
     void signOffMenu();
-    void refusedConnectionSignsOff();
+    void unreachableServerThenFirstSignOn_data();
+    void unreachableServerThenFirstSignOn();
     void dialogCaptionsAndTips();
 };
 
@@ -36,6 +40,13 @@ struct Room {
     Room() {
         w.Form_Load();
         w.setServerAddress(QStringLiteral("127.0.0.1"), server.port());
+    }
+    // Connects for a new account and returns the account dialog that opens.
+    Form8* accountDialog() {
+        w.mnuNews->trigger();
+        if (!QTest::qWaitFor([this] { return w.findChild<Form8*>() != nullptr; }, 5000))
+            return nullptr;
+        return w.findChild<Form8*>();
     }
     Form7* signOnDialog(const QString& name, const QString& password) {
         w.mnucon->trigger();
@@ -51,35 +62,48 @@ struct Room {
 } // namespace
 
 void SignOnTest::passwordRule_data() {
+    QTest::addColumn<QString>("dialog");
     QTest::addColumn<QString>("password");
     QTest::addColumn<bool>("accepted");
-    QTest::newRow("positive") << QStringLiteral("1234") << true;
-    QTest::newRow("zero") << QStringLiteral("0") << false;
-    QTest::newRow("negative") << QStringLiteral("-5") << false;
-    QTest::newRow("not a number") << QStringLiteral("secret") << false;
-    QTest::newRow("empty") << QString() << false;
-    QTest::newRow("decimal") << QStringLiteral("0.5") << true;
+    const QList<std::pair<const char*, bool>> rows{{"1234", true},    {"0", false}, {"-5", false},
+                                                   {"secret", false}, {"", false},  {"0.5", true}};
+    for (const char* dialog : {"Form7", "Form8"}) {
+        for (const auto& [password, accepted] : rows)
+            QTest::addRow("%s '%s'", dialog, password)
+                << QString::fromLatin1(dialog) << QString::fromLatin1(password) << accepted;
+    }
 }
 
+// The account dialog refuses what the sign-on dialog would refuse, before anything is sent.
 void SignOnTest::passwordRule() {
+    QFETCH(QString, dialog);
     QFETCH(QString, password);
     QFETCH(bool, accepted);
     Room r;
-    Form7* dialog = r.signOnDialog(QStringLiteral("ann"), password);
-    QVERIFY(dialog);
-    QCOMPARE(r.w.password(), password);
-    if (accepted) {
-        QVERIFY(r.t.prompts.shown.isEmpty());
-        QCOMPARE(r.w.statusText(), QStringLiteral("Signing on..."));
-        QVERIFY(!dialog->isVisible());
-        return;
+    QPointer<QDialog> shown;
+    QString toolTip;
+    if (dialog == u"Form7") {
+        Form7* signOn = r.signOnDialog(QStringLiteral("ann"), password);
+        QVERIFY(signOn);
+        shown = signOn;
+        toolTip = signOn->fields.text1[ProfileFields::Password]->toolTip();
+        QCOMPARE(r.w.password(), password);
+        QCOMPARE(r.w.statusText(), accepted ? QStringLiteral("Signing on...") : QStringLiteral("Signed Off"));
+    } else {
+        Form8* account = r.accountDialog();
+        QVERIFY(account);
+        shown = account;
+        toolTip = account->fields.text1[ProfileFields::Password]->toolTip();
+        account->fields.text1[ProfileFields::Password]->setText(password);
+        account->Command1->click();
+        r.w.send(QStringLiteral("MARK"));
+        QTRY_VERIFY(r.server.received().endsWith("MARK"));
+        QCOMPARE(r.server.received().startsWith("NEWACCOUNT"), accepted);
     }
-    QCOMPARE(r.t.prompts.shown.size(), 1);
-    QCOMPARE(r.t.prompts.last().title, QStringLiteral("Quorvel"));
-    QCOMPARE(r.t.prompts.last().text, QStringLiteral("invald password"));
-    QCOMPARE(r.t.prompts.last().icon, Prompts::Icon::Critical);
-    QVERIFY(dialog->isVisible());
-    QCOMPARE(r.w.statusText(), QStringLiteral("Signed Off"));
+    QCOMPARE(toolTip, QStringLiteral("A number greater than zero, for example 4821"));
+    QCOMPARE(r.t.prompts.lines(),
+             accepted ? QStringList() : QStringList{QStringLiteral("Quorvel|invald password|3")});
+    QCOMPARE(shown && shown->isVisible(), !accepted);
 }
 
 void SignOnTest::signOnSendsLoginAndEmptiesTheUserList() {
@@ -110,27 +134,78 @@ void SignOnTest::secondSignOnClosesTheFirstConnection() {
     QVERIFY(!r.w.rtb->toPlainText().contains(QStringLiteral("Disconnected...")));
 }
 
-void SignOnTest::newAccountShowsTheAccountDialogInsteadOfLogin() {
+void SignOnTest::accountRequestEndsSignedOff_data() {
+    QTest::addColumn<QString>("answer"); // what the server sends, or "hang up", or "cancel" (the dialog)
+    QTest::addColumn<QStringList>("prompts");
+    QTest::addColumn<QString>("nickname");
+    QTest::addColumn<QString>("display");
+    QTest::newRow("DONER") << QStringLiteral("DONER\r\n")
+                           << QStringList{QStringLiteral("Quorvel|Thank you, account created ok.|1")}
+                           << QStringLiteral("newbie") << QString();
+    QTest::newRow("INUSE") << QStringLiteral("INUSE\r\n")
+                           << QStringList{QStringLiteral(
+                                  "Quorvel|Unable To Create New Account... Possible Resons, "
+                                  "Invalid Name, Name in Use, You Own 2 Accounts... Please "
+                                  "Check this and Try Again|3")}
+                           << QStringLiteral("old") << QString();
+    QTest::newRow("server hangs up") << QStringLiteral("hang up") << QStringList() << QStringLiteral("old")
+                                     << QStringLiteral("\nDisconnected...");
+    QTest::newRow("dialog cancelled")
+        << QStringLiteral("cancel") << QStringList() << QStringLiteral("old") << QString();
+}
+
+// However the account request ends, the window is back in the plain signed-off state.
+void SignOnTest::accountRequestEndsSignedOff() {
+    QFETCH(QString, answer);
+    QFETCH(QStringList, prompts);
+    QFETCH(QString, nickname);
+    QFETCH(QString, display);
     Room r;
-    r.w.mnuNews->trigger();
-    QCOMPARE(r.w.statusText(), QStringLiteral("Connecting..."));
-    QCOMPARE(r.w.accountCreation(), 1);
-    QTRY_VERIFY(r.w.findChild<Form8*>());
+    r.w.rtb->clear();
+    r.w.Text3->setText(QStringLiteral("old"));
+    r.w.LV1->addItem(QStringLiteral("stale"));
+    Form8* dialog = r.accountDialog();
+    QVERIFY(dialog);
     QCOMPARE(r.w.accountCreation(), 0);
-    auto* dialog = r.w.findChild<Form8*>();
-    auto& f = dialog->fields.text1;
-    f[ProfileFields::AccountName]->setText(QStringLiteral("newbie"));
-    f[ProfileFields::Password]->setText(QStringLiteral("4321"));
-    f[ProfileFields::Age]->setText(QStringLiteral("23"));
-    f[ProfileFields::Email]->setText(QStringLiteral("n@b.org"));
-    f[ProfileFields::Website]->setText(QStringLiteral("http://nb.org"));
-    f[ProfileFields::Hobbies]->setText(QString::fromUtf8("caf\xc3\xa9s"));
-    dialog->Command1->click();
-    QTRY_COMPARE(r.server.received(),
-                 QByteArray("NEWACCOUNT|\xbf|newbie|\xbf|4321|\xbf|23|\xbf|n@b.org|\xbf|http://nb.org|\xbf|caf\xe9s"));
-    QCOMPARE(r.w.identificationEntries(),
-             (QStringList{QStringLiteral("Age : 23"), QStringLiteral("Email : n@b.org"),
-                          QStringLiteral("Website : http://nb.org"), QString::fromUtf8("Hobbys : caf\xc3\xa9s")}));
+    QCOMPARE(r.w.statusText(), QStringLiteral("Signed On"));
+    QCOMPARE(r.w.LV1->count(), 0);
+    QSignalSpy gone(&r.server, &ScriptedChatServer::clientGone);
+    if (answer == u"cancel") {
+        dialog->reject();
+    } else if (answer == u"hang up") {
+        r.server.dropClient();
+    } else {
+        auto& f = dialog->fields.text1;
+        f[ProfileFields::AccountName]->setText(QStringLiteral("newbie"));
+        f[ProfileFields::Password]->setText(QStringLiteral("4321"));
+        f[ProfileFields::Age]->setText(QStringLiteral("23"));
+        f[ProfileFields::Email]->setText(QStringLiteral("n@b.org"));
+        f[ProfileFields::Website]->setText(QStringLiteral("http://nb.org"));
+        f[ProfileFields::Hobbies]->setText(QString::fromUtf8("caf\xc3\xa9s"));
+        dialog->Command1->click();
+        QTRY_COMPARE(r.server.received(),
+                     QByteArray("NEWACCOUNT|\xbf|newbie|\xbf|4321|\xbf|23|\xbf|n@b.org|\xbf|"
+                                "http://nb.org|\xbf|caf\xe9s"));
+        QCOMPARE(r.w.identificationEntries(),
+                 (QStringList{QStringLiteral("Age : 23"), QStringLiteral("Email : n@b.org"),
+                              QStringLiteral("Website : http://nb.org"),
+                              QString::fromUtf8("Hobbys : caf\xc3\xa9s")}));
+        r.server.send(answer.toLatin1());
+    }
+    QTRY_COMPARE(r.w.statusText(), QStringLiteral("Signed Off"));
+    QTRY_COMPARE(gone.count(), 1);
+    QCOMPARE(r.w.connectionText(), QStringLiteral("Not Connected"));
+    QVERIFY(r.w.mnucon->isEnabled());
+    QVERIFY(!r.w.mnudis->isEnabled());
+    QVERIFY(!r.w.mnua->isEnabled());
+    QTRY_VERIFY(!r.w.findChild<Form8*>());
+    QCOMPARE(r.t.prompts.lines(), prompts);
+    QCOMPARE(r.w.Text3->text(), nickname);
+    QCOMPARE(r.w.rtb->toPlainText(), display);
+    // The next sign-on is an ordinary one.
+    r.w.setPassword(QStringLiteral("1"));
+    r.w.signOn();
+    QTRY_VERIFY(r.server.received().endsWith(QByteArray("LOGIN|\xbf|") + nickname.toLatin1() + "|\xbf|1"));
 }
 
 void SignOnTest::serverClosingSignsOff() {
@@ -141,7 +216,7 @@ void SignOnTest::serverClosingSignsOff() {
     r.server.dropClient();
     QTRY_COMPARE(r.w.statusText(), QStringLiteral("Signed Off"));
     QCOMPARE(r.w.connectionText(), QStringLiteral("Not Connected"));
-    QCOMPARE(r.w.rtb->toPlainText(), QStringLiteral("\nDisconnected..."));
+    QVERIFY(r.w.rtb->toPlainText().endsWith(QStringLiteral("\nDisconnected...")));
     QVERIFY(r.w.mnucon->isEnabled());
 }
 
@@ -159,22 +234,47 @@ void SignOnTest::signOffMenu() {
     QVERIFY(!r.w.mnudis->isEnabled());
 }
 
-void SignOnTest::refusedConnectionSignsOff() {
-    TestServices t;
-    Form1 w(t.services());
-    w.Form_Load();
+void SignOnTest::unreachableServerThenFirstSignOn_data() {
+    QTest::addColumn<bool>("newAccount");
+    QTest::newRow("sign on") << false;
+    QTest::newRow("new account") << true;
+}
+
+// Each failed attempt says why once; the greeting stays until a sign-on succeeds.
+void SignOnTest::unreachableServerThenFirstSignOn() {
+    QFETCH(bool, newAccount);
+    Room r;
+    const QString greeting = r.w.rtb->toPlainText();
+    QVERIFY(greeting.startsWith(QStringLiteral("\nWelcome to Quorvel.")));
+    QVERIFY(greeting.contains(QStringLiteral("File > New Account")));
+    QVERIFY(greeting.contains(QStringLiteral("File > Sign on")));
     quint16 closedPort = 0;
     {
         QTcpServer probe;
         probe.listen(QHostAddress::LocalHost, 0);
         closedPort = probe.serverPort();
     }
-    w.setServerAddress(QStringLiteral("127.0.0.1"), closedPort);
-    w.setPassword(QStringLiteral("1"));
-    w.signOn();
-    QTRY_COMPARE(w.statusText(), QStringLiteral("Signed Off"));
-    QCOMPARE(w.connectionText(), QStringLiteral("Not Connected"));
-    QVERIFY(t.prompts.shown.isEmpty());
+    r.w.setServerAddress(QStringLiteral("127.0.0.1"), closedPort);
+    r.w.setPassword(QStringLiteral("1"));
+    const QString failed =
+        QStringLiteral("\nCannot reach the chat server at 127.0.0.1:%1: Connection refused").arg(closedPort);
+    for (int attempt = 1; attempt <= 2; ++attempt) {
+        newAccount ? r.w.mnuNews->trigger() : r.w.signOn();
+        QTRY_COMPARE(r.w.rtb->toPlainText(), greeting + failed.repeated(attempt));
+        QCOMPARE(r.w.statusText(), QStringLiteral("Signed Off"));
+        QCOMPARE(r.w.connectionText(), QStringLiteral("Not Connected"));
+        QVERIFY(r.w.mnucon->isEnabled());
+    }
+    QVERIFY(r.t.prompts.shown.isEmpty());
+
+    r.w.setServerAddress(QStringLiteral("127.0.0.1"), r.server.port());
+    r.w.Text3->setText(QStringLiteral("ann"));
+    r.w.signOn();
+    QTRY_COMPARE(r.server.received(), QByteArray("LOGIN|\xbf|ann|\xbf|1"));
+    QCOMPARE(r.w.rtb->toPlainText(), greeting + failed.repeated(2));
+    r.server.send("LIST|\xbf|ann\r\n");
+    QTRY_COMPARE(r.w.LV1->count(), 1);
+    QCOMPARE(r.w.rtb->toPlainText(), failed.repeated(2));
 }
 
 void SignOnTest::dialogCaptionsAndTips() {
@@ -185,6 +285,8 @@ void SignOnTest::dialogCaptionsAndTips() {
     QCOMPARE(dialog.Command1->toolTip(), QStringLiteral("Sign on to Quorvel"));
     QCOMPARE(dialog.Command2->text(), QStringLiteral("Cancel"));
     QCOMPARE(dialog.Command2->toolTip(), QStringLiteral("Cancel this operation"));
+    Q_EMIT dialog.findChild<QLabel*>(QStringLiteral("lblMail"))->linkActivated(QStringLiteral("mailto:"));
+    QCOMPARE(r.t.desktop.opened, QStringList{QStringLiteral("mailto:")});
     const auto& f = dialog.fields.text1;
     QCOMPARE(f[ProfileFields::Age]->toolTip(), QStringLiteral("Up to 3(chrs) :)"));
     QCOMPARE(f[ProfileFields::Email]->toolTip(), QStringLiteral("Up to 50(chrs)"));

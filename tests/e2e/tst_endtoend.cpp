@@ -8,6 +8,8 @@
 #include "chat/Form7.h"
 #include "chat/Form8.h"
 #include "privatechat/Form3.h"
+#include "server/MasterListFolder.h"
+#include "server/MasterListHttp.h"
 
 #include <QAction>
 #include <QLabel>
@@ -52,6 +54,7 @@ private Q_SLOTS:
     void newAccountThenSignOn();
     void roomPrivateDetailsAndFollow();
     void wrongPasswordIsRefused();
+    void browserFetchesTheCompanionServersList();
 };
 
 void EndToEndTest::newAccountThenSignOn() {
@@ -143,6 +146,32 @@ void EndToEndTest::wrongPasswordIsRefused() {
     QTRY_COMPARE(ann.t.prompts.texts(), QStringList{QStringLiteral("Login Error : Please Try Again")});
     QTRY_COMPARE(ann.w.statusText(), QStringLiteral("Signed Off"));
     QCOMPARE(ann.w.connectionText(), QStringLiteral("Not Connected"));
+}
+
+// A new installation sees servers: the companion server's sample list reaches the browser.
+void EndToEndTest::browserFetchesTheCompanionServersList() {
+    QTemporaryDir data;
+    QVERIFY(MasterListFolder::fillMissing(data.path(), nullptr));
+    MasterListHttp http(data.path());
+    const quint16 port = http.listen(QHostAddress::LocalHost, 0);
+    QVERIFY(port);
+    TestServices t;
+    QFile settings(t.file(QStringLiteral("\\Settings.ini")));
+    QVERIFY(settings.open(QIODevice::WriteOnly));
+    settings.write("[Options]\r\nMasterListHost=127.0.0.1:" + QByteArray::number(port) + "\r\n");
+    settings.close();
+    GameStarter browser(t.services());
+    browser.setGameKey(QStringLiteral("Kingpin"));
+    browser.cmdQvlList->click();
+
+    QFile sample(QDir(data.path()).filePath(QStringLiteral("qvllist-kingpin.qvl")));
+    QVERIFY(sample.open(QIODevice::ReadOnly));
+    const QByteArray list = sample.readAll();
+    QTRY_COMPARE_WITH_TIMEOUT(browser.lblStatus->text(),
+                              QStringLiteral(" Recived Master List : (%1)Bytes ").arg(list.size()), 20000);
+    QCOMPARE(browser.lstMasterServers->count(), list.count('\n') + 1);
+    QVERIFY(browser.lstMasterServers->item(0)->text().endsWith(QStringLiteral(" - 127.0.0.1 - 31510")));
+    QTRY_VERIFY(browser.cmdQvlList->isEnabled());
 }
 
 QTEST_MAIN(EndToEndTest)

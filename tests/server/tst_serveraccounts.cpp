@@ -55,18 +55,9 @@ void TestServerAccounts::accountRequest_data() {
         << (QStringLiteral("NEWACCOUNT") + S + QStringLiteral("eve") + S + QStringLiteral("5"))
         << QByteArray("DONER\r\n");
     QTest::newRow("empty name") << newAccount(QString(), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("21 characters") << newAccount(QStringLiteral("d").repeated(21), QStringLiteral("1"))
-                                   << QByteArray("INUSE\r\n");
+    // The name rules themselves are tested on their own; one broken name shows they are applied.
     QTest::newRow("blank inside") << newAccount(QStringLiteral("da ve"), QStringLiteral("1"))
                                   << QByteArray("INUSE\r\n");
-    QTest::newRow("less-than") << newAccount(QStringLiteral("<dave"), QStringLiteral("1"))
-                               << QByteArray("INUSE\r\n");
-    QTest::newRow("greater-than") << newAccount(QStringLiteral("dave>"), QStringLiteral("1"))
-                                  << QByteArray("INUSE\r\n");
-    QTest::newRow("bar") << newAccount(QStringLiteral("da|ve"), QStringLiteral("1"))
-                         << QByteArray("INUSE\r\n");
-    QTest::newRow("control character")
-        << newAccount(QStringLiteral("da\u0007ve"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
     QTest::newRow("taken") << newAccount(QStringLiteral("alice"), QStringLiteral("1"))
                            << QByteArray("INUSE\r\n");
     QTest::newRow("taken in other case")
@@ -75,6 +66,11 @@ void TestServerAccounts::accountRequest_data() {
         << newAccount(QStringLiteral("quorvel"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
     QTest::newRow("empty password") << newAccount(QStringLiteral("dave"), QString())
                                     << QByteArray("INUSE\r\n");
+    // Passwords the sign-on dialog refuses: such an account could never be used.
+    QTest::newRow("word password") << newAccount(QStringLiteral("dave"), QStringLiteral("secret"))
+                                   << QByteArray("INUSE\r\n");
+    QTest::newRow("zero password") << newAccount(QStringLiteral("dave"), QStringLiteral("0"))
+                                   << QByteArray("INUSE\r\n");
 }
 
 void TestServerAccounts::accountRequest() {

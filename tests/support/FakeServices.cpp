@@ -59,6 +59,15 @@ QString FakePrompts::chooseFolder(const QString& title, const QString& folder) {
     return f;
 }
 
+std::optional<qint64> FakePrompts::chooseColour(const QString& title, qint64 currentBgr) {
+    record({QStringLiteral("chooseColour"), title, {}, Icon::None, Buttons::OkCancel, QString::number(currentBgr)});
+    if (colours.empty())
+        return std::nullopt;
+    const std::optional<qint64> c = colours.front();
+    colours.pop_front();
+    return c;
+}
+
 bool FakeDesktop::openWithShell(const QString& documentOrAddress) {
     opened.append(documentOrAddress);
     return succeed;

@@ -15,7 +15,7 @@
 class FakePrompts final : public Prompts {
 public:
     struct Shown {
-        QString kind; // "message", "input", "openFile", "chooseFolder"
+        QString kind; // "message", "input", "openFile", "chooseFolder", "chooseColour"
         QString title;
         QString text;
         Icon icon = Icon::None;
@@ -30,6 +30,8 @@ public:
     std::deque<std::optional<QString>> inputs;
     std::deque<QString> files;
     std::deque<QString> folders;
+    // Colour dialog answers in blue-green-red; nullopt (or none left) cancels.
+    std::deque<std::optional<qint64>> colours;
     // Runs while a prompt is "open", to let a test act as the event loop would meanwhile.
     std::function<void(const Shown&)> whileOpen;
 
@@ -43,6 +45,7 @@ public:
     std::optional<QString> input(const QString& prompt, const QString& title, const QString& proposed) override;
     QString openFile(const QString& title, const QString& folder, const QString& filter) override;
     QString chooseFolder(const QString& title, const QString& folder) override;
+    std::optional<qint64> chooseColour(const QString& title, qint64 currentBgr) override;
 
 private:
     void record(Shown s);

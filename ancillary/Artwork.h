@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QIcon>
+#include <QPixmap>
+
+// The pictures we drew for the program (assets/, made by scripts/make-artwork).
+namespace Artwork {
+// The application icon at every size we ship, 16 to 256 pixels.
+QIcon applicationIcon();
+QPixmap splashPicture();
+} // namespace Artwork

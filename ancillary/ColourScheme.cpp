@@ -1,0 +1,58 @@
+#include "ancillary/ColourScheme.h"
+
+#include "app/MainSettings.h"
+
+namespace ColourScheme {
+
+namespace {
+constexpr qint64 White = 0xFFFFFF;
+constexpr qint64 Black = 0;
+constexpr qint64 Orange = 0x80FF; // blue-green-red
+constexpr qint64 ButtonFace = 0xF0F0F0;
+} // namespace
+
+const std::array<RoleInfo, RoleCount>& roles() {
+    static const std::array<RoleInfo, RoleCount> table{{
+        {ColourRole::MainBackground, "Main BackGround", White},
+        {ColourRole::MainText, "Main Text Color", Black},
+        {ColourRole::Emotion, "Emotion Color", Orange},
+        {ColourRole::NickBackground, "Nick BackGround", White},
+        {ColourRole::NickText, "Nick Text Color", Black},
+        {ColourRole::InputBackground, "Input BackGround", White},
+        {ColourRole::InputText, "Input Text Color", Black},
+        {ColourRole::BoxBackground, "Box BackGround", White},
+        {ColourRole::BoxText, "Box Text Color", Black},
+        {ColourRole::WindowBackground, "Window BackGround", ButtonFace},
+    }};
+    return table;
+}
+
+const RoleInfo& info(ColourRole role) {
+    return roles()[std::size_t(role)];
+}
+
+std::optional<qint64>* settingsValue(MainSettings& settings, ColourRole role) {
+    switch (role) {
+    case ColourRole::MainBackground:
+        return &settings.displayBackground;
+    case ColourRole::MainText:
+        return &settings.displayText;
+    case ColourRole::NickBackground:
+        return &settings.userListBackground;
+    case ColourRole::InputBackground:
+        return &settings.inputBackground;
+    case ColourRole::InputText:
+        return &settings.inputText;
+    case ColourRole::BoxBackground:
+        return &settings.boxBackground;
+    case ColourRole::BoxText:
+        return &settings.boxText;
+    case ColourRole::Emotion:
+    case ColourRole::NickText:
+    case ColourRole::WindowBackground:
+        break;
+    }
+    return nullptr;
+}
+
+} // namespace ColourScheme
