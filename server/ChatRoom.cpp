@@ -13,7 +13,6 @@
 
 #include <QMessageAuthenticationCode>
 #include <QPointer>
-#include <QRandomGenerator>
 #include <QTimer>
 
 const QString ChatRoom::ServerName = QStringLiteral("Quorvel");
@@ -124,8 +123,7 @@ void ChatRoom::checkLogin(MemberSession* session, const QString& name, const QSt
                          m_throttle.succeeded(session->address(), key);
                          session->setAccountName(account->name);
                          if (online(account->name)) {
-                             // The account is signed on elsewhere: this session must pick another display
-                             // name.
+                             // Signed on elsewhere: this session must pick another display name.
                              session->setState(MemberSession::State::AwaitingNick);
                              session->send(QString(ChatProtocol::Nick));
                              return;
