@@ -216,8 +216,8 @@ int flood(quint16 port, int seconds) {
     }
     const RoundTrips flooded = roundTrips(bystander, bystanderLine, seconds * 1000);
     QTextStream(stdout) << QStringLiteral(
-                               "flood: bystander round trip idle median %1 ms (90%% %2 ms); during a "
-                               "LOGIN flood from 8 addresses median %3 ms (90%% %4 ms), %5 LOGINs "
+                               "flood: bystander round trip idle median %1 ms (90% %2 ms); during a "
+                               "LOGIN flood from 8 addresses median %3 ms (90% %4 ms), %5 LOGINs "
                                "answered in %6 s; ratio of medians %7\n")
                                .arg(idle.median, 0, 'f', 2)
                                .arg(idle.p90, 0, 'f', 2)
