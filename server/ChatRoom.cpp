@@ -6,7 +6,7 @@
 #include "common/Windows1252.h"
 #include "server/AccountStore.h"
 #include "server/AddressRules.h"
-#include "server/DatabaseWriter.h"
+#include "server/DatabaseThreads.h"
 #include "server/MemberSession.h"
 #include "server/NameRules.h"
 #include "server/PasswordHasher.h"
@@ -17,11 +17,11 @@
 
 const QString ChatRoom::ServerName = QStringLiteral("Quorvel");
 
-ChatRoom::ChatRoom(AccountStore& store, DatabaseWriter& writer, const ServerLimits& limits, NowFunction now,
-                   QObject* parent)
+ChatRoom::ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits,
+                   NowFunction now, QObject* parent)
     : QObject(parent)
     , m_store(store)
-    , m_writer(writer)
+    , m_database(database)
     , m_hasher(new PasswordHasher(this))
     , m_limits(limits)
     , m_now(std::move(now))
@@ -83,16 +83,29 @@ void ChatRoom::handleLogin(MemberSession* session, const QStringList& fields) {
 }
 
 void ChatRoom::checkLogin(MemberSession* session, const QString& name, const QString& password) {
-    const QString address = session->address();
-    m_store.clearFailure();
-    std::optional<AccountStore::Credentials> account;
-    bool banned = false;
-    if (NameRules::isValidName(name)) {
-        account = m_store.credentials(name);
-        banned =
-            account && m_store.isBanned(account->name, address, AddressRules::subnetOf(address), m_now());
-    }
-    const bool databaseFailed = m_store.failed();
+    struct Found {
+        std::optional<AccountStore::Credentials> account;
+        bool banned = false;
+    };
+    const auto found = std::make_shared<Found>();
+    m_database.read(
+        this,
+        [found, name, address = session->address(), now = m_now()](AccountStore& store) {
+            if (!NameRules::isValidName(name))
+                return;
+            found->account = store.credentials(name);
+            found->banned = found->account && store.isBanned(found->account->name, address,
+                                                             AddressRules::subnetOf(address), now);
+        },
+        [this, session = QPointer(session), found, name, password](bool succeeded) {
+            if (session && session->state() == MemberSession::State::Checking)
+                compareLogin(session, name, password, found->account, found->banned, !succeeded);
+        });
+}
+
+void ChatRoom::compareLogin(MemberSession* session, const QString& name, const QString& password,
+                            const std::optional<AccountStore::Credentials>& account, bool banned,
+                            bool databaseFailed) {
     // A name that is no account is checked against a stand-in password of the same cost, so
     // that the time to the answer tells nobody which names exist.
     PasswordHash::Stored stored;
@@ -185,7 +198,7 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
             const PasswordHash::Stored stored{salt, hash, iterations};
             const int cap = m_limits.accountsPerAddress;
             const QDateTime now = m_now();
-            m_writer.change(
+            m_database.change(
                 this, [=](AccountStore& store) { *result = store.createAccount(account, stored, cap, now); },
                 [this, session, result](bool committed) {
                     if (!session || session->state() != MemberSession::State::Checking)
@@ -235,7 +248,7 @@ void ChatRoom::departed(MemberSession* session) {
     const QDateTime now = m_now();
     m_departedAt.insert(NameRules::key(session->accountName()), now);
     // Due, so it waits in the writer's queue for as long as the database refuses it.
-    m_writer.changeWhenPossible(
+    m_database.changeWhenPossible(
         [account = session->accountName(), now](AccountStore& store) { store.recordSeen(account, now); });
     broadcast(ChatMessage::build(ChatProtocol::Part, {session->displayName()}));
     emit memberLeft(session->displayName());

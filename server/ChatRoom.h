@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/AccountStore.h"
 #include "server/ServerClock.h"
 #include "server/ServerLimits.h"
 #include "server/SignOnThrottle.h"
@@ -12,8 +13,7 @@
 #include <QString>
 #include <QStringList>
 
-class AccountStore;
-class DatabaseWriter;
+class DatabaseThreads;
 class MemberSession;
 class PasswordHasher;
 
@@ -25,8 +25,8 @@ public:
     // The name the server's own lines carry ("<Quorvel> ..."); no account may take it.
     static const QString ServerName;
 
-    // Reads go to store on this thread; every change goes through writer.
-    ChatRoom(AccountStore& store, DatabaseWriter& writer, const ServerLimits& limits, NowFunction now,
+    // Sign-on reads and every change go through database; the other reads to store, on this thread.
+    ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits, NowFunction now,
              QObject* parent = nullptr);
 
     void setMessageOfTheDay(const QString& text) { m_messageOfTheDay = text; }
@@ -43,6 +43,9 @@ private:
     // Sign-on and accounts.
     void handleLogin(MemberSession* session, const QStringList& fields);
     void checkLogin(MemberSession* session, const QString& name, const QString& password);
+    void compareLogin(MemberSession* session, const QString& name, const QString& password,
+                      const std::optional<AccountStore::Credentials>& account, bool banned,
+                      bool databaseFailed);
     void handleNick(MemberSession* session, const QStringList& fields);
     void handleNewAccount(MemberSession* session, const QStringList& fields);
     void signOn(MemberSession* session, const QString& displayName);
@@ -75,7 +78,7 @@ private:
     void removeFromRoom(MemberSession* session, const QString& closingNotice);
 
     AccountStore& m_store;
-    DatabaseWriter& m_writer;
+    DatabaseThreads& m_database;
     PasswordHasher* m_hasher;
     ServerLimits m_limits;
     NowFunction m_now;

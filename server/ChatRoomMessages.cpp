@@ -4,7 +4,7 @@
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
 #include "server/AccountStore.h"
-#include "server/DatabaseWriter.h"
+#include "server/DatabaseThreads.h"
 #include "server/MemberSession.h"
 #include "server/NameRules.h"
 
@@ -141,7 +141,7 @@ void ChatRoom::handleNews(MemberSession* session, const QStringList& fields) {
         return;
     }
     const AccountStore::NewsItem item{session->displayName(), headline, body, m_now()};
-    m_writer.change(
+    m_database.change(
         this, [item](AccountStore& store) { store.postNews(item); },
         [this, session = QPointer(session), item](bool committed) {
             if (!committed) {

@@ -5,7 +5,7 @@
 #include "chat/ChatProtocol.h"
 #include "server/AccountStore.h"
 #include "server/AddressRules.h"
-#include "server/DatabaseWriter.h"
+#include "server/DatabaseThreads.h"
 #include "server/MemberSession.h"
 #include "server/NameRules.h"
 
@@ -68,7 +68,7 @@ void ChatRoom::ban(MemberSession* op, const QString& target) {
     const BanKind kind = escalate ? BanKind::Permanent : BanKind::Timed;
     const std::optional<QDateTime> expires =
         escalate ? std::nullopt : std::optional<QDateTime>(m_now().addSecs(TimedBanMinutes * 60));
-    m_writer.change(
+    m_database.change(
         this, [=](AccountStore& store) { store.addBan(kind, account, address, expires); },
         [this, op = QPointer(op), member = QPointer(member), target, escalate](bool committed) {
             if (!committed) {
@@ -93,7 +93,7 @@ void ChatRoom::subnetBan(MemberSession* op, const QString& target) {
         return;
     }
     const QString subnet = AddressRules::subnetOf(member->address());
-    m_writer.change(
+    m_database.change(
         this,
         [subnet, account = member->accountName()](AccountStore& store) {
             store.addBan(BanKind::Subnet, account, subnet, std::nullopt);
@@ -136,7 +136,7 @@ void ChatRoom::clearBans(MemberSession* op, const QString& word) {
                          : word == ChatProtocol::OpClearPermanentBans ? BanKind::Permanent
                                                                       : BanKind::Timed;
     const auto removed = std::make_shared<int>(-1);
-    m_writer.change(
+    m_database.change(
         this, [kind, removed](AccountStore& store) { *removed = store.clearBans(kind); },
         [this, op = QPointer(op), kind, removed](bool committed) {
             if (!op)

@@ -10,7 +10,7 @@
 
 class AccountStore;
 class ChatRoom;
-class DatabaseWriter;
+class DatabaseThreads;
 class MemberSession;
 class QTcpServer;
 class QTimer;
@@ -20,7 +20,7 @@ class QTimer;
 class ChatServer : public QObject {
     Q_OBJECT
 public:
-    ChatServer(AccountStore& store, DatabaseWriter& writer, const ServerLimits& limits,
+    ChatServer(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits,
                NowFunction now = systemNow(), QObject* parent = nullptr);
     ~ChatServer() override;
 

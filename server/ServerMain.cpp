@@ -3,7 +3,7 @@
 #include "server/AdminCommand.h"
 #include "server/ChatRoom.h"
 #include "server/ChatServer.h"
-#include "server/DatabaseWriter.h"
+#include "server/DatabaseThreads.h"
 #include "server/MasterListFolder.h"
 #include "server/MasterListHttp.h"
 #include "server/ServerOptions.h"
@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
     }
     // The room reads on this thread; reads never wait for a writer, and for anything else only briefly.
     AccountStore::Config readerConfig = options.database;
-    readerConfig.lockWaitMs = DatabaseWriter::LockWaitMs;
+    readerConfig.lockWaitMs = DatabaseThreads::LockWaitMs;
     AccountStore store(options.command.isEmpty() ? readerConfig : options.database);
     if (!store.open(&error)) {
         err << "quorvel-server: cannot open the database: " << error << '\n';
@@ -52,12 +52,12 @@ int main(int argc, char** argv) {
         err << "quorvel-server: " << error << '\n';
         return 1;
     }
-    DatabaseWriter writer(options.database);
-    if (!writer.open(&error)) {
+    DatabaseThreads database(options.database);
+    if (!database.open(&error)) {
         err << "quorvel-server: cannot open the database for writing: " << error << '\n';
         return 1;
     }
-    ChatServer chat(store, writer, options.limits);
+    ChatServer chat(store, database, options.limits);
     chat.room().setMessageOfTheDay(options.messageOfTheDay);
     if (!chat.listen(options.listenAddress, options.chatPort)) {
         err << "quorvel-server: cannot listen for chat on port " << options.chatPort << ": "

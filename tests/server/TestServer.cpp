@@ -54,7 +54,7 @@ TestServer::TestServer(ServerLimits limits, Backend backend)
 
 TestServer::~TestServer() {
     m_server.reset();
-    m_writer.reset();
+    m_database.reset();
     m_store.reset();
     if (m_backend == Backend::PostgreSql)
         onPostgresCluster(QStringLiteral("DROP DATABASE %1 WITH (FORCE)").arg(m_postgresName));
@@ -117,17 +117,17 @@ void TestServer::start() {
     QString error;
     if (!m_store->open(&error))
         qFatal("test database: %s", qPrintable(error));
-    m_writer = std::make_unique<DatabaseWriter>(config, 1000);
-    if (!m_writer->open(&error))
+    m_database = std::make_unique<DatabaseThreads>(config, 1000);
+    if (!m_database->open(&error))
         qFatal("test database writer: %s", qPrintable(error));
-    m_server = std::make_unique<ChatServer>(*m_store, *m_writer, m_limits, [this] { return m_now; });
+    m_server = std::make_unique<ChatServer>(*m_store, *m_database, m_limits, [this] { return m_now; });
     if (!m_server->listen(QHostAddress::LocalHost, 0))
         qFatal("test server cannot listen");
 }
 
 void TestServer::restart() {
     m_server.reset();
-    m_writer.reset();
+    m_database.reset();
     m_store.reset();
     start();
 }

@@ -3,7 +3,7 @@
 #include "server/AccountStore.h"
 #include "server/ChatRoom.h"
 #include "server/ChatServer.h"
-#include "server/DatabaseWriter.h"
+#include "server/DatabaseThreads.h"
 #include "server/ServerLimits.h"
 
 #include "ServerTestClient.h"
@@ -73,6 +73,6 @@ private:
     QTemporaryDir m_dir;
     QDateTime m_now = QDateTime(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC);
     std::unique_ptr<AccountStore> m_store;
-    std::unique_ptr<DatabaseWriter> m_writer;
+    std::unique_ptr<DatabaseThreads> m_database;
     std::unique_ptr<ChatServer> m_server;
 };

@@ -1,4 +1,4 @@
-#include "server/DatabaseWriter.h"
+#include "server/DatabaseThreads.h"
 
 #include <QDeadlineTimer>
 #include <QTimer>
@@ -12,19 +12,19 @@ constexpr int LongestRetryMs = 1000;
 constexpr int ShutdownPatienceMs = 5000;
 } // namespace
 
-// The part that lives on the writer's thread: the connection and the queue.
-class DatabaseWriterThread : public QObject {
+// One thread's part: its connection and its queue.
+class DatabaseLane : public QObject {
 public:
     struct Pending {
         quint64 id; // 0 for a change nobody waits for
-        DatabaseWriter::Change work;
+        DatabaseThreads::Work work;
         QDeadlineTimer deadline; // forever for a change that must land
     };
 
-    DatabaseWriterThread(AccountStore::Config config, std::function<void(quint64, bool)> report)
+    DatabaseLane(AccountStore::Config config, std::function<void(quint64, bool)> report)
         : m_config(std::move(config))
         , m_report(std::move(report))
-        , m_retry(new QTimer(this)) { // a child, so that it moves to the writer's thread with us
+        , m_retry(new QTimer(this)) { // a child, so that it moves to the lane's thread with us
         m_retry->setSingleShot(true);
         connect(m_retry, &QTimer::timeout, this, [this] { drain(); });
     }
@@ -93,59 +93,75 @@ private:
     int m_retryMs = 0;
 };
 
-DatabaseWriter::DatabaseWriter(AccountStore::Config config, int patienceMs, QObject* parent)
+DatabaseThreads::DatabaseThreads(AccountStore::Config config, int patienceMs, QObject* parent)
     : QObject(parent)
     , m_patienceMs(patienceMs) {
-    m_thread.setObjectName(QStringLiteral("database writer"));
     config.lockWaitMs = LockWaitMs;
-    m_worker = new DatabaseWriterThread(std::move(config), [this](quint64 id, bool committed) {
+    startLane(m_writer, QStringLiteral("database writer"), config);
+    startLane(m_reader, QStringLiteral("database reader"), config);
+}
+
+void DatabaseThreads::startLane(Lane& lane, const QString& name, const AccountStore::Config& config) {
+    lane.thread.setObjectName(name);
+    lane.worker = new DatabaseLane(config, [this](quint64 id, bool succeeded) {
         if (id != 0)
             QMetaObject::invokeMethod(
-                this, [this, id, committed] { onFinished(id, committed); }, Qt::QueuedConnection);
+                this, [this, id, succeeded] { onFinished(id, succeeded); }, Qt::QueuedConnection);
     });
-    m_worker->moveToThread(&m_thread);
-    m_thread.start();
+    lane.worker->moveToThread(&lane.thread);
+    lane.thread.start();
 }
 
-DatabaseWriter::~DatabaseWriter() {
-    QMetaObject::invokeMethod(
-        m_worker, [this] { m_worker->finish(); }, Qt::BlockingQueuedConnection);
-    m_thread.quit();
-    m_thread.wait();
-    delete m_worker;
+DatabaseThreads::~DatabaseThreads() {
+    for (Lane* lane : {&m_reader, &m_writer}) {
+        QMetaObject::invokeMethod(
+            lane->worker, [lane] { lane->worker->finish(); }, Qt::BlockingQueuedConnection);
+        lane->thread.quit();
+        lane->thread.wait();
+        delete lane->worker;
+    }
 }
 
-bool DatabaseWriter::open(QString* error) {
-    bool opened = false;
-    QMetaObject::invokeMethod(
-        m_worker, [&] { opened = m_worker->open(error); }, Qt::BlockingQueuedConnection);
+bool DatabaseThreads::open(QString* error) {
+    bool opened = true;
+    for (Lane* lane : {&m_writer, &m_reader}) {
+        QMetaObject::invokeMethod(
+            lane->worker, [&] { opened = opened && lane->worker->open(error); },
+            Qt::BlockingQueuedConnection);
+    }
     return opened;
 }
 
-void DatabaseWriter::change(QObject* context, Change work, Done done) {
+void DatabaseThreads::post(Lane& lane, quint64 id, Work work, int patienceMs) {
+    QMetaObject::invokeMethod(
+        lane.worker,
+        [worker = lane.worker,
+         pending = DatabaseLane::Pending{id, std::move(work),
+                                         patienceMs < 0 ? QDeadlineTimer(QDeadlineTimer::Forever)
+                                                        : QDeadlineTimer(patienceMs)}]() mutable {
+            worker->add(std::move(pending));
+        },
+        Qt::QueuedConnection);
+}
+
+void DatabaseThreads::change(QObject* context, Work work, Done done) {
     const quint64 id = m_nextId++;
     m_waiting.insert(id, Waiting{context, std::move(done)});
-    QMetaObject::invokeMethod(
-        m_worker,
-        [worker = m_worker, pending = DatabaseWriterThread::Pending{id, std::move(work),
-                                                                    QDeadlineTimer(m_patienceMs)}]() mutable {
-            worker->add(std::move(pending));
-        },
-        Qt::QueuedConnection);
+    post(m_writer, id, std::move(work), m_patienceMs);
 }
 
-void DatabaseWriter::changeWhenPossible(Change work) {
-    QMetaObject::invokeMethod(
-        m_worker,
-        [worker = m_worker,
-         pending = DatabaseWriterThread::Pending{0, std::move(work), QDeadlineTimer::Forever}]() mutable {
-            worker->add(std::move(pending));
-        },
-        Qt::QueuedConnection);
+void DatabaseThreads::changeWhenPossible(Work work) {
+    post(m_writer, 0, std::move(work), -1);
 }
 
-void DatabaseWriter::onFinished(quint64 id, bool committed) {
+void DatabaseThreads::read(QObject* context, Work work, Done done) {
+    const quint64 id = m_nextId++;
+    m_waiting.insert(id, Waiting{context, std::move(done)});
+    post(m_reader, id, std::move(work), m_patienceMs);
+}
+
+void DatabaseThreads::onFinished(quint64 id, bool succeeded) {
     const Waiting waiting = m_waiting.take(id);
     if (waiting.context && waiting.done)
-        waiting.done(committed);
+        waiting.done(succeeded);
 }
