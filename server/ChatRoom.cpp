@@ -10,6 +10,7 @@
 #include "server/MemberSession.h"
 #include "server/NameRules.h"
 #include "server/PasswordHasher.h"
+#include "server/RelayedText.h"
 
 #include <QMessageAuthenticationCode>
 #include <QPointer>
@@ -56,18 +57,20 @@ void ChatRoom::handle(MemberSession* session, const QStringList& fields) {
     case MemberSession::State::SignedOn:
         break;
     }
+    // Everything below is passed on to other members in some form.
+    const QStringList relayed = RelayedText::withoutControls(fields);
     if (word == ChatProtocol::Msg)
-        handleMsg(session, fields);
+        handleMsg(session, relayed);
     else if (word == ChatProtocol::PrivateMsg)
-        handlePrivate(session, fields);
+        handlePrivate(session, relayed);
     else if (word == ChatProtocol::FollowUser)
-        handleFollow(session, fields);
+        handleFollow(session, relayed);
     else if (word == ChatProtocol::FollowUserBack)
-        handleFollowAnswer(session, fields);
+        handleFollowAnswer(session, relayed);
     else if (word == ChatProtocol::News)
-        handleNews(session, fields);
+        handleNews(session, relayed);
     else if (word == ChatProtocol::Ops)
-        handleOps(session, fields);
+        handleOps(session, relayed);
     // PING answers only show the member is alive; the session has noted that. Anything else is ignored.
 }
 
@@ -129,8 +132,7 @@ void ChatRoom::compareLogin(MemberSession* session, const QString& name, const Q
                          }
                          if (!account || banned || !PasswordHash::matches(expected, hash)) {
                              m_throttle.failed(session->address(), key);
-                             session->send(QString(ChatProtocol::Invalid));
-                             session->closeAfterSending();
+                             refuseSignOn(session);
                              return;
                          }
                          m_throttle.succeeded(session->address(), key);
@@ -138,7 +140,8 @@ void ChatRoom::compareLogin(MemberSession* session, const QString& name, const Q
                          if (online(account->name)) {
                              // Signed on elsewhere: this session must pick another display name.
                              session->setState(MemberSession::State::AwaitingNick);
-                             session->send(QString(ChatProtocol::Nick));
+                             m_awaitingNick.append(session);
+                             askForDisplayName(session);
                              return;
                          }
                          signOn(session, account->name);
@@ -146,19 +149,48 @@ void ChatRoom::compareLogin(MemberSession* session, const QString& name, const Q
 }
 
 void ChatRoom::handleNick(MemberSession* session, const QStringList& fields) {
-    const QString wanted = ChatMessage::field(fields, 1);
-    if (!NameRules::isValidName(wanted) || !isDisplayNameFree(wanted, session->accountName())) {
-        session->send(QString(ChatProtocol::Nick));
+    // A ban may have landed while the member was choosing.
+    if (isBanned(session, session->accountName())) {
+        refuseSignOn(session);
         return;
     }
+    const QString wanted = ChatMessage::field(fields, 1);
+    if (!isDisplayNameFree(wanted, session->accountName())) {
+        askForDisplayName(session);
+        return;
+    }
+    m_awaitingNick.removeOne(session);
     signOn(session, wanted);
 }
 
+void ChatRoom::askForDisplayName(MemberSession* session) {
+    serverMessage(session, QStringLiteral("%1 is already signed on. Choose a name of the form %1%2place, "
+                                          "at most %3 characters, for example %1%2home.")
+                               .arg(session->accountName())
+                               .arg(NameRules::SessionTagMark)
+                               .arg(NameRules::MaxNameLength));
+    session->send(QString(ChatProtocol::Nick));
+}
+
+void ChatRoom::refuseSignOn(MemberSession* session) {
+    m_awaitingNick.removeOne(session);
+    session->send(QString(ChatProtocol::Invalid));
+    session->closeAfterSending();
+}
+
+bool ChatRoom::isBanned(MemberSession* session, const QString& account) const {
+    const QString address = session->address();
+    return m_store.isBanned(account, address, AddressRules::subnetOf(address), m_now());
+}
+
 bool ChatRoom::isDisplayNameFree(const QString& name, const QString& ownAccount) const {
-    if (online(name) || NameRules::key(name) == NameRules::key(ServerName))
-        return false;
-    // Another member's account name is theirs even while they are away.
-    return NameRules::key(name) == NameRules::key(ownAccount) || !m_store.accountExists(name);
+    // An extra session's name carries the account's own name and a mark no account name may
+    // hold, so it can neither pose as another member nor take a name a future account wants.
+    // An older account whose name has the mark keeps it. The account's own name is fine once
+    // its other session has gone.
+    const bool ownName = NameRules::key(name) == NameRules::key(ownAccount);
+    return (ownName || (NameRules::isSessionName(name, ownAccount) && !m_store.accountExists(name))) &&
+           !online(name);
 }
 
 void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& fields) {
@@ -170,7 +202,7 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
     account.website = ChatMessage::field(fields, 5);
     account.hobbies = ChatMessage::field(fields, 6);
     account.address = session->address();
-    const bool acceptable = NameRules::isValidName(account.name) &&
+    const bool acceptable = NameRules::isValidAccountName(account.name) &&
                             NameRules::key(account.name) != NameRules::key(ServerName) &&
                             PasswordRule::isAcceptable(account.password);
     if (!acceptable) {
@@ -225,14 +257,17 @@ void ChatRoom::signOn(MemberSession* session, const QString& displayName) {
     if (!m_messageOfTheDay.isEmpty())
         serverMessage(session, m_messageOfTheDay);
     if (const auto news = m_store.latestNews()) {
-        serverMessage(session, QStringLiteral("Latest news (%1, %2): %3 - %4")
-                                   .arg(news->posted.toString(QStringLiteral("yyyy-MM-dd")), news->author,
-                                        news->headline, news->body));
+        // News stored before control characters were removed on arrival is cleaned here.
+        serverMessage(session, RelayedText::withoutControls(
+                                   QStringLiteral("Latest news (%1, %2): %3 - %4")
+                                       .arg(news->posted.toString(QStringLiteral("yyyy-MM-dd")), news->author,
+                                            news->headline, news->body)));
     }
     emit memberSignedOn(displayName);
 }
 
 void ChatRoom::departed(MemberSession* session) {
+    m_awaitingNick.removeOne(session);
     const qsizetype index = m_members.indexOf(session);
     if (index < 0)
         return;
@@ -260,6 +295,21 @@ void ChatRoom::removeFromRoom(MemberSession* session, const QString& closingNoti
     departed(session);
 }
 
+QList<MemberSession*> ChatRoom::sessionsOfAccount(const QString& account) const {
+    const QString key = NameRules::key(account);
+    QList<MemberSession*> sessions;
+    for (MemberSession* session : m_members + m_awaitingNick) {
+        if (NameRules::key(session->accountName()) == key)
+            sessions.append(session);
+    }
+    return sessions;
+}
+
+void ChatRoom::removeAccount(const QString& account, const QString& closingNotice) {
+    for (MemberSession* session : sessionsOfAccount(account))
+        removeFromRoom(session, closingNotice);
+}
+
 MemberSession* ChatRoom::online(const QString& displayName) const {
     return m_byName.value(NameRules::key(displayName), nullptr);
 }
@@ -268,9 +318,10 @@ void ChatRoom::broadcast(const QString& message, MemberSession* except) {
     // A copy: a member dropped for not reading leaves through the event loop, never mid-loop.
     const QList<MemberSession*> members = m_members;
     const QByteArray line = Windows1252::encode(message + ChatProtocol::LineEnd);
+    const DeliveryQueue::Kind kind = DeliveryQueue::classify(line, m_limits.strictDelivery);
     for (MemberSession* member : members) {
         if (member != except)
-            member->sendEncoded(line);
+            member->sendEncoded(line, kind);
     }
 }
 

@@ -50,6 +50,9 @@ private:
     void handleNewAccount(MemberSession* session, const QStringList& fields);
     void signOn(MemberSession* session, const QString& displayName);
     bool isDisplayNameFree(const QString& name, const QString& ownAccount) const;
+    bool isBanned(MemberSession* session, const QString& account) const;
+    void askForDisplayName(MemberSession* session);
+    void refuseSignOn(MemberSession* session);
 
     // Chat.
     void handleMsg(MemberSession* session, const QStringList& fields);
@@ -76,6 +79,9 @@ private:
     void serverMessage(MemberSession* session, const QString& text); // an SMSG box
     void databaseTrouble(MemberSession* session, const QString& consequence);
     void removeFromRoom(MemberSession* session, const QString& closingNotice);
+    // Every session of an account, signed on or still choosing its display name.
+    QList<MemberSession*> sessionsOfAccount(const QString& account) const;
+    void removeAccount(const QString& account, const QString& closingNotice);
 
     AccountStore& m_store;
     DatabaseThreads& m_database;
@@ -86,6 +92,8 @@ private:
     // In sign-on order, which is the order of the LIST lines a newcomer receives.
     QList<MemberSession*> m_members;
     QHash<QString, MemberSession*> m_byName;
+    // Sessions of accounts already online, sent NICK and not yet answered.
+    QList<MemberSession*> m_awaitingNick;
     // Account keys of suspended members; lasts until lifted or until the server restarts.
     QSet<QString> m_muzzled;
     // (follower key, followed key) pairs awaiting the followed member's answer.

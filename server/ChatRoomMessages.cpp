@@ -10,6 +10,8 @@
 
 #include <QPointer>
 
+#include <algorithm>
+
 namespace {
 
 // Free text is the last field; a "|¿|" typed by the user split it, so it is joined again.
@@ -19,16 +21,27 @@ QString textFrom(const QStringList& fields, qsizetype first) {
 
 // The sender writes "/SENDFILE|@|path|@|port"; the receiver connects back to the sender, so the
 // relayed offer carries the sender's address as the server sees it: "/SENDFILE path|@|port|@|address".
+// Only an offer with a file and a port number is relayed: anything else would leave the receiver
+// with no address or a garbled one. Returns an empty string for such an offer.
 QString rewriteFileOffer(const QString& text, const QString& senderAddress) {
     QString rest = text.mid(ChatProtocol::SendFile.size());
     if (rest.startsWith(ChatProtocol::ListSeparator))
         rest = rest.mid(ChatProtocol::ListSeparator.size());
     else if (rest.startsWith(u' '))
         rest = rest.mid(1);
+    else
+        return {};
     const QStringList parts = rest.split(ChatProtocol::ListSeparator);
+    const QString path = parts.value(0);
+    const QString port = parts.value(1).trimmed();
+    bool numeric = false;
+    const uint portNumber = port.toUInt(&numeric);
+    const bool portOk = numeric && portNumber >= 1 && portNumber <= 65535 &&
+                        std::all_of(port.cbegin(), port.cend(), [](QChar c) { return c.isDigit(); });
+    if (parts.size() != 2 || path.trimmed().isEmpty() || path.contains(ChatProtocol::Separator) || !portOk)
+        return {};
     return QStringLiteral("%1 %2%3%4%3%5")
-        .arg(ChatProtocol::SendFile, parts.value(0), ChatProtocol::ListSeparator, parts.value(1),
-             senderAddress);
+        .arg(ChatProtocol::SendFile, path, ChatProtocol::ListSeparator, port, senderAddress);
 }
 
 } // namespace
@@ -42,6 +55,9 @@ bool ChatRoom::refuseIfMuzzled(MemberSession* session) {
 
 void ChatRoom::handleMsg(MemberSession* session, const QStringList& fields) {
     const QString text = textFrom(fields, 1);
+    // An empty line would only show the sender's name to everyone.
+    if (text.trimmed().isEmpty())
+        return;
     if (text.startsWith(ChatProtocol::SeenQuery)) {
         answerSeen(session, text.mid(ChatProtocol::SeenQuery.size()).trimmed());
         return;
@@ -98,8 +114,16 @@ void ChatRoom::handlePrivate(MemberSession* session, const QStringList& fields) 
                QStringLiteral("%1 is not online; your private message was not delivered.").arg(target));
         return;
     }
-    if (text.startsWith(ChatProtocol::SendFile))
+    // The receiving client takes any text starting "/SENDFILE" as an offer.
+    if (text.startsWith(ChatProtocol::SendFile)) {
         text = rewriteFileOffer(text, session->address());
+        if (text.isEmpty()) {
+            notice(session, QStringLiteral("Your file offer to %1 was not sent: it needs a file and a port "
+                                           "number from 1 to 65535.")
+                                .arg(receiver->displayName()));
+            return;
+        }
+    }
     receiver->send(ChatMessage::build(ChatProtocol::PrivateMsg,
                                       {QStringLiteral("<%1> %2").arg(session->displayName(), text)}));
 }

@@ -25,7 +25,9 @@ void ChatRoom::handleOps(MemberSession* session, const QStringList& fields) {
     const QString target = ChatMessage::field(fields, 2);
     const bool needsTarget = word == ChatProtocol::OpKick || word == ChatProtocol::OpBan ||
                              word == ChatProtocol::OpSubnet || word == ChatProtocol::OpMuzzle;
-    if (needsTarget && NameRules::key(target) == NameRules::key(session->displayName())) {
+    const MemberSession* member = online(target);
+    const QString targetAccount = member ? member->accountName() : target;
+    if (needsTarget && NameRules::key(targetAccount) == NameRules::key(session->accountName())) {
         notice(session, QStringLiteral("Operator commands do not act on yourself."));
         return;
     }
@@ -44,6 +46,8 @@ void ChatRoom::handleOps(MemberSession* session, const QStringList& fields) {
         notice(session, QStringLiteral("Unknown operator command."));
 }
 
+// Kicks, bans and suspensions go with the account: every session it has, whatever display
+// name it took, and a session still choosing its name.
 void ChatRoom::kick(MemberSession* op, const QString& target) {
     MemberSession* member = online(target);
     if (!member) {
@@ -51,7 +55,7 @@ void ChatRoom::kick(MemberSession* op, const QString& target) {
         return;
     }
     const QString name = member->displayName();
-    removeFromRoom(member, QStringLiteral("You were kicked by %1.").arg(op->displayName()));
+    removeAccount(member->accountName(), QStringLiteral("You were kicked by %1.").arg(op->displayName()));
     notice(op, QStringLiteral("%1 was kicked.").arg(name));
 }
 
@@ -62,15 +66,30 @@ void ChatRoom::ban(MemberSession* op, const QString& target) {
         notice(op, QStringLiteral("There is no member %1.").arg(target));
         return;
     }
-    const QString address = member ? member->address() : QString();
+    // The name, and each address the account is using now.
+    QStringList addresses;
+    for (const MemberSession* session : sessionsOfAccount(account)) {
+        if (!addresses.contains(session->address()))
+            addresses.append(session->address());
+    }
+    if (addresses.isEmpty())
+        addresses.append(QString());
     // A second BAN on a name still under its 60-minute ban makes the ban permanent.
     const bool escalate = m_store.hasActiveBan(BanKind::Timed, account, m_now());
     const BanKind kind = escalate ? BanKind::Permanent : BanKind::Timed;
     const std::optional<QDateTime> expires =
         escalate ? std::nullopt : std::optional<QDateTime>(m_now().addSecs(TimedBanMinutes * 60));
+    // A retry goes on from the first address not stored yet.
+    const auto stored = std::make_shared<qsizetype>(0);
     m_database.change(
-        this, [=](AccountStore& store) { store.addBan(kind, account, address, expires); },
-        [this, op = QPointer(op), member = QPointer(member), target, escalate](bool committed) {
+        this,
+        [=](AccountStore& store) {
+            for (; *stored < addresses.size(); ++*stored) {
+                if (!store.addBan(kind, account, addresses.at(*stored), expires))
+                    return;
+            }
+        },
+        [this, op = QPointer(op), account, target, escalate](bool committed) {
             if (!committed) {
                 if (op)
                     notice(op, QStringLiteral("The ban could not be stored."));
@@ -79,8 +98,7 @@ void ChatRoom::ban(MemberSession* op, const QString& target) {
             const QString what =
                 escalate ? QStringLiteral("permanently banned") : QStringLiteral("banned for 60 minutes");
             const QString by = op ? op->displayName() : QStringLiteral("an operator");
-            if (member && member->state() == MemberSession::State::SignedOn)
-                removeFromRoom(member, QStringLiteral("You were %1 by %2.").arg(what, by));
+            removeAccount(account, QStringLiteral("You were %1 by %2.").arg(what, by));
             if (op)
                 notice(op, QStringLiteral("%1 was %2.").arg(target, what));
         });
@@ -98,7 +116,7 @@ void ChatRoom::subnetBan(MemberSession* op, const QString& target) {
         [subnet, account = member->accountName()](AccountStore& store) {
             store.addBan(BanKind::Subnet, account, subnet, std::nullopt);
         },
-        [this, op = QPointer(op), member = QPointer(member), name = member->displayName(),
+        [this, op = QPointer(op), account = member->accountName(), name = member->displayName(),
          subnet](bool committed) {
             if (!committed) {
                 if (op)
@@ -106,8 +124,7 @@ void ChatRoom::subnetBan(MemberSession* op, const QString& target) {
                 return;
             }
             const QString by = op ? op->displayName() : QStringLiteral("an operator");
-            if (member && member->state() == MemberSession::State::SignedOn)
-                removeFromRoom(member, QStringLiteral("Your network was banned by %1.").arg(by));
+            removeAccount(account, QStringLiteral("Your network was banned by %1.").arg(by));
             if (op)
                 notice(op, QStringLiteral("The subnet of %1 (%2) was banned.").arg(name, subnet));
         });
@@ -121,14 +138,15 @@ void ChatRoom::muzzle(MemberSession* op, const QString& target) {
     }
     // MUZZLE on a suspended member lifts the suspension.
     const QString key = NameRules::key(member->accountName());
-    if (m_muzzled.remove(key)) {
-        serverMessage(member, QStringLiteral("Your suspension was lifted by %1.").arg(op->displayName()));
-        notice(op, QStringLiteral("%1 may speak again.").arg(member->displayName()));
-        return;
-    }
-    m_muzzled.insert(key);
-    serverMessage(member, QStringLiteral("You were suspended by %1.").arg(op->displayName()));
-    notice(op, QStringLiteral("%1 was suspended.").arg(member->displayName()));
+    const bool lift = m_muzzled.remove(key);
+    if (!lift)
+        m_muzzled.insert(key);
+    const QString told = lift ? QStringLiteral("Your suspension was lifted by %1.")
+                              : QStringLiteral("You were suspended by %1.");
+    for (MemberSession* session : sessionsOfAccount(member->accountName()))
+        serverMessage(session, told.arg(op->displayName()));
+    notice(op, (lift ? QStringLiteral("%1 may speak again.") : QStringLiteral("%1 was suspended."))
+                   .arg(member->displayName()));
 }
 
 void ChatRoom::clearBans(MemberSession* op, const QString& word) {

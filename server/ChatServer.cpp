@@ -5,6 +5,7 @@
 #include "common/Windows1252.h"
 #include "server/AddressRules.h"
 #include "server/ChatRoom.h"
+#include "server/DescriptorBudget.h"
 #include "server/MemberSession.h"
 
 #include <QTcpServer>
@@ -45,29 +46,38 @@ QString ChatServer::errorString() const {
     return m_listener->errorString();
 }
 
+void ChatServer::setDescriptorBudget(DescriptorBudget* budget) {
+    m_budget = budget;
+    DescriptorBudget::watch(m_listener);
+    connect(budget, &DescriptorBudget::roomAgain, this, &ChatServer::onNewConnection);
+}
+
 void ChatServer::onNewConnection() {
-    while (QTcpSocket* socket = m_listener->nextPendingConnection()) {
-        const QString address = AddressRules::text(socket->peerAddress());
-        int& count = m_connectionsByAddress[address];
-        if (m_limits.connectionsPerAddress > 0 && count >= m_limits.connectionsPerAddress) {
-            // Refused politely, then let go; the socket deletes itself once closed.
-            socket->write(Windows1252::encode(
-                ChatMessage::build(ChatProtocol::ServerMsg,
-                                   {QStringLiteral("Too many connections from your address.")}) +
-                ChatProtocol::LineEnd));
-            connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
-            socket->disconnectFromHost();
-            if (count == 0)
-                m_connectionsByAddress.remove(address);
-            emit connectionRefused(address);
-            continue;
-        }
-        ++count;
-        ++m_sessions;
-        auto* session = new MemberSession(socket, m_limits, m_now, this);
-        connect(session, &MemberSession::messageReceived, m_room, &ChatRoom::handle);
-        connect(session, &MemberSession::gone, this, &ChatServer::onSessionGone);
+    while (QTcpSocket* socket = DescriptorBudget::nextConnection(m_listener, m_budget))
+        accept(socket);
+}
+
+void ChatServer::accept(QTcpSocket* socket) {
+    const QString address = AddressRules::text(socket->peerAddress());
+    int& count = m_connectionsByAddress[address];
+    if (m_limits.connectionsPerAddress > 0 && count >= m_limits.connectionsPerAddress) {
+        // Refused politely, then let go; the socket deletes itself once closed.
+        socket->write(Windows1252::encode(
+            ChatMessage::build(ChatProtocol::ServerMsg,
+                               {QStringLiteral("Too many connections from your address.")}) +
+            ChatProtocol::LineEnd));
+        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+        socket->disconnectFromHost();
+        if (count == 0)
+            m_connectionsByAddress.remove(address);
+        emit connectionRefused(address);
+        return;
     }
+    ++count;
+    ++m_sessions;
+    auto* session = new MemberSession(socket, m_limits, m_now, this);
+    connect(session, &MemberSession::messageReceived, m_room, &ChatRoom::handle);
+    connect(session, &MemberSession::gone, this, &ChatServer::onSessionGone);
 }
 
 void ChatServer::onSessionGone(MemberSession* session) {

@@ -11,8 +11,10 @@
 class AccountStore;
 class ChatRoom;
 class DatabaseThreads;
+class DescriptorBudget;
 class MemberSession;
 class QTcpServer;
+class QTcpSocket;
 class QTimer;
 
 // Accepts chat connections, caps them per address, drives the keep-alive and hands each
@@ -28,6 +30,9 @@ public:
     quint16 port() const;
     QString errorString() const;
 
+    // Accept only while the process has descriptors to spare (none set: no such check).
+    void setDescriptorBudget(DescriptorBudget* budget);
+
     ChatRoom& room() { return *m_room; }
     int connectionCount() const { return static_cast<int>(m_sessions); }
 
@@ -37,6 +42,7 @@ signals:
 
 private:
     void onNewConnection();
+    void accept(QTcpSocket* socket);
     void onSessionGone(MemberSession* session);
     void onKeepAlive();
 
@@ -45,6 +51,7 @@ private:
     QTcpServer* m_listener;
     ChatRoom* m_room;
     QTimer* m_keepAlive;
+    DescriptorBudget* m_budget = nullptr;
     QHash<QString, int> m_connectionsByAddress;
     qsizetype m_sessions = 0;
 };

@@ -1,46 +1,73 @@
 #include "server/MasterListHttp.h"
 
+#include "server/AddressRules.h"
+#include "server/DescriptorBudget.h"
+
 #include <QDir>
 #include <QFile>
-#include <QHttpServer>
-#include <QHttpServerRequest>
-#include <QHttpServerResponder>
 #include <QRegularExpression>
+#include <QTcpServer>
+#include <QTcpSocket>
 
-MasterListHttp::MasterListHttp(const QString& folder, QObject* parent)
+MasterListHttp::MasterListHttp(const QString& folder, const ServerLimits& limits, QObject* parent)
     : QObject(parent)
     , m_folder(folder)
-    , m_http(new QHttpServer(this)) {
-    // No routes: every request comes here, so the method and path checks are all in one place.
-    m_http->setMissingHandler([this](const QHttpServerRequest& request, QHttpServerResponder&& responder) {
-        respond(request, responder);
-    });
+    , m_limits(limits)
+    , m_listener(new QTcpServer(this)) {
+    connect(m_listener, &QTcpServer::newConnection, this, &MasterListHttp::onNewConnection);
 }
 
 quint16 MasterListHttp::listen(const QHostAddress& address, quint16 port) {
-    const int bound = m_http->listen(address, port);
-    return bound > 0 ? static_cast<quint16>(bound) : 0;
+    return m_listener->listen(address, port) ? m_listener->serverPort() : 0;
 }
 
-void MasterListHttp::respond(const QHttpServerRequest& request, QHttpServerResponder& responder) const {
+void MasterListHttp::setDescriptorBudget(DescriptorBudget* budget) {
+    m_budget = budget;
+    DescriptorBudget::watch(m_listener);
+    connect(budget, &DescriptorBudget::roomAgain, this, &MasterListHttp::onNewConnection);
+}
+
+void MasterListHttp::onNewConnection() {
+    while (QTcpSocket* socket = DescriptorBudget::nextConnection(m_listener, m_budget)) {
+        const QString address = AddressRules::text(socket->peerAddress());
+        auto* connection = new HttpConnection(
+            socket, m_limits.httpMaxHeadBytes, m_limits.httpIdleMs,
+            [this](const HttpRequestHead& request) { return respond(request); }, this);
+        connection->setProperty("address", address);
+        connect(connection, &HttpConnection::finished, this, &MasterListHttp::onFinished);
+        ++m_connections;
+        // The web port shares the process with the chat: its connections are capped per
+        // address and in all, so that no crowd of them can take the chat's descriptors.
+        const int fromAddress = ++m_connectionsByAddress[address];
+        if (fromAddress > m_limits.httpConnectionsPerAddress || m_connections > m_limits.httpMaxConnections)
+            connection->refuse(503);
+    }
+}
+
+void MasterListHttp::onFinished(HttpConnection* connection) {
+    const QString address = connection->property("address").toString();
+    if (--m_connectionsByAddress[address] <= 0)
+        m_connectionsByAddress.remove(address);
+    --m_connections;
+    connection->deleteLater();
+}
+
+HttpConnection::Response MasterListHttp::respond(const HttpRequestHead& request) const {
     static const QRegularExpression listPath(QStringLiteral("^/quorvel/(qvllist-[a-z0-9-]+\\.qvl)$"));
-    const bool isHead = request.method() == QHttpServerRequest::Method::Head;
-    const bool isGet = request.method() == QHttpServerRequest::Method::Get;
-    const QRegularExpressionMatch match = listPath.match(request.url().path(QUrl::FullyEncoded));
+    const bool isHead = request.method == "HEAD";
+    const bool isGet = request.method == "GET";
+    // The target is matched as sent, percent signs and all, so "%2e%2e" is never a folder.
+    const QRegularExpressionMatch match = listPath.match(QString::fromLatin1(request.target));
     QFile file(QDir(m_folder).filePath(match.captured(1)));
+    HttpConnection::Response response;
     if (!(isGet || isHead) || !match.hasMatch() || !file.open(QIODevice::ReadOnly)) {
-        responder.write(QByteArray("Not found\r\n"), "text/plain",
-                        QHttpServerResponder::StatusCode::NotFound);
-        return;
+        response.status = 404;
+        response.contentType = "text/plain";
+        response.body = "Not found\r\n";
+        return response;
     }
-    const QByteArray body = file.readAll();
-    if (isHead) {
-        // The headers a GET would carry, its Content-Length included, and no body.
-        responder.writeStatusLine(QHttpServerResponder::StatusCode::Ok);
-        responder.writeHeader("Content-Type", "text/plain; charset=windows-1252");
-        responder.writeHeader("Content-Length", QByteArray::number(body.size()));
-        responder.writeBody(QByteArray());
-        return;
-    }
-    responder.write(body, "text/plain; charset=windows-1252");
+    response.contentType = "text/plain; charset=windows-1252";
+    response.body = file.readAll();
+    response.headersOnly = isHead;
+    return response;
 }

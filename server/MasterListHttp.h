@@ -1,27 +1,41 @@
 #pragma once
 
+#include "server/HttpConnection.h"
+#include "server/ServerLimits.h"
+
+#include <QHash>
 #include <QHostAddress>
 #include <QObject>
 #include <QString>
 
-class QHttpServer;
-class QHttpServerRequest;
-class QHttpServerResponder;
+class DescriptorBudget;
+class QTcpServer;
 
 // Serves the master lists of the data folder: GET and HEAD of /quorvel/qvllist-<name>.qvl,
 // 404 for every other path or method. Only names of that exact shape are looked up, so
-// no request can reach a file outside the folder.
+// no request can reach a file outside the folder. Connections are capped per address and in
+// all; each one is held to the head size and idle time of ServerLimits.
 class MasterListHttp : public QObject {
     Q_OBJECT
 public:
-    explicit MasterListHttp(const QString& folder, QObject* parent = nullptr);
+    explicit MasterListHttp(const QString& folder, const ServerLimits& limits = ServerLimits(),
+                            QObject* parent = nullptr);
 
     // Returns the port listened on (useful with port 0), or 0 on failure.
     quint16 listen(const QHostAddress& address, quint16 port);
+    // Accept only while the process has descriptors to spare (none set: no such check).
+    void setDescriptorBudget(DescriptorBudget* budget);
+    int connectionCount() const { return m_connections; }
 
 private:
-    void respond(const QHttpServerRequest& request, QHttpServerResponder& responder) const;
+    void onNewConnection();
+    void onFinished(HttpConnection* connection);
+    HttpConnection::Response respond(const HttpRequestHead& request) const;
 
     QString m_folder;
-    QHttpServer* m_http;
+    ServerLimits m_limits;
+    QTcpServer* m_listener;
+    DescriptorBudget* m_budget = nullptr;
+    QHash<QString, int> m_connectionsByAddress;
+    int m_connections = 0;
 };

@@ -7,8 +7,13 @@
 #include "server/LineFramer.h"
 
 #include <QTcpSocket>
+#include <QTimer>
+
+#include <algorithm>
 
 #ifdef Q_OS_UNIX
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #endif
 
@@ -17,7 +22,9 @@ MemberSession::MemberSession(QTcpSocket* socket, const ServerLimits& limits, Now
     , m_socket(socket)
     , m_limits(limits)
     , m_now(std::move(now))
-    , m_address(AddressRules::text(socket->peerAddress())) {
+    , m_address(AddressRules::text(socket->peerAddress()))
+    , m_queue(m_limits.probeDelayMs, m_limits.probeResendMs) {
+    m_clock.start();
     m_socket->setParent(this);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     // Qt stops reading from the kernel once this much is buffered, so a sender of an endless
@@ -26,6 +33,20 @@ MemberSession::MemberSession(QTcpSocket* socket, const ServerLimits& limits, Now
     connect(m_socket, &QTcpSocket::readyRead, this, &MemberSession::onReadyRead);
     connect(m_socket, &QTcpSocket::disconnected, this, &MemberSession::onDisconnected);
     connect(m_socket, &QTcpSocket::errorOccurred, this, &MemberSession::onDisconnected);
+    // What the kernel did not take waited in Qt's buffer; once that is out, the queue goes on.
+    connect(m_socket, &QTcpSocket::bytesWritten, this, [this] {
+        if (m_socket->bytesToWrite() == 0)
+            flush();
+    });
+    m_probeTimer.setSingleShot(true);
+    connect(&m_probeTimer, &QTimer::timeout, this, &MemberSession::onProbeTimer);
+#ifdef Q_OS_UNIX
+    int segment = 0;
+    socklen_t size = sizeof(segment);
+    if (::getsockopt(int(m_socket->socketDescriptor()), IPPROTO_TCP, TCP_MAXSEG, &segment, &size) == 0 &&
+        segment > 0)
+        m_maxWrite = segment;
+#endif
 }
 
 void MemberSession::send(const QString& message) {
@@ -33,35 +54,113 @@ void MemberSession::send(const QString& message) {
 }
 
 void MemberSession::sendEncoded(const QByteArray& line) {
+    sendEncoded(line, DeliveryQueue::classify(line, m_limits.strictDelivery));
+}
+
+void MemberSession::sendEncoded(const QByteArray& line, DeliveryQueue::Kind kind) {
     if (m_state == State::Closing || m_socket->state() != QAbstractSocket::ConnectedState)
         return;
-    // One write per message, flushed at once: the client stops reading a batch after some
-    // messages, so we never gather several into one write on purpose.
+    m_queue.append(line, kind);
+    if (!m_flushPosted) {
+        m_flushPosted = true;
+        QMetaObject::invokeMethod(this, &MemberSession::flush, Qt::QueuedConnection);
+    }
+}
+
+void MemberSession::flush() {
+    m_flushPosted = false;
+    if (m_state == State::Closing || m_socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    while (m_socket->bytesToWrite() == 0) {
+        const QList<QByteArray> batch = m_queue.takeWrite(m_maxWrite, m_clock.elapsed());
+        if (batch.isEmpty())
+            break;
+        write(batch);
+    }
+    // Counted once the kernel has taken what it will: a burst larger than the allowance is fine
+    // for a member that reads.
+    if (pendingOutputBytes() > m_limits.maxPendingOutputBytes) {
+        drop(QStringLiteral("not reading"));
+        return;
+    }
+    armProbe();
+}
+
+qint64 MemberSession::pendingOutputBytes() const {
+    return m_queue.queuedBytes() + m_socket->bytesToWrite();
+}
+
+quint16 MemberSession::peerPort() const {
+    return m_socket->peerPort();
+}
+
+void MemberSession::write(const QList<QByteArray>& lines) {
+    const QByteArray data = lines.size() == 1 ? lines.first() : lines.join();
     qsizetype sent = 0;
 #ifdef Q_OS_UNIX
-    // With nothing queued, the line goes straight to the kernel: one system call and no trip
-    // through Qt's write buffer and signals, which cost several times the call itself. What the
-    // kernel does not take, and any error, is left to the socket's own write path.
+    // With nothing waiting in Qt's buffer, the data goes straight to the kernel: one system call
+    // and no trip through Qt's write buffer and signals, which cost several times the call itself.
+    // What the kernel does not take, and any error, is left to the socket's own write path.
     if (m_socket->bytesToWrite() == 0) {
-        const auto n = ::send(int(m_socket->socketDescriptor()), line.constData(), std::size_t(line.size()),
+        const auto n = ::send(int(m_socket->socketDescriptor()), data.constData(), std::size_t(data.size()),
                               MSG_DONTWAIT | MSG_NOSIGNAL);
         if (n > 0)
             sent = n;
     }
 #endif
-    if (sent < line.size()) {
-        m_socket->write(line.constData() + sent, line.size() - sent);
+    if (sent < data.size()) {
+        m_socket->write(data.constData() + sent, data.size() - sent);
         m_socket->flush();
     }
-    if (m_socket->bytesToWrite() > m_limits.maxPendingOutputBytes)
-        drop(QStringLiteral("not reading"));
+}
+
+void MemberSession::armProbe() {
+    const qint64 due = m_queue.nextProbeAtMs();
+    if (due < 0) {
+        m_probeTimer.stop();
+        return;
+    }
+    m_probeTimer.start(int(std::max<qint64>(0, due - m_clock.elapsed())));
+}
+
+void MemberSession::onProbeTimer() {
+    if (m_state == State::Closing || m_socket->state() != QAbstractSocket::ConnectedState ||
+        m_queue.nextProbeAtMs() < 0)
+        return;
+    // The pause counts from when the read-ending message has left whole.
+    if (m_socket->bytesToWrite() > 0) {
+        m_queue.postponeProbe(m_clock.elapsed());
+        armProbe();
+        return;
+    }
+    write({pingLine()});
+    m_queue.probeWritten(m_clock.elapsed());
+    armProbe();
+}
+
+QByteArray MemberSession::pingLine() const {
+    return Windows1252::encode(
+        ChatMessage::build(ChatProtocol::Ping, {m_now().toString(QStringLiteral("HH:mm:ss"))}) +
+        ChatProtocol::LineEnd);
 }
 
 void MemberSession::closeAfterSending() {
     if (m_state == State::Closing)
         return;
+    // The connection ends here, so what is queued goes now, read rules aside.
+    if (m_socket->state() == QAbstractSocket::ConnectedState) {
+        const QList<QByteArray> rest = m_queue.takeAll(m_clock.elapsed());
+        if (!rest.isEmpty())
+            write(rest);
+    }
     m_state = State::Closing;
     m_socket->disconnectFromHost();
+    // A member that does not read would keep its connection, and all that is queued for it,
+    // for as long as it likes; after a short grace it is cut off.
+    QTimer::singleShot(m_limits.closeGraceMs, this, [this] {
+        m_socket->abort();
+        onDisconnected();
+    });
 }
 
 void MemberSession::drop(const QString& reason) {
@@ -87,7 +186,12 @@ void MemberSession::keepAliveTick() {
         drop(QStringLiteral("silent"));
         return;
     }
-    send(ChatMessage::build(ChatProtocol::Ping, {m_now().toString(QStringLiteral("HH:mm:ss"))}));
+    // A PING the client handled is answered at once, and a client that sends nothing for three
+    // intervals is dropped; so a PING unanswered for that long was lost behind a read-ending message.
+    m_queue.forgetOlderThan(m_clock.elapsed() - 3 * qint64(m_limits.keepAliveMs));
+    // While a read is awaited the probes keep the connection alive.
+    if (!m_queue.awaitingRead())
+        sendEncoded(pingLine(), DeliveryQueue::Kind::Ping);
 }
 
 void MemberSession::onReadyRead() {
@@ -107,7 +211,14 @@ void MemberSession::onReadyRead() {
         if (m_state == State::Closing)
             return;
         const QStringList fields = ChatMessage::splitFields(message);
-        if (fields.first() != ChatProtocol::Ping && !admitByFloodRule())
+        if (fields.first() == ChatProtocol::Ping) {
+            if (m_queue.pingAnswered(m_clock.elapsed()))
+                flush();
+            else
+                armProbe();
+            continue;
+        }
+        if (!admitByFloodRule())
             continue;
         emit messageReceived(this, fields);
     }

@@ -1,19 +1,23 @@
 #pragma once
 
+#include "server/DeliveryQueue.h"
 #include "server/ServerClock.h"
 #include "server/ServerLimits.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 class QTcpSocket;
 
 // One connection: reads segments and frames them into messages, applies the flood and
-// size limits, and writes each outgoing message on its own, CR LF ended and flushed.
-// Knows nothing of the room; it hands accepted messages on and reports when it is gone.
+// size limits, and writes what its DeliveryQueue allows, CR LF ended, gathered into as few
+// writes as the client's read rules permit. Knows nothing of the room; it hands accepted
+// messages on and reports when it is gone.
 class MemberSession : public QObject {
     Q_OBJECT
 public:
@@ -30,15 +34,22 @@ public:
     QString displayName() const { return m_displayName; }
     void setDisplayName(const QString& name) { m_displayName = name; }
 
-    // Writes one message followed by CR LF as its own write. A member that has stopped reading
-    // and let too much pile up is dropped instead.
+    // Queues one message, CR LF ended; what is queued goes out once the event loop is back, so
+    // messages produced together share a write. A member that has stopped reading and let too
+    // much pile up is dropped instead.
     void send(const QString& message);
-    // The same for a message already encoded and CR LF ended, so a broadcast encodes once.
+    // The same for a message already encoded and CR LF ended, so a broadcast encodes once;
+    // with its kind given, a broadcast also classifies once.
     void sendEncoded(const QByteArray& line);
+    void sendEncoded(const QByteArray& line, DeliveryQueue::Kind kind);
     // Sends what is queued, then closes.
     void closeAfterSending();
     // Closes at once, from the event loop, so that callers iterating over the room stay valid.
     void drop(const QString& reason);
+
+    // Bytes not yet taken by the kernel: the delivery queue and the socket's own buffer.
+    qint64 pendingOutputBytes() const;
+    quint16 peerPort() const;
 
     // One keep-alive interval has passed: PING, or drop after three silent intervals.
     void keepAliveTick();
@@ -49,6 +60,11 @@ signals:
     void gone(MemberSession* session);
 
 private:
+    void flush();
+    void write(const QList<QByteArray>& lines);
+    void armProbe();
+    void onProbeTimer();
+    QByteArray pingLine() const;
     void onReadyRead();
     void onDisconnected();
     bool admitByFloodRule();
@@ -65,4 +81,10 @@ private:
     bool m_heardSinceTick = true;
     int m_silentTicks = 0;
     bool m_goneReported = false;
+    DeliveryQueue m_queue;
+    QElapsedTimer m_clock; // the queue's times: real milliseconds, whatever the server's clock says
+    QTimer m_probeTimer;
+    bool m_flushPosted = false;
+    // One segment's worth, so that a write reaches the client whole and is handled as one read.
+    qsizetype m_maxWrite = 1400;
 };

@@ -15,8 +15,22 @@ struct ServerLimits {
     int accountsPerAddress = 2;
     // A member whose unsent data passes this is dropped rather than allowed to stall the room.
     qint64 maxPendingOutputBytes = 256 * 1024;
+    // A member sent away (kicked, banned, refused) has this long to read its last lines.
+    int closeGraceMs = 5000;
+    // The master-list web server: the longest request head; the time a connection has to send
+    // a request (or to read an answer) before it is closed; connections per address and in all.
+    qint64 httpMaxHeadBytes = 8 * 1024;
+    int httpIdleMs = 10 * 1000;
+    int httpConnectionsPerAddress = 8;
+    int httpMaxConnections = 256;
     // A PING goes out every interval; a member silent for three intervals is dropped.
     int keepAliveMs = 60 * 1000;
+    // Every MSG counts as ending the client's read, not only "/me" lines: nothing is lost to an
+    // ignore list, at the price of one round trip per public line and member.
+    bool strictDelivery = false;
+    // After a read-ending message: the pause before the probe PING, and the first resend wait.
+    int probeDelayMs = 20;
+    int probeResendMs = 500;
     // After a few failed sign-ons from one address (or on one name), the next attempts are checked
     // one spacing apart: this long at first, doubling with each failure. 0 turns it off.
     int signOnDelayMs = 1000;

@@ -4,6 +4,7 @@
 #include "server/ChatRoom.h"
 #include "server/ChatServer.h"
 #include "server/DatabaseThreads.h"
+#include "server/DescriptorBudget.h"
 #include "server/MasterListFolder.h"
 #include "server/MasterListHttp.h"
 #include "server/ServerOptions.h"
@@ -18,6 +19,8 @@ int main(int argc, char** argv) {
     // list on every change, and each flushed write toggles a notifier: with a thousand members
     // that walk dominated a broadcast. The server has no use for a GLib main loop.
     qputenv("QT_NO_GLIB", "1");
+    // Every member is a descriptor: take all the system allows us.
+    const int descriptorLimit = DescriptorBudget::raiseLimit();
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quorvel-server"));
     QCoreApplication::setApplicationVersion(QStringLiteral("%1.%2.%3")
@@ -57,14 +60,17 @@ int main(int argc, char** argv) {
         err << "quorvel-server: cannot open the database for writing: " << error << '\n';
         return 1;
     }
+    DescriptorBudget budget(DescriptorBudget::connectionsFor(descriptorLimit, DescriptorBudget::openNow()));
     ChatServer chat(store, database, options.limits);
+    chat.setDescriptorBudget(&budget);
     chat.room().setMessageOfTheDay(options.messageOfTheDay);
     if (!chat.listen(options.listenAddress, options.chatPort)) {
         err << "quorvel-server: cannot listen for chat on port " << options.chatPort << ": "
             << chat.errorString() << '\n';
         return 1;
     }
-    MasterListHttp http(options.dataFolder);
+    MasterListHttp http(options.dataFolder, options.limits);
+    http.setDescriptorBudget(&budget);
     const quint16 httpPort = http.listen(options.listenAddress, options.httpPort);
     if (httpPort == 0) {
         err << "quorvel-server: cannot listen for HTTP on port " << options.httpPort << '\n';
@@ -75,7 +81,8 @@ int main(int argc, char** argv) {
 
     // Tests and scripts read the ports from this line when they ask for port 0.
     out << "quorvel-server: chat port " << chat.port() << ", http port " << httpPort << ", data "
-        << options.dataFolder << Qt::endl;
+        << options.dataFolder << ", room for " << budget.connections() << " connections (descriptor limit "
+        << descriptorLimit << ")" << Qt::endl;
     const int code = QCoreApplication::exec();
     out << "quorvel-server: stopped" << Qt::endl;
     return code;

@@ -78,6 +78,17 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
                         "(default %1).")
              .arg(defaults.signOnDelayMs),
          QStringLiteral("ms")},
+        {QStringLiteral("strict-delivery"),
+         QStringLiteral("Count every public line as ending the client's read, so none is lost to an "
+                        "ignore list during a flood; costs a round trip per line and member.")},
+        {QStringLiteral("http-connections-per-address"),
+         QStringLiteral("Open master-list connections per address (default %1).")
+             .arg(defaults.httpConnectionsPerAddress),
+         QStringLiteral("count")},
+        {QStringLiteral("http-idle-ms"),
+         QStringLiteral("Time a master-list connection has to send a request (default %1).")
+             .arg(defaults.httpIdleMs),
+         QStringLiteral("ms")},
         {QStringLiteral("hash-iterations"),
          QStringLiteral("PBKDF2 iterations for new passwords (default %1).")
              .arg(PasswordHash::DefaultIterations),
@@ -116,6 +127,7 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
     qint64 perAddress = o.limits.connectionsPerAddress, accounts = o.limits.accountsPerAddress;
     qint64 iterations = PasswordHash::DefaultIterations;
     qint64 databasePort = 0, signOnDelay = o.limits.signOnDelayMs;
+    qint64 httpPerAddress = o.limits.httpConnectionsPerAddress, httpIdle = o.limits.httpIdleMs;
     const bool numbersOk =
         readNumber(parser, QStringLiteral("chat-port"), 0, 65535, &chatPort, error) &&
         readNumber(parser, QStringLiteral("http-port"), 0, 65535, &httpPort, error) &&
@@ -127,6 +139,9 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
         readNumber(parser, QStringLiteral("accounts-per-address"), 0, 1 << 20, &accounts, error) &&
         readNumber(parser, QStringLiteral("max-pending-output"), 1024, qint64(1) << 32,
                    &o.limits.maxPendingOutputBytes, error) &&
+        readNumber(parser, QStringLiteral("http-connections-per-address"), 1, 1 << 20, &httpPerAddress,
+                   error) &&
+        readNumber(parser, QStringLiteral("http-idle-ms"), 10, 3600 * 1000, &httpIdle, error) &&
         readNumber(parser, QStringLiteral("hash-iterations"), 1000, 10'000'000, &iterations, error) &&
         readNumber(parser, QStringLiteral("database-port"), 0, 65535, &databasePort, error) &&
         readNumber(parser, QStringLiteral("sign-on-delay-ms"), 0, 60 * 1000, &signOnDelay, error);
@@ -142,6 +157,9 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
     o.database.hashIterations = static_cast<int>(iterations);
     o.database.port = static_cast<int>(databasePort);
     o.limits.signOnDelayMs = static_cast<int>(signOnDelay);
+    o.limits.strictDelivery = parser.isSet(QStringLiteral("strict-delivery"));
+    o.limits.httpConnectionsPerAddress = static_cast<int>(httpPerAddress);
+    o.limits.httpIdleMs = static_cast<int>(httpIdle);
 
     o.dataFolder = parser.isSet(QStringLiteral("data"))
                        ? parser.value(QStringLiteral("data"))

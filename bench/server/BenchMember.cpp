@@ -1,5 +1,7 @@
 #include "BenchMember.h"
 
+#include "server/DeliveryQueue.h"
+
 namespace {
 const QByteArray Separator("|\xBF|");
 const QByteArray Channel("#bench");
@@ -36,6 +38,7 @@ void BenchMember::say(const QByteArray& text) {
 
 void BenchMember::onReadyRead() {
     m_partial += m_socket.readAll();
+    m_readEnded = false;
     qsizetype start = 0;
     qsizetype end = 0;
     while ((end = m_partial.indexOf('\n', start)) >= 0) {
@@ -50,9 +53,13 @@ void BenchMember::onReadyRead() {
 
 void BenchMember::handleLine(const QByteArray& line) {
     if (m_protocol == Protocol::Quorvel) {
+        if (m_readEnded && !line.startsWith("PING"))
+            ++m_lostToReadRules;
+        if (DeliveryQueue::classify(line + "\r\n", false) == DeliveryQueue::Kind::EndsRead)
+            m_readEnded = true;
         if (line.startsWith("MSG" + Separator)) {
             ++m_roomLines;
-            emit roomLine();
+            emit roomLine(line);
         } else if (line.startsWith("PING")) {
             m_socket.write("PING" + Separator + "00:00:00\r\n");
         } else if (!m_ready && line == "LIST" + Separator + m_name) {
@@ -72,7 +79,7 @@ void BenchMember::handleLine(const QByteArray& line) {
     const QByteArray command = words.value(1);
     if (command == "PRIVMSG") {
         ++m_roomLines;
-        emit roomLine();
+        emit roomLine(line);
     } else if (command == "001") {
         m_socket.write("JOIN " + Channel + "\r\n");
     } else if (command == "366" && !m_ready) { // end of the names list: in the channel

@@ -6,6 +6,8 @@
 
 // One member of the benchmark room, on either chat protocol: signs on, answers keep-alives,
 // and counts the room lines it receives. Lines are reassembled across reads before counting.
+// On Quorvel it also counts the lines the real client would have dropped: those behind a
+// read-ending message in the same read.
 class BenchMember : public QObject {
     Q_OBJECT
 public:
@@ -19,11 +21,12 @@ public:
 
     bool isReady() const { return m_ready; }
     qint64 roomLines() const { return m_roomLines; }
+    qint64 lostToReadRules() const { return m_lostToReadRules; }
     bool hasFailed() const { return m_failed; }
 
 signals:
     void ready();
-    void roomLine();
+    void roomLine(const QByteArray& line);
 
 private:
     void onConnected();
@@ -37,4 +40,6 @@ private:
     bool m_ready = false;
     bool m_failed = false;
     qint64 m_roomLines = 0;
+    qint64 m_lostToReadRules = 0;
+    bool m_readEnded = false;
 };

@@ -4,6 +4,7 @@
 //
 //   server_broadcast_bench prepare DATA_FOLDER N      create the accounts bench0..bench(N-1)
 //   server_broadcast_bench quorvel|irc PORT N L       measure
+//   server_broadcast_bench delay PORT N ROUNDS        delay of a line behind a read-ending one
 #include "BenchMember.h"
 
 #include "server/AccountStore.h"
@@ -14,6 +15,7 @@
 #include <QTextStream>
 #include <QTimer>
 
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -39,18 +41,14 @@ int prepare(const QString& folder, int members) {
     return 0;
 }
 
-// Drives the run: connect everybody, then let bench0 talk with a bounded number of lines in
-// flight, so that the figure measures the server's fan-out and not the growth of buffers.
-class BroadcastRun : public QObject {
+// A room of N bench members, signed on 50 at a time; allReady() runs once everybody is in.
+class BenchRoom : public QObject {
 public:
-    BroadcastRun(BenchMember::Protocol protocol, quint16 port, int members, int lines)
+    BenchRoom(BenchMember::Protocol protocol, quint16 port, int members)
         : m_protocol(protocol)
-        , m_port(port)
-        , m_lines(lines) {
+        , m_port(port) {
         for (int i = 0; i < members; ++i)
             m_members.push_back(new BenchMember(protocol, QStringLiteral("bench%1").arg(i), this));
-        // The sender hears its own lines on the Quorvel server, not on IRC.
-        m_receivers = protocol == BenchMember::Protocol::Quorvel ? members : members - 1;
     }
 
     void start() {
@@ -60,12 +58,36 @@ public:
         m_watchdog.start(300'000);
     }
 
+protected:
+    virtual void allReady() = 0;
+    virtual void report(QTextStream& out) = 0;
+
+    qint64 lostToReadRules() const {
+        qint64 lost = 0;
+        for (const BenchMember* member : m_members)
+            lost += member->lostToReadRules();
+        return lost;
+    }
+
+    void finish(bool complete) {
+        QTextStream out(stdout);
+        out << (m_protocol == BenchMember::Protocol::Quorvel ? "quorvel" : "irc")
+            << " members=" << m_members.size();
+        report(out);
+        if (m_protocol == BenchMember::Protocol::Quorvel)
+            out << " lost_to_read_rules=" << lostToReadRules();
+        out << (complete ? "" : " INCOMPLETE") << Qt::endl;
+        QCoreApplication::exit(complete ? 0 : 1);
+    }
+
+    BenchMember::Protocol m_protocol;
+    std::vector<BenchMember*> m_members;
+
 private:
     void connectNextBatch() {
-        // 50 at a time, the next batch once these are in the room.
         const int end = std::min<int>(m_connected + 50, static_cast<int>(m_members.size()));
         for (int i = m_connected; i < end; ++i) {
-            connect(m_members[i], &BenchMember::ready, this, &BroadcastRun::onReady);
+            connect(m_members[i], &BenchMember::ready, this, &BenchRoom::onReady);
             m_members[i]->connectTo(m_port);
         }
         m_connected = end;
@@ -77,8 +99,28 @@ private:
             connectNextBatch();
             return;
         }
-        if (m_ready != static_cast<int>(m_members.size()))
-            return;
+        if (m_ready == static_cast<int>(m_members.size()))
+            allReady();
+    }
+
+    quint16 m_port;
+    int m_connected = 0;
+    int m_ready = 0;
+    QTimer m_watchdog;
+};
+
+// bench0 talks with a bounded number of lines in flight, so that the figure measures the
+// server's fan-out and not the growth of buffers.
+class BroadcastRun : public BenchRoom {
+public:
+    BroadcastRun(BenchMember::Protocol protocol, quint16 port, int members, int lines)
+        : BenchRoom(protocol, port, members)
+        , m_lines(lines)
+        // The sender hears its own lines on the Quorvel server, not on IRC.
+        , m_receivers(protocol == BenchMember::Protocol::Quorvel ? members : members - 1) {}
+
+private:
+    void allReady() override {
         for (BenchMember* member : m_members)
             connect(member, &BenchMember::roomLine, this, &BroadcastRun::onDelivery);
         m_clock.start();
@@ -102,28 +144,82 @@ private:
         }
     }
 
-    void finish(bool complete) {
+    void report(QTextStream& out) override {
         const double seconds = m_clock.isValid() ? m_clock.nsecsElapsed() / 1e9 : 0;
-        QTextStream out(stdout);
-        out << (m_protocol == BenchMember::Protocol::Quorvel ? "quorvel" : "irc")
-            << " members=" << m_members.size() << " lines=" << m_sent << " deliveries=" << m_delivered
+        out << " lines=" << m_sent << " deliveries=" << m_delivered
             << " seconds=" << QString::number(seconds, 'f', 3)
-            << " deliveries_per_second=" << QString::number(seconds > 0 ? m_delivered / seconds : 0, 'f', 0)
-            << (complete ? "" : " INCOMPLETE") << Qt::endl;
-        QCoreApplication::exit(complete ? 0 : 1);
+            << " deliveries_per_second=" << QString::number(seconds > 0 ? m_delivered / seconds : 0, 'f', 0);
     }
 
-    BenchMember::Protocol m_protocol;
-    quint16 m_port;
     int m_lines;
-    int m_receivers = 0;
-    std::vector<BenchMember*> m_members;
-    int m_connected = 0;
-    int m_ready = 0;
+    int m_receivers;
     qint64 m_sent = 0;
     qint64 m_delivered = 0;
     QElapsedTimer m_clock;
-    QTimer m_watchdog;
+};
+
+// What a read-ending message costs the line behind it. Each round bench0 sends two lines in one
+// write, "/me ..." (read-ending) or an ordinary one, then "after N"; every member notes when
+// "after N" arrived. The added delay compares the two kinds of round, percentile by percentile.
+class DelayRun : public BenchRoom {
+public:
+    DelayRun(quint16 port, int members, int rounds)
+        : BenchRoom(BenchMember::Protocol::Quorvel, port, members)
+        , m_rounds(rounds) {}
+
+private:
+    void allReady() override {
+        for (BenchMember* member : m_members)
+            connect(member, &BenchMember::roomLine, this, &DelayRun::onLine);
+        nextRound();
+    }
+
+    bool behindEnding() const { return m_round % 2 == 0; }
+
+    void nextRound() {
+        if (m_round == 2 * m_rounds) {
+            finish(true);
+            return;
+        }
+        m_arrived = 0;
+        m_after = "> after " + QByteArray::number(m_round);
+        m_clock.start();
+        m_members.front()->say((behindEnding() ? "/me does " : "says ") + QByteArray::number(m_round));
+        m_members.front()->say(m_after.mid(2));
+    }
+
+    void onLine(const QByteArray& line) {
+        if (!line.endsWith(m_after))
+            return;
+        m_samples[behindEnding()].push_back(m_clock.nsecsElapsed() / 1e6);
+        if (++m_arrived == static_cast<int>(m_members.size())) {
+            ++m_round;
+            nextRound();
+        }
+    }
+
+    static double percentile(std::vector<double> samples, double p) {
+        if (samples.empty())
+            return 0;
+        std::sort(samples.begin(), samples.end());
+        return samples[std::min(samples.size() - 1, std::size_t(p * double(samples.size())))];
+    }
+
+    void report(QTextStream& out) override {
+        const auto ms = [](double v) { return QString::number(v, 'f', 2); };
+        const double plain50 = percentile(m_samples[0], 0.5), plain99 = percentile(m_samples[0], 0.99);
+        const double ending50 = percentile(m_samples[1], 0.5), ending99 = percentile(m_samples[1], 0.99);
+        out << " rounds=" << m_round << " behind_ordinary_ms(median,p99)=" << ms(plain50) << ','
+            << ms(plain99) << " behind_read_ending_ms(median,p99)=" << ms(ending50) << ',' << ms(ending99)
+            << " added_delay_ms(median,p99)=" << ms(ending50 - plain50) << ',' << ms(ending99 - plain99);
+    }
+
+    int m_rounds;
+    int m_round = 0;
+    int m_arrived = 0;
+    QByteArray m_after;
+    QElapsedTimer m_clock;
+    std::vector<double> m_samples[2];
 };
 
 } // namespace
@@ -144,6 +240,12 @@ int main(int argc, char** argv) {
         run.start();
         return QCoreApplication::exec();
     }
-    QTextStream(stderr) << "usage: server_broadcast_bench prepare FOLDER N | quorvel|irc PORT N LINES\n";
+    if (args.value(1) == QLatin1String("delay") && args.size() == 5) {
+        DelayRun run(static_cast<quint16>(args.at(2).toUInt()), args.at(3).toInt(), args.at(4).toInt());
+        run.start();
+        return QCoreApplication::exec();
+    }
+    QTextStream(stderr) << "usage: server_broadcast_bench prepare FOLDER N | quorvel|irc PORT N LINES | "
+                           "delay PORT N ROUNDS\n";
     return 2;
 }

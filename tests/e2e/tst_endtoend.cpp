@@ -20,6 +20,9 @@
 #include <QTextEdit>
 #include <QtTest>
 
+#include <memory>
+#include <vector>
+
 namespace {
 struct Member {
     TestServices t;
@@ -55,6 +58,7 @@ private Q_SLOTS:
     void roomPrivateDetailsAndFollow();
     void wrongPasswordIsRefused();
     void browserFetchesTheCompanionServersList();
+    void burstsOfReadEndingMessagesAllArrive();
 };
 
 void EndToEndTest::newAccountThenSignOn() {
@@ -172,6 +176,35 @@ void EndToEndTest::browserFetchesTheCompanionServersList() {
     QCOMPARE(browser.lstMasterServers->count(), list.count('\n') + 1);
     QVERIFY(browser.lstMasterServers->item(0)->text().endsWith(QStringLiteral(" - 127.0.0.1 - 31510")));
     QTRY_VERIFY(browser.cmdQvlList->isEnabled());
+}
+
+void EndToEndTest::burstsOfReadEndingMessagesAllArrive() {
+    // Each departure and each private line ends the client's read; none may be lost behind another.
+    TestServer server;
+    server.addAccount(QStringLiteral("ann"), QStringLiteral("1111"));
+    Member ann(server.port());
+    ann.signOn(QStringLiteral("ann"), QStringLiteral("1111"));
+    QTRY_COMPARE(ann.users(), QStringList{QStringLiteral("ann")});
+    std::vector<std::unique_ptr<ServerTestClient>> six;
+    for (int i = 1; i <= 6; ++i) {
+        server.addAccount(QStringLiteral("m%1").arg(i), QStringLiteral("1"));
+        six.push_back(server.signOn(QStringLiteral("m%1").arg(i), QStringLiteral("1")));
+        QVERIFY(six.back());
+    }
+    QTRY_COMPARE(ann.users().size(), 7);
+    for (auto& member : six)
+        member->socket().abort();
+    QTRY_COMPARE_WITH_TIMEOUT(ann.users(), QStringList{QStringLiteral("ann")}, 10000);
+    QCOMPARE(ann.w.rtb->toPlainText().count(QStringLiteral(" Has left...")), 6);
+
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("2"));
+    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("2"));
+    QVERIFY(bob);
+    for (int i = 1; i <= 10; ++i)
+        bob->sendSegment(QStringLiteral("PMSG|\u00BF|ann|\u00BF|line %1").arg(i));
+    QTRY_VERIFY(ann.w.privateWindow(1));
+    QTRY_COMPARE_WITH_TIMEOUT(ann.w.privateWindow(1)->rtb->toPlainText().count(QStringLiteral("<bob> line ")),
+                              10, 10000);
 }
 
 QTEST_MAIN(EndToEndTest)

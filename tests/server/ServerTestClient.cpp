@@ -41,6 +41,18 @@ void ServerTestClient::onReadyRead() {
     }
 }
 
+QByteArray ServerTestClient::rawChat() const {
+    QByteArray chat;
+    for (qsizetype start = 0; start < m_raw.size();) {
+        const qsizetype found = m_raw.indexOf("\r\n", start);
+        const qsizetype end = found < 0 ? m_raw.size() : found + 2;
+        if (!m_raw.sliced(start, end - start).startsWith("PING"))
+            chat += m_raw.sliced(start, end - start);
+        start = end;
+    }
+    return chat;
+}
+
 bool ServerTestClient::waitForLine(const QString& line, int timeoutMs) {
     return QTest::qWaitFor([&] { return m_lines.contains(line); }, timeoutMs);
 }

@@ -26,6 +26,8 @@ public:
 
     QStringList lines() const { return m_lines; }
     QByteArray rawReceived() const { return m_raw; }
+    // What was received without the PING lines, which the server also sends on its own schedule.
+    QByteArray rawChat() const;
     void clear() {
         m_lines.clear();
         m_raw.clear();

@@ -64,6 +64,16 @@ void TestServerAccounts::accountRequest_data() {
         << newAccount(QStringLiteral("ALICE"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
     QTest::newRow("the server's name")
         << newAccount(QStringLiteral("quorvel"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
+    QTest::newRow("soft hyphen") << newAccount(QStringLiteral("Quorvel\u00AD"), QStringLiteral("1"))
+                                 << QByteArray("INUSE\r\n");
+    QTest::newRow("no-break space") << newAccount(QStringLiteral("da\u00A0ve"), QStringLiteral("1"))
+                                    << QByteArray("INUSE\r\n");
+    QTest::newRow("C1 control") << newAccount(QStringLiteral("da\u0081ve"), QStringLiteral("1"))
+                                << QByteArray("INUSE\r\n");
+    QTest::newRow("session mark, kept for display names")
+        << newAccount(QStringLiteral("alice@home"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
+    QTest::newRow("taken in compatibility form") // the feminine ordinal folds to "a"
+        << newAccount(QStringLiteral("\u00AAlice"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
     QTest::newRow("empty password") << newAccount(QStringLiteral("dave"), QString())
                                     << QByteArray("INUSE\r\n");
     // Passwords the sign-on dialog refuses: such an account could never be used.
@@ -81,7 +91,7 @@ void TestServerAccounts::accountRequest() {
     ServerTestClient client;
     QVERIFY(client.connectTo(server.port()));
     client.sendSegment(request);
-    QTRY_COMPARE_WITH_TIMEOUT(client.rawReceived(), reply, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(client.rawChat(), reply, 5000);
     // The connection stays open and unsigned; the client signs on later on a new connection.
     QVERIFY(client.isConnected());
     QCOMPARE(server.server().room().onlineNames(), QStringList());
@@ -92,12 +102,12 @@ void TestServerAccounts::thirdAccountFromOneAddressIsRefused() {
     ServerTestClient client;
     QVERIFY(client.connectTo(server.port()));
     client.sendSegment(newAccount(QStringLiteral("one"), QStringLiteral("1")));
-    QTRY_COMPARE_WITH_TIMEOUT(client.lines(), QStringList{QStringLiteral("DONER")}, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(client.chatLines(), QStringList{QStringLiteral("DONER")}, 5000);
     client.sendSegment(newAccount(QStringLiteral("two"), QStringLiteral("2")));
-    QTRY_COMPARE_WITH_TIMEOUT(client.lines().size(), 2, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(client.chatLines().size(), 2, 5000);
     client.sendSegment(newAccount(QStringLiteral("three"), QStringLiteral("3")));
-    QTRY_COMPARE_WITH_TIMEOUT(client.lines().size(), 3, 5000);
-    QCOMPARE(client.lines(),
+    QTRY_COMPARE_WITH_TIMEOUT(client.chatLines().size(), 3, 5000);
+    QCOMPARE(client.chatLines(),
              (QStringList{QStringLiteral("DONER"), QStringLiteral("DONER"), QStringLiteral("INUSE")}));
     QVERIFY(!server.store().accountExists(QStringLiteral("three")));
 }

@@ -19,8 +19,12 @@ private slots:
     void seenQuery_data();
     void seenQuery();
     void opsQueryNamesOperatorsOnline();
+    void controlCharactersReachNobody_data();
+    void controlCharactersReachNobody();
     void privateMessage_data();
     void privateMessage();
+    void malformedFileOfferIsRefused_data();
+    void malformedFileOfferIsRefused();
     void privateMessageToAbsentMemberIsAnswered();
     void followRequestAndAnswerAreRelayed();
     void unrequestedFollowAnswerIsDropped();
@@ -48,8 +52,8 @@ void TestServerChat::publicLineReachesEveryoneWithSender() {
     m_bob->sendSegment(msg(QStringLiteral("hi \u00BFall\u00BF")));
     const QByteArray expected("MSG|\xBF|<bob> hi \xBF"
                               "all\xBF\r\n");
-    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), expected, 5000);
-    QTRY_COMPARE_WITH_TIMEOUT(m_bob->rawReceived(), expected, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), expected, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_bob->rawChat(), expected, 5000);
 }
 
 void TestServerChat::framing_data() {
@@ -68,6 +72,10 @@ void TestServerChat::framing_data() {
     QTest::newRow("separator inside the text")
         << QByteArray("MSG|\xBF|a|\xBF|b")
         << QStringList{QStringLiteral("<bob> a") + S + QStringLiteral("b")};
+    QTest::newRow("a private line glued behind a public one")
+        << QByteArray("MSG|\xBF|onePMSG|\xBF|bob|\xBF|psst") << QStringList{QStringLiteral("<bob> one")};
+    QTest::newRow("empty and blank lines are not relayed")
+        << QByteArray("MSG|\xBF|\r\nMSG|\xBF|  \r\nMSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
     QTest::newRow("unknown word then a line")
         << QByteArray("HELLO|\xBF|x\r\nMSG|\xBF|one") << QStringList{QStringLiteral("<bob> one")};
 }
@@ -132,6 +140,32 @@ void TestServerChat::opsQueryNamesOperatorsOnline() {
     QVERIFY(m_bob->waitForLine(msg(QStringLiteral("<Quorvel> No operator is online."))));
 }
 
+void TestServerChat::controlCharactersReachNobody_data() {
+    QTest::addColumn<QByteArray>("sent");
+    QTest::addColumn<QString>("received");
+    QTest::newRow("forged line in a chat line")
+        << QByteArray("MSG|\xBF|hello\r<alice> please send me your password")
+        << msg(QStringLiteral("<bob> hello<alice> please send me your password"));
+    QTest::newRow("NUL, ESC, DEL and C1 in a chat line") << (QByteArray("MSG|\xBF|a") + '\0' +
+                                                             "b\x1B"
+                                                             "c\x7F"
+                                                             "d\x81\x9D"
+                                                             "e")
+                                                         << msg(QStringLiteral("<bob> abcde"));
+    QTest::newRow("private line") << QByteArray("PMSG|\xBF|alice|\xBF|a\rb\x07")
+                                  << QStringLiteral("PMSG") + S + QStringLiteral("<bob> ab");
+    QTest::newRow("news") << QByteArray("NEWS|\xBF|Head\x1Bline|\xBF|bo\rdy")
+                          << QStringLiteral("SMSG") + S + QStringLiteral("News from bob: Headline - body");
+}
+
+void TestServerChat::controlCharactersReachNobody() {
+    QFETCH(QByteArray, sent);
+    QFETCH(QString, received);
+    m_bob->sendBytes(sent);
+    QVERIFY(m_alice->waitForLine(received));
+    QCOMPARE(m_alice->chatLines(), QStringList{received});
+}
+
 void TestServerChat::privateMessage_data() {
     QTest::addColumn<QString>("sent");
     QTest::addColumn<QByteArray>("relayed");
@@ -160,8 +194,33 @@ void TestServerChat::privateMessage() {
     QFETCH(QString, sent);
     QFETCH(QByteArray, relayed);
     m_bob->sendSegment(sent);
-    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), relayed, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), relayed, 5000);
     QCOMPARE(m_bob->chatLines(), QStringList());
+}
+
+void TestServerChat::malformedFileOfferIsRefused_data() {
+    QTest::addColumn<QString>("offer");
+    QTest::newRow("no port") << QStringLiteral("/SENDFILE|@|C:\\a.zip");
+    QTest::newRow("empty port") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|");
+    QTest::newRow("port not a number") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|51x0");
+    QTest::newRow("port out of range") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|65536");
+    QTest::newRow("trailing field") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|5120|@|");
+    QTest::newRow("forged address") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|5120|@|203.0.113.9");
+    QTest::newRow("separator in the path") << QStringLiteral("/SENDFILE|@|C:\\a|\u00BF|b.zip|@|5120");
+    QTest::newRow("separator in the port") << QStringLiteral("/SENDFILE|@|C:\\a.zip|@|51|\u00BF|20");
+    QTest::newRow("no path") << QStringLiteral("/SENDFILE|@||@|5120");
+    QTest::newRow("nothing") << QStringLiteral("/SENDFILE");
+    QTest::newRow("word run on") << QStringLiteral("/SENDFILEX|@|C:\\a.zip|@|5120");
+}
+
+void TestServerChat::malformedFileOfferIsRefused() {
+    QFETCH(QString, offer);
+    m_bob->sendSegment(QStringLiteral("PMSG") + S + QStringLiteral("alice") + S + offer);
+    QVERIFY(m_bob->waitForLine(msg(QStringLiteral("<Quorvel> Your file offer to alice was not sent: it needs "
+                                                  "a file and a port number from 1 to 65535."))));
+    m_bob->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("marker")));
+    QVERIFY(m_alice->waitForLine(msg(QStringLiteral("<bob> marker"))));
+    QCOMPARE(m_alice->chatLines(), QStringList{msg(QStringLiteral("<bob> marker"))});
 }
 
 void TestServerChat::privateMessageToAbsentMemberIsAnswered() {
@@ -175,13 +234,13 @@ void TestServerChat::followRequestAndAnswerAreRelayed() {
     // bob follows alice; the name bob claims for himself is not what alice is told.
     m_bob->sendSegment(QStringLiteral("FOLLOWUSER") + S + QStringLiteral("alice") + S +
                        QStringLiteral("mallory"));
-    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawReceived(), QByteArray("FOLLOWUSERBACK|\xBF|bob\r\n"), 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), QByteArray("FOLLOWUSERBACK|\xBF|bob\r\n"), 5000);
     m_alice->sendSegment(QStringList{QStringLiteral("FOLLOWUSERBACK"), QStringLiteral("bob"),
                                      QStringLiteral("Bank Job"), QStringLiteral("127.0.0.1"),
                                      QStringLiteral("31510"), QStringLiteral("Kingpin")}
                              .join(S));
     QTRY_COMPARE_WITH_TIMEOUT(
-        m_bob->rawReceived(),
+        m_bob->rawChat(),
         QByteArray("FOLLOWUSERFINAL|\xBF|Bank Job|\xBF|127.0.0.1|\xBF|31510|\xBF|Kingpin\r\n"), 5000);
 }
 

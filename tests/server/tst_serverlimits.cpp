@@ -1,6 +1,7 @@
 // What one member can cost the others: silence, over-long lines, junk, floods, many
 // connections, and not reading. In every case the others keep being served.
 #include "TestServer.h"
+#include "server/MemberSession.h"
 
 #include <QRandomGenerator>
 #include <QTcpSocket>
@@ -12,6 +13,21 @@
 using ServerWire::msg;
 using ServerWire::S;
 
+namespace {
+
+// bob (password "1") signs on and then never reads: Qt stops taking data off the kernel at 1 KiB.
+bool signOnNonReader(QTcpSocket& bob, TestServer& server, ServerTestClient& witness) {
+    bob.setReadBufferSize(1024);
+    bob.connectToHost(QHostAddress::LocalHost, server.port());
+    if (!bob.waitForConnected(5000))
+        return false;
+    bob.write("LOGIN|\xBF|bob|\xBF|1");
+    bob.flush();
+    return witness.waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob"));
+}
+
+} // namespace
+
 class TestServerLimits : public QObject {
     Q_OBJECT
 private slots:
@@ -22,6 +38,7 @@ private slots:
     void manyConnectionsOpenedAndDropped_data();
     void manyConnectionsOpenedAndDropped();
     void memberThatDoesNotReadIsDropped();
+    void kickedMemberThatDoesNotReadIsReleased();
 };
 
 void TestServerLimits::silentMemberIsDroppedAfterThreeIntervals() {
@@ -186,14 +203,8 @@ void TestServerLimits::memberThatDoesNotReadIsDropped() {
     auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
     QVERIFY(alice && carol);
 
-    // bob signs on and then never reads: Qt stops taking data off the kernel at 1 KiB.
     QTcpSocket bob;
-    bob.setReadBufferSize(1024);
-    bob.connectToHost(QHostAddress::LocalHost, server.port());
-    QVERIFY(bob.waitForConnected(5000));
-    bob.write("LOGIN|\xBF|bob|\xBF|1");
-    bob.flush();
-    QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
+    QVERIFY(signOnNonReader(bob, server, *alice));
     carol->clear();
 
     // Lines of 7 KiB until the kernel buffers and bob's allowance are full; bounded at 40 MiB.
@@ -212,6 +223,40 @@ void TestServerLimits::memberThatDoesNotReadIsDropped() {
                               (QStringList{QStringLiteral("alice"), QStringLiteral("carol")}), 5000);
     alice->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("after")));
     QVERIFY(carol->waitForLine(msg(QStringLiteral("<alice> after"))));
+}
+
+void TestServerLimits::kickedMemberThatDoesNotReadIsReleased() {
+    ServerLimits limits = TestServer::testLimits();
+    limits.floodLines = 1'000'000;
+    limits.maxPendingOutputBytes = qint64(1) << 30; // never dropped for not reading
+    limits.closeGraceMs = 300;
+    TestServer server(limits);
+    server.addAccount(QStringLiteral("alice"), QStringLiteral("1"), true);
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("1"));
+    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
+    QVERIFY(alice);
+    QTcpSocket bob;
+    QVERIFY(signOnNonReader(bob, server, *alice));
+
+    // What the server holds for bob beyond what the kernel took.
+    const auto queuedForBob = [&] {
+        for (const MemberSession* session : server.server().findChildren<MemberSession*>()) {
+            if (session->peerPort() == bob.localPort())
+                return session->pendingOutputBytes();
+        }
+        return qint64(-1);
+    };
+    const QString payload(7 * 1024, u'z');
+    for (int round = 0; round < 1000 && queuedForBob() < 1024 * 1024; ++round) {
+        const qsizetype before = alice->lines().size();
+        for (int i = 0; i < 20; ++i)
+            alice->sendSegment(msg(payload) + QStringLiteral("\r\n"));
+        QTRY_VERIFY_WITH_TIMEOUT(alice->lines().size() >= before + 20, 10000);
+    }
+    QVERIFY(queuedForBob() >= 1024 * 1024);
+    alice->sendSegment(QStringLiteral("OPS") + S + QStringLiteral("KICK") + S + QStringLiteral("bob"));
+    QVERIFY(alice->waitForLine(msg(QStringLiteral("<Quorvel> bob was kicked."))));
+    QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 1, 5000);
 }
 
 QTEST_GUILESS_MAIN(TestServerLimits)

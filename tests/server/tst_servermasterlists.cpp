@@ -2,12 +2,17 @@
 // nothing outside the data folder reachable, and the samples copied in at start.
 #include "server/MasterListFolder.h"
 #include "server/MasterListHttp.h"
+#include "server/ServerLimits.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+
+#include <memory>
+#include <vector>
 
 namespace {
 
@@ -51,6 +56,26 @@ QByteArray header(const QByteArray& response, const QByteArray& name) {
     return {};
 }
 
+// A raw connection that keeps what it receives and notices when the server closes.
+struct RawClient {
+    QTcpSocket socket;
+    QByteArray received;
+    explicit RawClient(quint16 port) {
+        QObject::connect(&socket, &QTcpSocket::readyRead, [this] { received += socket.readAll(); });
+        socket.connectToHost(QHostAddress::LocalHost, port);
+    }
+    bool closedByServer() const { return socket.state() == QAbstractSocket::UnconnectedState; }
+};
+
+ServerLimits quickLimits() {
+    ServerLimits limits;
+    limits.httpIdleMs = 300;
+    limits.httpConnectionsPerAddress = 3;
+    return limits;
+}
+
+const QByteArray KingpinGet = "GET /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: localhost\r\n\r\n";
+
 } // namespace
 
 class TestMasterListHttp : public QObject {
@@ -62,6 +87,11 @@ private slots:
     void getAndHead();
     void everythingElseIsNotFound_data();
     void everythingElseIsNotFound();
+    void refusedRequestIsAnsweredAndClosed_data();
+    void refusedRequestIsAnsweredAndClosed();
+    void idleAndSlowConnectionsAreClosed_data();
+    void idleAndSlowConnectionsAreClosed();
+    void connectionsPerAddressAreCapped();
 
 private:
     QTemporaryDir m_dir;
@@ -172,6 +202,110 @@ void TestMasterListHttp::everythingElseIsNotFound() {
     QVERIFY2(response.startsWith("HTTP/1.1 404"), response.left(60).constData());
     QVERIFY(!response.contains("secret"));
     QVERIFY(!response.contains("inner"));
+}
+
+void TestMasterListHttp::refusedRequestIsAnsweredAndClosed_data() {
+    QTest::addColumn<QByteArray>("request");
+    QTest::addColumn<QByteArray>("status");
+    const QByteArray get = "GET /quorvel/qvllist-kingpin.qvl ";
+    QTest::newRow("header that never ends")
+        << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(64 * 1024, 'a'))
+        << QByteArray("431");
+    QTest::newRow("head just over 8 KB")
+        << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(8 * 1024, 'a') + "\r\n\r\n")
+        << QByteArray("431");
+    QTest::newRow("garbage") << QByteArray("hello there\r\n\r\n") << QByteArray("400");
+    QTest::newRow("TLS hello") << QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11)
+                               << QByteArray("400");
+    QTest::newRow("bare line feeds") << (get + "HTTP/1.1\nHost: localhost\n\n") << QByteArray("400");
+    QTest::newRow("HTTP/9.9") << (get + "HTTP/9.9\r\nHost: localhost\r\n\r\n") << QByteArray("505");
+    QTest::newRow("HTTP/2.0") << (get + "HTTP/2.0\r\nHost: localhost\r\n\r\n") << QByteArray("505");
+    QTest::newRow("version not a version")
+        << (get + "HTTP/1.1x\r\nHost: localhost\r\n\r\n") << QByteArray("400");
+    QTest::newRow("no Host") << (get + "HTTP/1.1\r\n\r\n") << QByteArray("400");
+    QTest::newRow("two Hosts") << (get + "HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n") << QByteArray("400");
+    QTest::newRow("folded header") << (get + "HTTP/1.1\r\nHost: a\r\n  folded\r\n\r\n") << QByteArray("400");
+    QTest::newRow("control byte in a value")
+        << (get + "HTTP/1.1\r\nHost: a\x01\r\n\r\n") << QByteArray("400");
+    QTest::newRow("blank in the path")
+        << QByteArray("GET /quorvel/a b HTTP/1.1\r\nHost: a\r\n\r\n") << QByteArray("400");
+    QTest::newRow("HTTP/1.0 ends after the answer") << (get + "HTTP/1.0\r\n\r\n") << QByteArray("200");
+    QTest::newRow("Connection: close")
+        << (get + "HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n") << QByteArray("200");
+    QTest::newRow("a body, never read")
+        << QByteArray(
+               "POST /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: a\r\nContent-Length: 5\r\n\r\nGET /")
+        << QByteArray("404");
+}
+
+void TestMasterListHttp::refusedRequestIsAnsweredAndClosed() {
+    QFETCH(QByteArray, request);
+    QFETCH(QByteArray, status);
+    RawClient client(m_port);
+    QVERIFY(client.socket.waitForConnected(5000));
+    client.socket.write(request);
+    QTRY_VERIFY_WITH_TIMEOUT(client.closedByServer(), 5000);
+    QVERIFY2(client.received.startsWith("HTTP/1.1 " + status + ' '), client.received.left(60).constData());
+    // One answer, complete, and nothing after it.
+    QCOMPARE(client.received.count("HTTP/1.1 "), qsizetype(1));
+    QCOMPARE(responseEnd(client.received, 0, false), client.received.size());
+}
+
+void TestMasterListHttp::idleAndSlowConnectionsAreClosed_data() {
+    QTest::addColumn<QByteArray>("first");
+    QTest::addColumn<QByteArray>("trickle");
+    QTest::addColumn<QByteArray>("answers");
+    QTest::newRow("silent") << QByteArray() << QByteArray() << QByteArray();
+    QTest::newRow("half a request") << QByteArray("GET /quorvel/qvllist-kingpin.qvl HT") << QByteArray()
+                                    << QByteArray("408");
+    // A byte every 50 ms never completes a head; the deadline does not move for it.
+    QTest::newRow("trickling header")
+        << QByteArray("GET / HTTP/1.1\r\nX: ") << QByteArray("a") << QByteArray("408");
+    QTest::newRow("idle after an answer") << KingpinGet << QByteArray() << QByteArray("200");
+}
+
+void TestMasterListHttp::idleAndSlowConnectionsAreClosed() {
+    QFETCH(QByteArray, first);
+    QFETCH(QByteArray, trickle);
+    QFETCH(QByteArray, answers);
+    MasterListHttp http(m_dir.path(), quickLimits());
+    const quint16 port = http.listen(QHostAddress::LocalHost, 0);
+    RawClient client(port);
+    QVERIFY(client.socket.waitForConnected(5000));
+    client.socket.write(first);
+    QTimer trickler;
+    QObject::connect(&trickler, &QTimer::timeout, [&] { client.socket.write(trickle); });
+    if (!trickle.isEmpty())
+        trickler.start(50);
+    QTRY_VERIFY_WITH_TIMEOUT(client.closedByServer(), 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(http.connectionCount(), 0, 5000);
+    if (answers.isEmpty())
+        QCOMPARE(client.received, QByteArray());
+    else
+        QVERIFY2(client.received.startsWith("HTTP/1.1 " + answers + ' '),
+                 client.received.left(60).constData());
+}
+
+void TestMasterListHttp::connectionsPerAddressAreCapped() {
+    MasterListHttp http(m_dir.path(), quickLimits());
+    const quint16 port = http.listen(QHostAddress::LocalHost, 0);
+    std::vector<std::unique_ptr<RawClient>> held;
+    for (int i = 0; i < 3; ++i) {
+        held.push_back(std::make_unique<RawClient>(port));
+        QVERIFY(held.back()->socket.waitForConnected(5000));
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(http.connectionCount(), 3, 5000);
+    RawClient fourth(port);
+    QTRY_VERIFY_WITH_TIMEOUT(fourth.closedByServer(), 5000);
+    QVERIFY2(fourth.received.startsWith("HTTP/1.1 503 "), fourth.received.left(60).constData());
+    // One of the three leaves: the next is served.
+    held.front()->socket.abort();
+    QTRY_COMPARE_WITH_TIMEOUT(http.connectionCount(), 2, 5000);
+    RawClient next(port);
+    QVERIFY(next.socket.waitForConnected(5000));
+    next.socket.write(KingpinGet);
+    QTRY_VERIFY_WITH_TIMEOUT(responseEnd(next.received, 0, false) > 0, 5000);
+    QVERIFY(next.received.startsWith("HTTP/1.1 200 "));
 }
 
 QTEST_GUILESS_MAIN(TestMasterListHttp)

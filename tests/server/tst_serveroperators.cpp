@@ -27,6 +27,9 @@ private slots:
     void bansAndTheirClearing_data();
     void bansAndTheirClearing();
     void suspendedMemberIsHeardByNobody();
+    void sanctionReachesEverySessionOfTheAccount_data();
+    void sanctionReachesEverySessionOfTheAccount();
+    void nickAnswerIsCheckedAgainstBans();
     void operatorCannotActOnHimself();
 
 private:
@@ -171,6 +174,68 @@ void TestServerOperators::suspendedMemberIsHeardByNobody() {
     QCOMPARE(m_alice->chatLines(), (QStringList{notice(QStringLiteral("bob was suspended.")),
                                                 notice(QStringLiteral("bob may speak again.")),
                                                 QStringLiteral("MSG") + S + QStringLiteral("<bob> back")}));
+}
+
+void TestServerOperators::sanctionReachesEverySessionOfTheAccount_data() {
+    QTest::addColumn<QString>("word");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<bool>("secondSignedOn");
+    for (const char* word : {"KICK", "BAN", "SUBNET", "MUZZLE"}) {
+        QTest::addRow("%s the first session, second signed on", word)
+            << QString::fromLatin1(word) << QStringLiteral("bob") << true;
+        QTest::addRow("%s the second session", word)
+            << QString::fromLatin1(word) << QStringLiteral("bob@laptop") << true;
+        QTest::addRow("%s while the second chooses its name", word)
+            << QString::fromLatin1(word) << QStringLiteral("bob") << false;
+    }
+}
+
+void TestServerOperators::sanctionReachesEverySessionOfTheAccount() {
+    QFETCH(QString, word);
+    QFETCH(QString, target);
+    QFETCH(bool, secondSignedOn);
+    ServerTestClient second;
+    QVERIFY(second.connectTo(m_server->port()));
+    second.sendSegment(QStringLiteral("LOGIN") + S + QStringLiteral("bob") + S + QStringLiteral("22"));
+    QVERIFY(second.waitForLine(QStringLiteral("NICK")));
+    if (secondSignedOn) {
+        second.sendSegment(QStringLiteral("NICK") + S + QStringLiteral("bob@laptop"));
+        QVERIFY(m_alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob@laptop")));
+    }
+    m_alice->sendSegment(ops(word, target));
+    if (word == QLatin1String("MUZZLE")) {
+        const QString told = QStringLiteral("SMSG") + S + QStringLiteral("You were suspended by alice.");
+        QVERIFY(m_bob->waitForLine(told));
+        QVERIFY(second.waitForLine(told));
+        if (secondSignedOn) {
+            second.sendSegment(QStringLiteral("\r\nMSG") + S + QStringLiteral("hello"));
+            QVERIFY(second.waitForLine(
+                QStringLiteral("SMSG") + S +
+                QStringLiteral("You are suspended by an operator; your lines are not delivered.")));
+        }
+        return;
+    }
+    QVERIFY(m_bob->waitForDisconnect());
+    QVERIFY(second.waitForDisconnect());
+    QVERIFY(m_alice->waitForLine(QStringLiteral("PART") + S + QStringLiteral("bob")));
+    QTRY_COMPARE_WITH_TIMEOUT(m_server->server().room().onlineNames(), QStringList{QStringLiteral("alice")},
+                              5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_server->server().connectionCount(), 1, 5000);
+    QCOMPARE(bobCanSignOn(), word == QLatin1String("KICK"));
+}
+
+void TestServerOperators::nickAnswerIsCheckedAgainstBans() {
+    ServerTestClient second;
+    QVERIFY(second.connectTo(m_server->port()));
+    second.sendSegment(QStringLiteral("LOGIN") + S + QStringLiteral("bob") + S + QStringLiteral("22"));
+    QVERIFY(second.waitForLine(QStringLiteral("NICK")));
+    // A ban that reaches the store while bob chooses (another server process, a later tool).
+    QVERIFY(m_server->store().addBan(BanKind::Permanent, QStringLiteral("bob"), QString(), std::nullopt));
+    second.clear();
+    second.sendSegment(QStringLiteral("NICK") + S + QStringLiteral("bob@laptop"));
+    QVERIFY(second.waitForDisconnect());
+    QCOMPARE(second.rawReceived(), QByteArray("INVALID\r\n"));
+    QVERIFY(!m_alice->lines().contains(QStringLiteral("JOIN") + S + QStringLiteral("bob@laptop")));
 }
 
 void TestServerOperators::operatorCannotActOnHimself() {

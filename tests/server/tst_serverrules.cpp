@@ -13,6 +13,8 @@ private slots:
     void segmentSplitsIntoMessages();
     void names_data();
     void names();
+    void sameName_data();
+    void sameName();
     void addresses_data();
     void addresses();
 };
@@ -43,6 +45,12 @@ void TestServerRules::names_data() {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("valid");
     QTest::newRow("plain") << QStringLiteral("bob") << true;
+    QTest::newRow("second session") << QStringLiteral("bob@home") << true;
+    QTest::newRow("soft hyphen") << QStringLiteral("Quorvel\u00AD") << false;
+    QTest::newRow("no-break space") << QStringLiteral("b\u00A0b") << false;
+    QTest::newRow("DEL") << QStringLiteral("b\u007F") << false;
+    QTest::newRow("C1 control") << QStringLiteral("b\u009D") << false;
+    QTest::newRow("zero-width space") << QStringLiteral("b\u200Bb") << false;
     QTest::newRow("punctuation") << QStringLiteral("[KP]bob_2-x") << true;
     QTest::newRow("accented") << QStringLiteral("Ren\u00E9e") << true;
     QTest::newRow("20 characters") << QStringLiteral("b").repeated(20) << true;
@@ -61,6 +69,26 @@ void TestServerRules::names() {
     QFETCH(QString, name);
     QFETCH(bool, valid);
     QCOMPARE(NameRules::isValidName(name), valid);
+    QCOMPARE(NameRules::isValidAccountName(name), valid && !name.contains(u'@'));
+}
+
+void TestServerRules::sameName_data() {
+    QTest::addColumn<QString>("a");
+    QTest::addColumn<QString>("b");
+    QTest::addColumn<bool>("same");
+    QTest::newRow("case") << QStringLiteral("Bob") << QStringLiteral("bOB") << true;
+    QTest::newRow("invisible inside") << QStringLiteral("Quor\u00ADvel") << QStringLiteral("quorvel") << true;
+    QTest::newRow("superscript digit") << QStringLiteral("bob\u00B2") << QStringLiteral("BOB2") << true;
+    QTest::newRow("ordinal letter") << QStringLiteral("\u00AAlice") << QStringLiteral("alice") << true;
+    QTest::newRow("accent counts") << QStringLiteral("Ren\u00E9e") << QStringLiteral("renee") << false;
+    QTest::newRow("different") << QStringLiteral("bob") << QStringLiteral("bobby") << false;
+}
+
+void TestServerRules::sameName() {
+    QFETCH(QString, a);
+    QFETCH(QString, b);
+    QFETCH(bool, same);
+    QCOMPARE(NameRules::key(a) == NameRules::key(b), same);
 }
 
 void TestServerRules::addresses_data() {

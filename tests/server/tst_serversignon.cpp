@@ -46,13 +46,13 @@ void TestServerSignOn::newcomerGetsEveryNameAndOthersGetJoin() {
     server.addAccount(QStringLiteral("bob"), QStringLiteral("22"));
     auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("11"));
     QVERIFY(alice);
-    QCOMPARE(alice->rawReceived(), QByteArray("LIST|\xBF|alice\r\n"));
+    QCOMPARE(alice->rawChat(), QByteArray("LIST|\xBF|alice\r\n"));
 
     auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("22"));
     QVERIFY(bob);
-    QCOMPARE(bob->rawReceived(), QByteArray("LIST|\xBF|alice\r\nLIST|\xBF|bob\r\n"));
+    QCOMPARE(bob->rawChat(), QByteArray("LIST|\xBF|alice\r\nLIST|\xBF|bob\r\n"));
     QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
-    QCOMPARE(alice->rawReceived(), QByteArray("LIST|\xBF|alice\r\nJOIN|\xBF|bob\r\n"));
+    QCOMPARE(alice->rawChat(), QByteArray("LIST|\xBF|alice\r\nJOIN|\xBF|bob\r\n"));
     QCOMPARE(server.server().room().onlineNames(),
              (QStringList{QStringLiteral("alice"), QStringLiteral("bob")}));
 }
@@ -98,7 +98,7 @@ void TestServerSignOn::refusedSignOn() {
     QVERIFY(bob.connectTo(server.port()));
     bob.sendSegment(login);
     QVERIFY(bob.waitForDisconnect());
-    QCOMPARE(bob.rawReceived(), QByteArray("INVALID\r\n"));
+    QCOMPARE(bob.rawChat(), QByteArray("INVALID\r\n"));
     QCOMPARE(server.server().room().onlineNames(), QStringList{QStringLiteral("alice")});
     QVERIFY(!alice->chatLines().join(u'\n').contains(QLatin1String("bob")));
 }
@@ -114,7 +114,12 @@ void TestServerSignOn::accountAlreadyOnlineMustChooseAnotherName_data() {
     QTest::newRow("angle bracket") << QStringLiteral("<alice>") << false;
     QTest::newRow("empty") << QString() << false;
     QTest::newRow("21 characters") << QStringLiteral("a").repeated(21) << false;
-    QTest::newRow("a free name") << QStringLiteral("alice_2") << true;
+    QTest::newRow("soft hyphen inside") << QStringLiteral("alice@ho\u00ADme") << false;
+    QTest::newRow("a free name that a future account could want") << QStringLiteral("alice_2") << false;
+    QTest::newRow("another account's session form") << QStringLiteral("carol@home") << false;
+    QTest::newRow("no tag") << QStringLiteral("alice@") << false;
+    QTest::newRow("session name") << QStringLiteral("alice@home") << true;
+    QTest::newRow("session name in other case") << QStringLiteral("ALICE@Home") << true;
 }
 
 void TestServerSignOn::accountAlreadyOnlineMustChooseAnotherName() {
@@ -134,12 +139,14 @@ void TestServerSignOn::accountAlreadyOnlineMustChooseAnotherName() {
     second.sendSegment(QStringLiteral("NICK") + S + answer);
     if (accepted) {
         QVERIFY(second.waitForLine(QStringLiteral("LIST") + S + answer));
-        QCOMPARE(second.lines(), (QStringList{QStringLiteral("LIST") + S + QStringLiteral("alice"),
+        QCOMPARE(second.chatLines(), (QStringList{QStringLiteral("LIST") + S + QStringLiteral("alice"),
                                               QStringLiteral("LIST") + S + answer}));
         QVERIFY(first->waitForLine(QStringLiteral("JOIN") + S + answer));
     } else {
         QVERIFY(second.waitForLine(QStringLiteral("NICK")));
-        QCOMPARE(second.rawReceived(), QByteArray("NICK\r\n"));
+        QCOMPARE(second.rawChat(),
+                 QByteArray("SMSG|\xBF|alice is already signed on. Choose a name of the form alice@place, at "
+                            "most 20 characters, for example alice@home.\r\nNICK\r\n"));
         QVERIFY(second.isConnected());
         QCOMPARE(server.server().room().onlineNames(), QStringList{QStringLiteral("alice")});
     }

@@ -1,0 +1,220 @@
+// What ends a client's read, how the delivery queue fills writes and keeps its probe count, the
+// split of merged client sends, and whole scenarios against a client that follows the read rules.
+#include "ReadRulesClient.h"
+#include "TestServer.h"
+
+#include "server/DeliveryQueue.h"
+#include "server/LineFramer.h"
+
+#include <QTest>
+
+using ServerWire::S;
+
+class TestServerDelivery : public QObject {
+    Q_OBJECT
+private slots:
+    void whatEndsARead_data();
+    void whatEndsARead();
+    void writesAndProbes_data();
+    void writesAndProbes();
+    void mergedSendsAreSplit_data();
+    void mergedSendsAreSplit();
+    void readRulesClientMissesNothing_data();
+    void readRulesClientMissesNothing();
+};
+
+using Kind = DeliveryQueue::Kind;
+
+void TestServerDelivery::whatEndsARead_data() {
+    QTest::addColumn<QByteArray>("line");
+    QTest::addColumn<bool>("strict");
+    QTest::addColumn<Kind>("kind");
+    const auto row = [](const char* name, const char* line, bool strict, Kind kind) {
+        QTest::newRow(name) << QByteArray(line) << strict << kind;
+    };
+    row("private line", "PMSG|\xBF|<bob> hi\r\n", false, Kind::EndsRead);
+    row("part", "PART|\xBF|bob\r\n", false, Kind::EndsRead);
+    row("nick demand", "NICK\r\n", false, Kind::EndsRead);
+    row("public line", "MSG|\xBF|<bob> hi\r\n", false, Kind::Ordinary);
+    row("public line, strict", "MSG|\xBF|<bob> hi\r\n", true, Kind::EndsRead);
+    row("/me line", "MSG|\xBF|<bob> /me waves\r\n", false, Kind::EndsRead);
+    row("/ME in capitals", "MSG|\xBF|<bob> /ME waves\r\n", false, Kind::EndsRead);
+    row("/me behind two blanks", "MSG|\xBF|<bob>  /me waves\r\n", false, Kind::Ordinary);
+    row("/mew", "MSG|\xBF|<bob> /mew\r\n", false, Kind::Ordinary);
+    row("keep-alive", "PING|\xBF|12:00:00\r\n", false, Kind::Ping);
+}
+
+void TestServerDelivery::whatEndsARead() {
+    QFETCH(QByteArray, line);
+    QFETCH(bool, strict);
+    QFETCH(Kind, kind);
+    QCOMPARE(DeliveryQueue::classify(line, strict), kind);
+}
+
+void TestServerDelivery::writesAndProbes_data() {
+    // A script for a queue with a 20 ms pause and a 500 ms first resend. "line", "end" and "ping"
+    // queue L<n>, E<n> (read-ending) and P<n>; "write=A,B" takes the next write; "probe" writes a
+    // probe; "answer=1" is one PING answer that must (1) or must not (0) end the wait; "due=T"
+    // is when the next probe is due (-1: none); "forget" forgets older PINGs; "max=N" limits a
+    // write to N bytes. "@T" sets the clock in ms.
+    QTest::addColumn<QString>("script");
+    QTest::newRow("ordinary lines share a write that a read-ending one closes")
+        << "line line end line write=L1,L2,E3 write= due=20 probe@20 due=520 answer@30=1 write=L4 due=-1";
+    QTest::newRow("a write stops at its size") << "max=8 line line line write=L1,L2 write=L3";
+    QTest::newRow("an earlier PING's answer is not taken for the probe's")
+        << "ping line end line write=P1,L2,E3 probe@20 answer@30=0 write= answer@40=1 write=L4";
+    QTest::newRow("a lost probe is sent again, later each time up to 4 s")
+        << "end write=E1 due=20 probe@20 due=520 probe@520 due=1520 probe@1520 due=3520 probe@3520 due=7520 "
+           "probe@7520 due=11520 answer@11600=1 due=-1";
+    QTest::newRow("a resent probe answered late does not end the next wait")
+        << "end line write=E1 probe@20 probe@520 answer@600=1 write=L2 end line write@700=E3 "
+           "answer@710=0 write= probe@720 answer@730=1 write=L4";
+    QTest::newRow("as many answers as probes: the next probe goes at once")
+        << "end write=E1 probe@20 probe@520 answer@600=1 end write@700=E2 probe@720 answer@730=0 due=730 "
+           "probe@730 answer@740=1";
+    QTest::newRow("a probe unanswered past the horizon is forgotten")
+        << "end write=E1 probe@20 probe@520 answer@600=1 forget@9000 end write@9000=E2 probe@9020 "
+           "answer@9030=1";
+}
+
+void TestServerDelivery::writesAndProbes() {
+    QFETCH(QString, script);
+    DeliveryQueue queue(20, 500);
+    qint64 now = 0;
+    qsizetype maxBytes = 1400;
+    int queued = 0;
+    for (const QString& step : script.split(u' ', Qt::SkipEmptyParts)) {
+        const QString head = step.section(u'=', 0, 0);
+        const QString value = step.section(u'=', 1);
+        const QString verb = head.section(u'@', 0, 0);
+        if (head.contains(u'@'))
+            now = head.section(u'@', 1).toLongLong();
+        if (verb == QLatin1String("line") || verb == QLatin1String("end") || verb == QLatin1String("ping")) {
+            const Kind kind = verb == QLatin1String("line")  ? Kind::Ordinary
+                              : verb == QLatin1String("end") ? Kind::EndsRead
+                                                             : Kind::Ping;
+            queue.append(verb.first(1).toUpper().toLatin1() + QByteArray::number(++queued) + "\r\n", kind);
+        } else if (verb == QLatin1String("write")) {
+            QStringList names;
+            for (const QByteArray& line : queue.takeWrite(maxBytes, now))
+                names.append(QString::fromLatin1(line.chopped(2)));
+            QVERIFY2(names.join(u',') == value,
+                     qPrintable(step + QStringLiteral(" wrote ") + names.join(u',')));
+        } else if (verb == QLatin1String("probe")) {
+            queue.probeWritten(now);
+        } else if (verb == QLatin1String("answer")) {
+            QVERIFY2(queue.pingAnswered(now) == (value == QLatin1String("1")), qPrintable(step));
+        } else if (verb == QLatin1String("due")) {
+            QVERIFY2(queue.nextProbeAtMs() == value.toLongLong(),
+                     qPrintable(step + QStringLiteral(" was ") + QString::number(queue.nextProbeAtMs())));
+        } else if (verb == QLatin1String("forget")) {
+            queue.forgetOlderThan(now);
+        } else if (verb == QLatin1String("max")) {
+            maxBytes = value.toLongLong();
+        } else {
+            QFAIL(qPrintable(QStringLiteral("unknown step ") + step));
+        }
+    }
+}
+
+void TestServerDelivery::mergedSendsAreSplit_data() {
+    // "~" stands for the separator.
+    QTest::addColumn<QString>("piece");
+    QTest::addColumn<QStringList>("messages");
+    QTest::newRow("a private line behind a public one")
+        << "MSG~helloPMSG~bob~psst" << QStringList{"MSG~hello", "PMSG~bob~psst"};
+    QTest::newRow("a line behind an empty one") << "MSG~MSG~two" << QStringList{"MSG~", "MSG~two"};
+    QTest::newRow("a keep-alive answer behind a nick")
+        << "NICK~alice2PING~12:00:00" << QStringList{"NICK~alice2", "PING~12:00:00"};
+    QTest::newRow("three in one") << "MSG~aOPS~CSBMSG~b" << QStringList{"MSG~a", "OPS~CSB", "MSG~b"};
+    QTest::newRow("a follow answer and a line")
+        << "FOLLOWUSERBACK~ann~Srv~10.0.0.1~27910~KingpinMSG~hi"
+        << QStringList{"FOLLOWUSERBACK~ann~Srv~10.0.0.1~27910~Kingpin", "MSG~hi"};
+    QTest::newRow("a name ending like a word") << "PMSG~xMSG~hi" << QStringList{"PMSG~xMSG~hi"};
+    QTest::newRow("a password is never cut") << "LOGIN~bob~xMSG~y" << QStringList{"LOGIN~bob~xMSG~y"};
+}
+
+void TestServerDelivery::mergedSendsAreSplit() {
+    QFETCH(QString, piece);
+    QFETCH(QStringList, messages);
+    QCOMPARE(LineFramer::splitMerged(piece.replace(u'~', S)),
+             messages.replaceInStrings(QStringLiteral("~"), S));
+}
+
+void TestServerDelivery::readRulesClientMissesNothing_data() {
+    QTest::addColumn<QString>("scenario");
+    QTest::addColumn<bool>("strict");
+    // Six departures at once and a burst of private lines are in tst_endtoend, with the real client.
+    for (const char* scenario :
+         {"a part and a private line while a box is open", "a nick demand, then a room burst"}) {
+        QTest::newRow(scenario) << QString::fromLatin1(scenario) << false;
+        QTest::newRow(qPrintable(QStringLiteral("%1, strict").arg(scenario)))
+            << QString::fromLatin1(scenario) << true;
+    }
+}
+
+namespace {
+QStringList startingWith(const QStringList& lines, const QString& word) {
+    QStringList found;
+    for (const QString& line : lines) {
+        if (line.startsWith(word + S))
+            found.append(line);
+    }
+    return found;
+}
+} // namespace
+
+void TestServerDelivery::readRulesClientMissesNothing() {
+    QFETCH(QString, scenario);
+    QFETCH(bool, strict);
+    ServerLimits limits = TestServer::testLimits();
+    limits.strictDelivery = strict;
+    TestServer server(limits);
+    for (const char* name : {"alice", "bob", "carol"})
+        server.addAccount(QString::fromLatin1(name), QStringLiteral("1"));
+    ReadRulesClient alice;
+    QVERIFY(alice.connectAndLogin(server.port(), QStringLiteral("alice"), QStringLiteral("1")));
+    QTRY_COMPARE_WITH_TIMEOUT(alice.users(), QStringList{QStringLiteral("alice")}, 5000);
+    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("1"));
+    QVERIFY(bob);
+    QTRY_COMPARE_WITH_TIMEOUT(alice.users().size(), 2, 5000);
+    const QStringList aliceAndBob{QStringLiteral("alice"), QStringLiteral("bob")};
+    ReadRulesClient* watched = &alice;
+
+    // The first name typed is taken, so the demand comes twice.
+    ReadRulesClient second({QStringLiteral("bob"), QStringLiteral("alice@two")});
+    if (scenario == QLatin1String("a part and a private line while a box is open")) {
+        auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
+        QVERIFY(carol);
+        QTRY_COMPARE_WITH_TIMEOUT(alice.users().size(), 3, 5000);
+        alice.setBusy(true);
+        carol->socket().abort();
+        QTRY_VERIFY_WITH_TIMEOUT(alice.socket().peek(4096).contains("PING"), 10000);
+        bob->sendSegment(QStringLiteral("PMSG") + S + QStringLiteral("alice") + S + QStringLiteral("psst"));
+        bob->sendSegment(ServerWire::msg(QStringLiteral("marker")));
+        QVERIFY(bob->waitForLine(ServerWire::msg(QStringLiteral("<bob> marker"))));
+        alice.setBusy(false);
+        const QStringList expected{QStringLiteral("PART") + S + QStringLiteral("carol"),
+                                   QStringLiteral("PMSG") + S + QStringLiteral("<bob> psst"),
+                                   ServerWire::msg(QStringLiteral("<bob> marker"))};
+        QTRY_COMPARE_WITH_TIMEOUT(alice.handled().mid(alice.handled().size() - 3), expected, 20000);
+        QCOMPARE(alice.users(), aliceAndBob);
+    } else {
+        watched = &second;
+        QVERIFY(second.connectAndLogin(server.port(), QStringLiteral("alice"), QStringLiteral("1")));
+        QVERIFY(bob->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("alice@two")));
+        QStringList burst;
+        for (int i = 1; i <= 10; ++i) {
+            bob->sendSegment(ServerWire::msg(QStringLiteral("burst %1").arg(i)));
+            burst.append(ServerWire::msg(QStringLiteral("<bob> burst %1").arg(i)));
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(startingWith(second.handled(), QStringLiteral("MSG")), burst, 20000);
+        QCOMPARE(second.handled().count(QStringLiteral("NICK")), 2);
+        QCOMPARE(second.users(),
+                 (QStringList{QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("alice@two")}));
+    }
+    QCOMPARE(watched->lost(), QStringList());
+}
+
+QTEST_GUILESS_MAIN(TestServerDelivery)
+#include "tst_serverdelivery.moc"
