@@ -46,6 +46,8 @@ bool AccountStore::open(QString* error) {
     db.setDatabaseName(m_config.databaseName);
     if (!m_config.host.isEmpty())
         db.setHostName(m_config.host);
+    if (m_config.port > 0)
+        db.setPort(m_config.port);
     if (!m_config.user.isEmpty())
         db.setUserName(m_config.user);
     if (!m_config.password.isEmpty())
@@ -57,14 +59,23 @@ bool AccountStore::open(QString* error) {
     }
     if (m_config.driver == QLatin1String("QSQLITE")) {
         // WAL with full sync: a committed transaction is on disk before commit() returns.
+        // Readers never wait for a writer in WAL mode; a writer waits lockWaitMs for another.
         QSqlQuery pragma(db);
-        for (const char* statement :
-             {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL", "PRAGMA busy_timeout=5000"}) {
-            if (!pragma.exec(QString::fromLatin1(statement))) {
+        for (const QString& statement :
+             {QStringLiteral("PRAGMA journal_mode=WAL"), QStringLiteral("PRAGMA synchronous=FULL"),
+              QStringLiteral("PRAGMA busy_timeout=%1").arg(m_config.lockWaitMs)}) {
+            if (!pragma.exec(statement)) {
                 if (error)
                     *error = pragma.lastError().text();
                 return false;
             }
+        }
+    } else if (m_config.driver == QLatin1String("QPSQL")) {
+        QSqlQuery setting(db);
+        if (!setting.exec(QStringLiteral("SET lock_timeout = %1").arg(m_config.lockWaitMs))) {
+            if (error)
+                *error = setting.lastError().text();
+            return false;
         }
     }
     const int version = schemaVersion();
@@ -123,79 +134,109 @@ bool AccountStore::createSchema(int fromVersion) {
 bool AccountStore::exec(QSqlQuery& query) const {
     if (query.exec())
         return true;
+    m_failed = true;
     qWarning("quorvel-server: database: %s", qPrintable(query.lastError().text()));
     return false;
 }
 
 bool AccountStore::inTransaction(const std::function<bool()>& work) {
     QSqlDatabase db = QSqlDatabase::database(m_connection, false);
-    if (!db.transaction())
+    if (!db.transaction()) {
+        m_failed = true;
         return false;
+    }
     if (!work()) {
         db.rollback();
         return false;
     }
-    return db.commit();
+    if (db.commit())
+        return true;
+    // A refused commit (another connection's lock) leaves the transaction open: end it.
+    m_failed = true;
+    qWarning("quorvel-server: database: %s", qPrintable(db.lastError().text()));
+    db.rollback();
+    return false;
 }
 
 AccountStore::CreateResult AccountStore::createAccount(const NewAccount& account, int accountsPerAddress,
                                                        const QDateTime& now) {
+    return createAccount(account, PasswordHash::make(account.password, m_config.hashIterations),
+                         accountsPerAddress, now);
+}
+
+AccountStore::CreateResult AccountStore::checkNewAccount(const QString& name, const QString& address,
+                                                         int accountsPerAddress) const {
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    query.prepare(QStringLiteral("SELECT COUNT(*) FROM accounts WHERE name_key = ?"));
+    query.addBindValue(NameRules::key(name));
+    if (!exec(query) || !query.next())
+        return CreateResult::Failed;
+    if (query.value(0).toInt() > 0)
+        return CreateResult::NameTaken;
+    if (accountsPerAddress > 0) {
+        query.prepare(QStringLiteral("SELECT COUNT(*) FROM accounts WHERE address = ?"));
+        query.addBindValue(address.isNull() ? QStringLiteral("") : address);
+        if (!exec(query) || !query.next())
+            return CreateResult::Failed;
+        if (query.value(0).toInt() >= accountsPerAddress)
+            return CreateResult::TooManyForAddress;
+    }
+    return CreateResult::Created;
+}
+
+AccountStore::CreateResult AccountStore::createAccount(const NewAccount& account,
+                                                       const PasswordHash::Stored& password,
+                                                       int accountsPerAddress, const QDateTime& now) {
     CreateResult result = CreateResult::Failed;
     const bool committed = inTransaction([&] {
+        result = checkNewAccount(account.name, account.address, accountsPerAddress);
+        if (result != CreateResult::Created)
+            return false;
         QSqlQuery query(QSqlDatabase::database(m_connection, false));
-        query.prepare(QStringLiteral("SELECT COUNT(*) FROM accounts WHERE name_key = ?"));
-        query.addBindValue(NameRules::key(account.name));
-        if (!exec(query) || !query.next())
-            return false;
-        if (query.value(0).toInt() > 0) {
-            result = CreateResult::NameTaken;
-            return false;
-        }
-        if (accountsPerAddress > 0) {
-            query.prepare(QStringLiteral("SELECT COUNT(*) FROM accounts WHERE address = ?"));
-            query.addBindValue(account.address);
-            if (!exec(query) || !query.next())
-                return false;
-            if (query.value(0).toInt() >= accountsPerAddress) {
-                result = CreateResult::TooManyForAddress;
-                return false;
-            }
-        }
-        const QByteArray salt = PasswordHash::newSalt();
-        const int iterations = m_config.hashIterations;
         query.prepare(
             QStringLiteral("INSERT INTO accounts (name_key, name, salt, hash, iterations, address, age,"
                            " email, website, hobbies, created) VALUES (?,?,?,?,?,?,?,?,?,?,?)"));
         query.addBindValue(NameRules::key(account.name));
         query.addBindValue(account.name);
-        query.addBindValue(QString::fromLatin1(salt.toBase64()));
-        query.addBindValue(
-            QString::fromLatin1(PasswordHash::derive(account.password, salt, iterations).toBase64()));
-        query.addBindValue(iterations);
+        query.addBindValue(QString::fromLatin1(password.salt.toBase64()));
+        query.addBindValue(QString::fromLatin1(password.hash.toBase64()));
+        query.addBindValue(password.iterations);
         query.addBindValue(account.address.isNull() ? QStringLiteral("") : account.address);
         query.addBindValue(account.age);
         query.addBindValue(account.email);
         query.addBindValue(account.website);
         query.addBindValue(account.hobbies);
         query.addBindValue(timeText(now));
-        return exec(query);
+        if (!exec(query)) {
+            result = CreateResult::Failed;
+            return false;
+        }
+        return true;
     });
     if (committed)
         return CreateResult::Created;
-    return result;
+    return result == CreateResult::Created ? CreateResult::Failed : result;
 }
 
-std::optional<QString> AccountStore::verify(const QString& name, const QString& password) const {
+std::optional<AccountStore::Credentials> AccountStore::credentials(const QString& name) const {
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
     query.prepare(QStringLiteral("SELECT name, salt, hash, iterations FROM accounts WHERE name_key = ?"));
     query.addBindValue(NameRules::key(name));
     if (!exec(query) || !query.next())
         return std::nullopt;
-    const QByteArray salt = QByteArray::fromBase64(query.value(1).toString().toLatin1());
-    const QByteArray expected = QByteArray::fromBase64(query.value(2).toString().toLatin1());
-    if (!PasswordHash::matches(expected, PasswordHash::derive(password, salt, query.value(3).toInt())))
+    return Credentials{query.value(0).toString(),
+                       {QByteArray::fromBase64(query.value(1).toString().toLatin1()),
+                        QByteArray::fromBase64(query.value(2).toString().toLatin1()),
+                        query.value(3).toInt()}};
+}
+
+std::optional<QString> AccountStore::verify(const QString& name, const QString& password) const {
+    const std::optional<Credentials> account = credentials(name);
+    if (!account ||
+        !PasswordHash::matches(account->password.hash, PasswordHash::derive(password, account->password.salt,
+                                                                            account->password.iterations)))
         return std::nullopt;
-    return query.value(0).toString();
+    return account->name;
 }
 
 bool AccountStore::accountExists(const QString& name) const {

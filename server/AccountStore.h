@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/BanKind.h"
+#include "server/PasswordHash.h"
 
 #include <QDateTime>
 #include <QString>
@@ -22,9 +23,13 @@ public:
         QString databaseName;
         // Only read for drivers other than QSQLITE.
         QString host;
+        int port = 0; // 0: the driver's default
         QString user;
         QString password;
-        int hashIterations = 20000;
+        int hashIterations = PasswordHash::DefaultIterations;
+        // How long one statement waits for another connection's lock before it fails; the
+        // caller retries later instead of holding its thread.
+        int lockWaitMs = 5000;
     };
 
     struct NewAccount {
@@ -38,6 +43,11 @@ public:
     };
 
     enum class CreateResult { Created, NameTaken, TooManyForAddress, Failed };
+
+    struct Credentials {
+        QString name; // the account's own spelling
+        PasswordHash::Stored password;
+    };
 
     struct NewsItem {
         QString author;
@@ -54,9 +64,19 @@ public:
     // Opens the database and creates or upgrades the schema. False (with the reason) on failure.
     bool open(QString* error);
     int schemaVersion() const;
+    int hashIterations() const { return m_config.hashIterations; }
 
-    // accountsPerAddress 0 means no cap.
+    // Whether a statement failed (as opposed to finding nothing) since the last clearFailure().
+    bool failed() const { return m_failed; }
+    void clearFailure() { m_failed = false; }
+
+    // accountsPerAddress 0 means no cap. The first form hashes the password itself.
     CreateResult createAccount(const NewAccount& account, int accountsPerAddress, const QDateTime& now);
+    CreateResult createAccount(const NewAccount& account, const PasswordHash::Stored& password,
+                               int accountsPerAddress, const QDateTime& now);
+    // Created when nothing stands in the way of creating the account now.
+    CreateResult checkNewAccount(const QString& name, const QString& address, int accountsPerAddress) const;
+    std::optional<Credentials> credentials(const QString& name) const;
     // The account's own spelling when the name and password match one, nothing otherwise.
     std::optional<QString> verify(const QString& name, const QString& password) const;
     bool accountExists(const QString& name) const;
@@ -87,4 +107,5 @@ private:
 
     Config m_config;
     QString m_connection;
+    mutable bool m_failed = false;
 };

@@ -6,17 +6,30 @@
 #include "common/Windows1252.h"
 #include "server/AccountStore.h"
 #include "server/AddressRules.h"
+#include "server/DatabaseThreads.h"
 #include "server/MemberSession.h"
 #include "server/NameRules.h"
+#include "server/PasswordHasher.h"
 #include "server/RelayedText.h"
+
+#include <QMessageAuthenticationCode>
+#include <QPointer>
+#include <QTimer>
 
 const QString ChatRoom::ServerName = QStringLiteral("Quorvel");
 
-ChatRoom::ChatRoom(AccountStore& store, const ServerLimits& limits, NowFunction now, QObject* parent)
+ChatRoom::ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits,
+                   NowFunction now, QObject* parent)
     : QObject(parent)
     , m_store(store)
+    , m_database(database)
+    , m_hasher(new PasswordHasher(this))
     , m_limits(limits)
-    , m_now(std::move(now)) {}
+    , m_now(std::move(now))
+    , m_throttle({.firstDelayMs = limits.signOnDelayMs}, [this] { return m_uptime.elapsed(); })
+    , m_standInKey(PasswordHash::newSalt()) {
+    m_uptime.start();
+}
 
 QStringList ChatRoom::onlineNames() const {
     QStringList names;
@@ -38,6 +51,7 @@ void ChatRoom::handle(MemberSession* session, const QStringList& fields) {
         if (word == ChatProtocol::Nick)
             handleNick(session, fields);
         return;
+    case MemberSession::State::Checking:
     case MemberSession::State::Closing:
         return;
     case MemberSession::State::SignedOn:
@@ -63,21 +77,75 @@ void ChatRoom::handle(MemberSession* session, const QStringList& fields) {
 void ChatRoom::handleLogin(MemberSession* session, const QStringList& fields) {
     const QString name = ChatMessage::field(fields, 1);
     const QString password = ChatMessage::field(fields, 2);
-    const std::optional<QString> account =
-        NameRules::isValidName(name) ? m_store.verify(name, password) : std::nullopt;
-    if (!account || isBanned(session, *account)) {
-        refuseSignOn(session);
-        return;
+    session->setState(MemberSession::State::Checking);
+    const qint64 waitMs = m_throttle.admit(session->address(), NameRules::key(name));
+    QTimer::singleShot(waitMs, this, [this, session = QPointer(session), name, password] {
+        if (session && session->state() == MemberSession::State::Checking)
+            checkLogin(session, name, password);
+    });
+}
+
+void ChatRoom::checkLogin(MemberSession* session, const QString& name, const QString& password) {
+    struct Found {
+        std::optional<AccountStore::Credentials> account;
+        bool banned = false;
+    };
+    const auto found = std::make_shared<Found>();
+    m_database.read(
+        this,
+        [found, name, address = session->address(), now = m_now()](AccountStore& store) {
+            if (!NameRules::isValidName(name))
+                return;
+            found->account = store.credentials(name);
+            found->banned = found->account && store.isBanned(found->account->name, address,
+                                                             AddressRules::subnetOf(address), now);
+        },
+        [this, session = QPointer(session), found, name, password](bool succeeded) {
+            if (session && session->state() == MemberSession::State::Checking)
+                compareLogin(session, name, password, found->account, found->banned, !succeeded);
+        });
+}
+
+void ChatRoom::compareLogin(MemberSession* session, const QString& name, const QString& password,
+                            const std::optional<AccountStore::Credentials>& account, bool banned,
+                            bool databaseFailed) {
+    // A name that is no account is checked against a stand-in password of the same cost, so
+    // that the time to the answer tells nobody which names exist.
+    PasswordHash::Stored stored;
+    if (account) {
+        stored = account->password;
+    } else {
+        stored.salt = QMessageAuthenticationCode::hash(NameRules::key(name).toUtf8(), m_standInKey,
+                                                       QCryptographicHash::Sha256)
+                          .left(16);
+        stored.iterations = m_store.hashIterations();
     }
-    session->setAccountName(*account);
-    if (online(*account)) {
-        // The account is signed on elsewhere: this session must pick another display name.
-        session->setState(MemberSession::State::AwaitingNick);
-        m_awaitingNick.append(session);
-        askForDisplayName(session);
-        return;
-    }
-    signOn(session, *account);
+    m_hasher->derive(this, password, stored.salt, stored.iterations,
+                     [this, session = QPointer(session), account, banned, databaseFailed,
+                      expected = stored.hash, key = NameRules::key(name)](const QByteArray& hash) {
+                         if (!session || session->state() != MemberSession::State::Checking)
+                             return; // gone while its password was checked
+                         if (databaseFailed) {
+                             databaseTrouble(session, QStringLiteral("you cannot sign on now"));
+                             session->closeAfterSending();
+                             return;
+                         }
+                         if (!account || banned || !PasswordHash::matches(expected, hash)) {
+                             m_throttle.failed(session->address(), key);
+                             refuseSignOn(session);
+                             return;
+                         }
+                         m_throttle.succeeded(session->address(), key);
+                         session->setAccountName(account->name);
+                         if (online(account->name)) {
+                             // Signed on elsewhere: this session must pick another display name.
+                             session->setState(MemberSession::State::AwaitingNick);
+                             m_awaitingNick.append(session);
+                             askForDisplayName(session);
+                             return;
+                         }
+                         signOn(session, account->name);
+                     });
 }
 
 void ChatRoom::handleNick(MemberSession* session, const QStringList& fields) {
@@ -137,13 +205,45 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
     const bool acceptable = NameRules::isValidAccountName(account.name) &&
                             NameRules::key(account.name) != NameRules::key(ServerName) &&
                             PasswordRule::isAcceptable(account.password);
-    if (acceptable && m_store.createAccount(account, m_limits.accountsPerAddress, m_now()) ==
-                          AccountStore::CreateResult::Created) {
-        // The account is committed; only now is it acknowledged.
-        session->send(QString(ChatProtocol::Done));
+    if (!acceptable) {
+        session->send(QString(ChatProtocol::InUse));
         return;
     }
-    session->send(QString(ChatProtocol::InUse));
+    // Refusals that a read can tell cost no hashing; the write checks again, in its transaction.
+    m_store.clearFailure();
+    const auto check = m_store.checkNewAccount(account.name, account.address, m_limits.accountsPerAddress);
+    if (m_store.failed()) {
+        databaseTrouble(session, QStringLiteral("your account was not created"));
+        return;
+    }
+    if (check != AccountStore::CreateResult::Created) {
+        session->send(QString(ChatProtocol::InUse));
+        return;
+    }
+    session->setState(MemberSession::State::Checking);
+    const QByteArray salt = PasswordHash::newSalt();
+    const int iterations = m_store.hashIterations();
+    m_hasher->derive(
+        this, account.password, salt, iterations,
+        [this, session = QPointer(session), account, salt, iterations](const QByteArray& hash) {
+            const auto result = std::make_shared<AccountStore::CreateResult>();
+            const PasswordHash::Stored stored{salt, hash, iterations};
+            const int cap = m_limits.accountsPerAddress;
+            const QDateTime now = m_now();
+            m_database.change(
+                this, [=](AccountStore& store) { *result = store.createAccount(account, stored, cap, now); },
+                [this, session, result](bool committed) {
+                    if (!session || session->state() != MemberSession::State::Checking)
+                        return;
+                    session->setState(MemberSession::State::Connected);
+                    if (!committed)
+                        databaseTrouble(session, QStringLiteral("your account was not created"));
+                    else if (*result == AccountStore::CreateResult::Created)
+                        session->send(QString(ChatProtocol::Done)); // committed, only now acknowledged
+                    else
+                        session->send(QString(ChatProtocol::InUse));
+                });
+        });
 }
 
 void ChatRoom::signOn(MemberSession* session, const QString& displayName) {
@@ -180,7 +280,11 @@ void ChatRoom::departed(MemberSession* session) {
         else
             ++it;
     }
-    m_store.recordSeen(session->accountName(), m_now());
+    const QDateTime now = m_now();
+    m_departedAt.insert(NameRules::key(session->accountName()), now);
+    // Due, so it waits in the writer's queue for as long as the database refuses it.
+    m_database.changeWhenPossible(
+        [account = session->accountName(), now](AccountStore& store) { store.recordSeen(account, now); });
     broadcast(ChatMessage::build(ChatProtocol::Part, {session->displayName()}));
     emit memberLeft(session->displayName());
 }
@@ -227,4 +331,10 @@ void ChatRoom::notice(MemberSession* session, const QString& text) {
 
 void ChatRoom::serverMessage(MemberSession* session, const QString& text) {
     session->send(ChatMessage::build(ChatProtocol::ServerMsg, {text}));
+}
+
+void ChatRoom::databaseTrouble(MemberSession* session, const QString& consequence) {
+    serverMessage(session, QStringLiteral(
+                               "The server's database is not answering, so %1. Please try again in a minute.")
+                               .arg(consequence));
 }

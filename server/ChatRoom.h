@@ -1,8 +1,11 @@
 #pragma once
 
+#include "server/AccountStore.h"
 #include "server/ServerClock.h"
 #include "server/ServerLimits.h"
+#include "server/SignOnThrottle.h"
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -10,8 +13,9 @@
 #include <QString>
 #include <QStringList>
 
-class AccountStore;
+class DatabaseThreads;
 class MemberSession;
+class PasswordHasher;
 
 // The one room: who is signed on, and what each client message does.
 // Sign-on and departures are here; chat lines in ChatRoomMessages.cpp; OPS in ChatRoomOperators.cpp.
@@ -21,7 +25,9 @@ public:
     // The name the server's own lines carry ("<Quorvel> ..."); no account may take it.
     static const QString ServerName;
 
-    ChatRoom(AccountStore& store, const ServerLimits& limits, NowFunction now, QObject* parent = nullptr);
+    // Sign-on reads and every change go through database; the other reads to store, on this thread.
+    ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits, NowFunction now,
+             QObject* parent = nullptr);
 
     void setMessageOfTheDay(const QString& text) { m_messageOfTheDay = text; }
     void handle(MemberSession* session, const QStringList& fields);
@@ -36,6 +42,10 @@ signals:
 private:
     // Sign-on and accounts.
     void handleLogin(MemberSession* session, const QStringList& fields);
+    void checkLogin(MemberSession* session, const QString& name, const QString& password);
+    void compareLogin(MemberSession* session, const QString& name, const QString& password,
+                      const std::optional<AccountStore::Credentials>& account, bool banned,
+                      bool databaseFailed);
     void handleNick(MemberSession* session, const QStringList& fields);
     void handleNewAccount(MemberSession* session, const QStringList& fields);
     void signOn(MemberSession* session, const QString& displayName);
@@ -67,12 +77,15 @@ private:
     void broadcast(const QString& message, MemberSession* except = nullptr);
     void notice(MemberSession* session, const QString& text);        // a MSG line from the server
     void serverMessage(MemberSession* session, const QString& text); // an SMSG box
+    void databaseTrouble(MemberSession* session, const QString& consequence);
     void removeFromRoom(MemberSession* session, const QString& closingNotice);
     // Every session of an account, signed on or still choosing its display name.
     QList<MemberSession*> sessionsOfAccount(const QString& account) const;
     void removeAccount(const QString& account, const QString& closingNotice);
 
     AccountStore& m_store;
+    DatabaseThreads& m_database;
+    PasswordHasher* m_hasher;
     ServerLimits m_limits;
     NowFunction m_now;
     QString m_messageOfTheDay;
@@ -85,4 +98,11 @@ private:
     QSet<QString> m_muzzled;
     // (follower key, followed key) pairs awaiting the followed member's answer.
     QSet<QPair<QString, QString>> m_pendingFollows;
+    // Last-seen times of this run by account key: they answer !Seen while their write may still
+    // be waiting in the writer's queue.
+    QHash<QString, QDateTime> m_departedAt;
+    QElapsedTimer m_uptime;
+    SignOnThrottle m_throttle;
+    // Salts the stand-in password of names that are not accounts; made at start, never stored.
+    QByteArray m_standInKey;
 };

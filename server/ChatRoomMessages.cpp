@@ -4,8 +4,11 @@
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
 #include "server/AccountStore.h"
+#include "server/DatabaseThreads.h"
 #include "server/MemberSession.h"
 #include "server/NameRules.h"
+
+#include <QPointer>
 
 #include <algorithm>
 
@@ -78,7 +81,8 @@ void ChatRoom::answerSeen(MemberSession* session, const QString& name) {
         notice(session, QStringLiteral("%1 has never been here.").arg(name));
         return;
     }
-    const std::optional<QDateTime> seen = m_store.lastSeen(name);
+    const QDateTime departed = m_departedAt.value(NameRules::key(name));
+    const std::optional<QDateTime> seen = departed.isValid() ? departed : m_store.lastSeen(name);
     if (!seen) {
         notice(session, QStringLiteral("%1 has not been seen yet.").arg(name));
         return;
@@ -161,11 +165,17 @@ void ChatRoom::handleNews(MemberSession* session, const QStringList& fields) {
         return;
     }
     const AccountStore::NewsItem item{session->displayName(), headline, body, m_now()};
-    if (!m_store.postNews(item)) {
-        notice(session, QStringLiteral("The news could not be stored; please try again later."));
-        return;
-    }
-    const QString shown = QStringLiteral("News from %1: %2 - %3").arg(item.author, headline, body);
-    for (MemberSession* member : QList<MemberSession*>(m_members))
-        serverMessage(member, shown);
+    m_database.change(
+        this, [item](AccountStore& store) { store.postNews(item); },
+        [this, session = QPointer(session), item](bool committed) {
+            if (!committed) {
+                if (session)
+                    databaseTrouble(session, QStringLiteral("your news was not posted"));
+                return;
+            }
+            const QString shown =
+                QStringLiteral("News from %1: %2 - %3").arg(item.author, item.headline, item.body);
+            for (MemberSession* member : QList<MemberSession*>(m_members))
+                serverMessage(member, shown);
+        });
 }

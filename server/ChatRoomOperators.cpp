@@ -5,8 +5,11 @@
 #include "chat/ChatProtocol.h"
 #include "server/AccountStore.h"
 #include "server/AddressRules.h"
+#include "server/DatabaseThreads.h"
 #include "server/MemberSession.h"
 #include "server/NameRules.h"
+
+#include <QPointer>
 
 namespace {
 constexpr int TimedBanMinutes = 60;
@@ -76,16 +79,29 @@ void ChatRoom::ban(MemberSession* op, const QString& target) {
     const BanKind kind = escalate ? BanKind::Permanent : BanKind::Timed;
     const std::optional<QDateTime> expires =
         escalate ? std::nullopt : std::optional<QDateTime>(m_now().addSecs(TimedBanMinutes * 60));
-    for (const QString& address : std::as_const(addresses)) {
-        if (!m_store.addBan(kind, account, address, expires)) {
-            notice(op, QStringLiteral("The ban could not be stored."));
-            return;
-        }
-    }
-    const QString what =
-        escalate ? QStringLiteral("permanently banned") : QStringLiteral("banned for 60 minutes");
-    removeAccount(account, QStringLiteral("You were %1 by %2.").arg(what, op->displayName()));
-    notice(op, QStringLiteral("%1 was %2.").arg(target, what));
+    // A retry goes on from the first address not stored yet.
+    const auto stored = std::make_shared<qsizetype>(0);
+    m_database.change(
+        this,
+        [=](AccountStore& store) {
+            for (; *stored < addresses.size(); ++*stored) {
+                if (!store.addBan(kind, account, addresses.at(*stored), expires))
+                    return;
+            }
+        },
+        [this, op = QPointer(op), account, target, escalate](bool committed) {
+            if (!committed) {
+                if (op)
+                    notice(op, QStringLiteral("The ban could not be stored."));
+                return;
+            }
+            const QString what =
+                escalate ? QStringLiteral("permanently banned") : QStringLiteral("banned for 60 minutes");
+            const QString by = op ? op->displayName() : QStringLiteral("an operator");
+            removeAccount(account, QStringLiteral("You were %1 by %2.").arg(what, by));
+            if (op)
+                notice(op, QStringLiteral("%1 was %2.").arg(target, what));
+        });
 }
 
 void ChatRoom::subnetBan(MemberSession* op, const QString& target) {
@@ -95,14 +111,23 @@ void ChatRoom::subnetBan(MemberSession* op, const QString& target) {
         return;
     }
     const QString subnet = AddressRules::subnetOf(member->address());
-    if (!m_store.addBan(BanKind::Subnet, member->accountName(), subnet, std::nullopt)) {
-        notice(op, QStringLiteral("The ban could not be stored."));
-        return;
-    }
-    const QString name = member->displayName();
-    removeAccount(member->accountName(),
-                  QStringLiteral("Your network was banned by %1.").arg(op->displayName()));
-    notice(op, QStringLiteral("The subnet of %1 (%2) was banned.").arg(name, subnet));
+    m_database.change(
+        this,
+        [subnet, account = member->accountName()](AccountStore& store) {
+            store.addBan(BanKind::Subnet, account, subnet, std::nullopt);
+        },
+        [this, op = QPointer(op), account = member->accountName(), name = member->displayName(),
+         subnet](bool committed) {
+            if (!committed) {
+                if (op)
+                    notice(op, QStringLiteral("The ban could not be stored."));
+                return;
+            }
+            const QString by = op ? op->displayName() : QStringLiteral("an operator");
+            removeAccount(account, QStringLiteral("Your network was banned by %1.").arg(by));
+            if (op)
+                notice(op, QStringLiteral("The subnet of %1 (%2) was banned.").arg(name, subnet));
+        });
 }
 
 void ChatRoom::muzzle(MemberSession* op, const QString& target) {
@@ -128,10 +153,16 @@ void ChatRoom::clearBans(MemberSession* op, const QString& word) {
     const BanKind kind = word == ChatProtocol::OpClearSubnetBans      ? BanKind::Subnet
                          : word == ChatProtocol::OpClearPermanentBans ? BanKind::Permanent
                                                                       : BanKind::Timed;
-    const int removed = m_store.clearBans(kind);
-    if (removed < 0) {
-        notice(op, QStringLiteral("The bans could not be cleared."));
-        return;
-    }
-    notice(op, QStringLiteral("Cleared %1 %2 bans.").arg(removed).arg(banKindText(kind)));
+    const auto removed = std::make_shared<int>(-1);
+    m_database.change(
+        this, [kind, removed](AccountStore& store) { *removed = store.clearBans(kind); },
+        [this, op = QPointer(op), kind, removed](bool committed) {
+            if (!op)
+                return;
+            if (!committed || *removed < 0) {
+                notice(op, QStringLiteral("The bans could not be cleared."));
+                return;
+            }
+            notice(op, QStringLiteral("Cleared %1 %2 bans.").arg(*removed).arg(banKindText(kind)));
+        });
 }

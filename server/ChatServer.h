@@ -10,6 +10,7 @@
 
 class AccountStore;
 class ChatRoom;
+class DatabaseThreads;
 class DescriptorBudget;
 class MemberSession;
 class QTcpServer;
@@ -21,8 +22,8 @@ class QTimer;
 class ChatServer : public QObject {
     Q_OBJECT
 public:
-    ChatServer(AccountStore& store, const ServerLimits& limits, NowFunction now = systemNow(),
-               QObject* parent = nullptr);
+    ChatServer(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits,
+               NowFunction now = systemNow(), QObject* parent = nullptr);
     ~ChatServer() override;
 
     bool listen(const QHostAddress& address, quint16 port);

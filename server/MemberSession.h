@@ -21,7 +21,8 @@ class QTcpSocket;
 class MemberSession : public QObject {
     Q_OBJECT
 public:
-    enum class State { Connected, AwaitingNick, SignedOn, Closing };
+    // Checking: a LOGIN or NEWACCOUNT is being worked on; nothing else is heard until it is answered.
+    enum class State { Connected, Checking, AwaitingNick, SignedOn, Closing };
 
     MemberSession(QTcpSocket* socket, const ServerLimits& limits, NowFunction now, QObject* parent = nullptr);
 

@@ -9,9 +9,20 @@ namespace PasswordHash {
 
 inline constexpr int DefaultIterations = 20000;
 
+// What is kept of one password.
+struct Stored {
+    QByteArray salt;
+    QByteArray hash;
+    int iterations = DefaultIterations;
+};
+
 QByteArray newSalt();
 QByteArray derive(const QString& password, const QByteArray& salt, int iterations);
+Stored make(const QString& password, int iterations);
 // Compares in time independent of where the first difference lies.
 bool matches(const QByteArray& expected, const QByteArray& actual);
+
+// How many derivations this process has run: the work behind an answer, counted rather than timed.
+quint64 derivationCount();
 
 } // namespace PasswordHash

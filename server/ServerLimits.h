@@ -31,4 +31,7 @@ struct ServerLimits {
     // After a read-ending message: the pause before the probe PING, and the first resend wait.
     int probeDelayMs = 20;
     int probeResendMs = 500;
+    // After a few failed sign-ons from one address (or on one name), the next attempts are checked
+    // one spacing apart: this long at first, doubling with each failure. 0 turns it off.
+    int signOnDelayMs = 1000;
 };

@@ -3,6 +3,7 @@
 #include "server/AdminCommand.h"
 #include "server/ChatRoom.h"
 #include "server/ChatServer.h"
+#include "server/DatabaseThreads.h"
 #include "server/DescriptorBudget.h"
 #include "server/MasterListFolder.h"
 #include "server/MasterListHttp.h"
@@ -39,7 +40,10 @@ int main(int argc, char** argv) {
         err << "quorvel-server: cannot create " << options.dataFolder << '\n';
         return 1;
     }
-    AccountStore store(options.database);
+    // The room reads on this thread; reads never wait for a writer, and for anything else only briefly.
+    AccountStore::Config readerConfig = options.database;
+    readerConfig.lockWaitMs = DatabaseThreads::LockWaitMs;
+    AccountStore store(options.command.isEmpty() ? readerConfig : options.database);
     if (!store.open(&error)) {
         err << "quorvel-server: cannot open the database: " << error << '\n';
         return 1;
@@ -51,8 +55,13 @@ int main(int argc, char** argv) {
         err << "quorvel-server: " << error << '\n';
         return 1;
     }
+    DatabaseThreads database(options.database);
+    if (!database.open(&error)) {
+        err << "quorvel-server: cannot open the database for writing: " << error << '\n';
+        return 1;
+    }
     DescriptorBudget budget(DescriptorBudget::connectionsFor(descriptorLimit, DescriptorBudget::openNow()));
-    ChatServer chat(store, options.limits);
+    ChatServer chat(store, database, options.limits);
     chat.setDescriptorBudget(&budget);
     chat.room().setMessageOfTheDay(options.messageOfTheDay);
     if (!chat.listen(options.listenAddress, options.chatPort)) {

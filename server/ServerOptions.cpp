@@ -73,6 +73,11 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
          QStringLiteral("Unsent bytes after which a member is dropped (default %1).")
              .arg(defaults.maxPendingOutputBytes),
          QStringLiteral("bytes")},
+        {QStringLiteral("sign-on-delay-ms"),
+         QStringLiteral("First spacing of sign-on attempts after failures, doubling with each; 0 = off "
+                        "(default %1).")
+             .arg(defaults.signOnDelayMs),
+         QStringLiteral("ms")},
         {QStringLiteral("strict-delivery"),
          QStringLiteral("Count every public line as ending the client's read, so none is lost to an "
                         "ignore list during a flood; costs a round trip per line and member.")},
@@ -95,6 +100,9 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
          QStringLiteral("name")},
         {QStringLiteral("database-host"), QStringLiteral("Database host, for server databases."),
          QStringLiteral("host")},
+        {QStringLiteral("database-port"),
+         QStringLiteral("Database port, for server databases (default: the driver's)."),
+         QStringLiteral("port")},
         {QStringLiteral("database-user"),
          QStringLiteral(
              "Database user, for server databases; the password is read from QUORVEL_DB_PASSWORD."),
@@ -118,6 +126,7 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
            floodWindow = o.limits.floodWindowMs;
     qint64 perAddress = o.limits.connectionsPerAddress, accounts = o.limits.accountsPerAddress;
     qint64 iterations = PasswordHash::DefaultIterations;
+    qint64 databasePort = 0, signOnDelay = o.limits.signOnDelayMs;
     qint64 httpPerAddress = o.limits.httpConnectionsPerAddress, httpIdle = o.limits.httpIdleMs;
     const bool numbersOk =
         readNumber(parser, QStringLiteral("chat-port"), 0, 65535, &chatPort, error) &&
@@ -133,7 +142,9 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
         readNumber(parser, QStringLiteral("http-connections-per-address"), 1, 1 << 20, &httpPerAddress,
                    error) &&
         readNumber(parser, QStringLiteral("http-idle-ms"), 10, 3600 * 1000, &httpIdle, error) &&
-        readNumber(parser, QStringLiteral("hash-iterations"), 1000, 10'000'000, &iterations, error);
+        readNumber(parser, QStringLiteral("hash-iterations"), 1000, 10'000'000, &iterations, error) &&
+        readNumber(parser, QStringLiteral("database-port"), 0, 65535, &databasePort, error) &&
+        readNumber(parser, QStringLiteral("sign-on-delay-ms"), 0, 60 * 1000, &signOnDelay, error);
     if (!numbersOk)
         return false;
     o.chatPort = static_cast<quint16>(chatPort);
@@ -144,6 +155,8 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
     o.limits.connectionsPerAddress = static_cast<int>(perAddress);
     o.limits.accountsPerAddress = static_cast<int>(accounts);
     o.database.hashIterations = static_cast<int>(iterations);
+    o.database.port = static_cast<int>(databasePort);
+    o.limits.signOnDelayMs = static_cast<int>(signOnDelay);
     o.limits.strictDelivery = parser.isSet(QStringLiteral("strict-delivery"));
     o.limits.httpConnectionsPerAddress = static_cast<int>(httpPerAddress);
     o.limits.httpIdleMs = static_cast<int>(httpIdle);

@@ -14,6 +14,10 @@ bool ServerTestClient::connectTo(quint16 port) {
     return m_socket.waitForConnected(5000);
 }
 
+bool ServerTestClient::connectFrom(const QString& localAddress, quint16 port) {
+    return m_socket.bind(QHostAddress(localAddress)) && connectTo(port);
+}
+
 void ServerTestClient::sendSegment(const QString& text) {
     sendBytes(Windows1252::encode(text));
 }

@@ -14,6 +14,8 @@ public:
     explicit ServerTestClient(QObject* parent = nullptr);
 
     bool connectTo(quint16 port);
+    // The same from another loopback address (127.0.0.2, ...), as a member from elsewhere.
+    bool connectFrom(const QString& localAddress, quint16 port);
     // Starts connecting without waiting, for tests that open many connections at once.
     void startConnect(quint16 port) { m_socket.connectToHost(QHostAddress::LocalHost, port); }
     // One write, Windows-1252, no terminator added.

@@ -3,6 +3,7 @@
 #include "server/AccountStore.h"
 #include "server/ChatRoom.h"
 #include "server/ChatServer.h"
+#include "server/DatabaseThreads.h"
 #include "server/ServerLimits.h"
 
 #include "ServerTestClient.h"
@@ -10,6 +11,7 @@
 #include "chat/ChatProtocol.h"
 
 #include <QDateTime>
+#include <QSqlDatabase>
 #include <QTemporaryDir>
 
 #include <memory>
@@ -17,16 +19,28 @@
 // How the tests write messages: the separator, and a public line as a client sends it.
 namespace ServerWire {
 inline const QString S = ChatProtocol::Separator;
-inline QString msg(const QString& text) { return QStringLiteral("MSG") + S + text; }
+inline QString msg(const QString& text) {
+    return QStringLiteral("MSG") + S + text;
+}
 } // namespace ServerWire
 
-// A chat server in the test process on 127.0.0.1, port 0, with its own database in a
-// temporary folder and a clock the test moves by hand.
+// A chat server in the test process on 127.0.0.1, port 0, with a database of its own and a
+// clock the test moves by hand. The database is SQLite in a temporary folder, or with
+// Backend::PostgreSql a new database in the cluster named by QUORVEL_TEST_POSTGRES
+// ("host:port", as scripts/test sets it), dropped again at the end.
 class TestServer {
 public:
-    explicit TestServer(ServerLimits limits = testLimits());
+    enum class Backend { Sqlite, PostgreSql };
+
+    explicit TestServer(ServerLimits limits = testLimits(), Backend backend = Backend::Sqlite);
+    ~TestServer();
 
     static ServerLimits testLimits();
+    // Empty when the backend can be used, otherwise why not (for QSKIP).
+    static QString unavailable(Backend backend);
+    // A second connection to the same database, opened under the given name, for tests that
+    // look at or lock the database behind the server's back.
+    QSqlDatabase openSideConnection(const QString& connectionName) const;
 
     // Tears the server down and starts a new one on the same database file.
     void restart();
@@ -36,6 +50,7 @@ public:
     quint16 port() const { return m_server->port(); }
     QString folder() const { return m_dir.path(); }
     QString databasePath() const;
+    Backend backend() const { return m_backend; }
     void advance(qint64 seconds) { m_now = m_now.addSecs(seconds); }
     QDateTime now() const { return m_now; }
 
@@ -50,10 +65,14 @@ public:
 
 private:
     void start();
+    AccountStore::Config databaseConfig() const;
 
     ServerLimits m_limits;
+    Backend m_backend;
+    QString m_postgresName;
     QTemporaryDir m_dir;
     QDateTime m_now = QDateTime(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC);
     std::unique_ptr<AccountStore> m_store;
+    std::unique_ptr<DatabaseThreads> m_database;
     std::unique_ptr<ChatServer> m_server;
 };

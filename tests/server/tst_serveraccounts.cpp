@@ -2,6 +2,9 @@
 // server: an in-process restart, and a real server process killed with SIGKILL.
 #include "TestServer.h"
 
+#include "server/PasswordHash.h"
+
+#include <QPasswordDigestor>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -32,6 +35,8 @@ private slots:
     void thirdAccountFromOneAddressIsRefused();
     void newAccountSignsOnFromANewConnection();
     void passwordIsKeptOnlyAsASaltedHash();
+    void derivationIsStandardPbkdf2_data();
+    void derivationIsStandardPbkdf2();
     void accountsSurviveARestart();
     void acknowledgedAccountSurvivesSigkill();
     void adminCommandsGrantOperators();
@@ -145,6 +150,33 @@ void TestServerAccounts::passwordIsKeptOnlyAsASaltedHash() {
     QCOMPARE(server.store().verify(QStringLiteral("Alice"), QStringLiteral("987654")),
              std::optional<QString>(QStringLiteral("alice")));
     QCOMPARE(server.store().verify(QStringLiteral("alice"), QStringLiteral("98765")), std::nullopt);
+}
+
+void TestServerAccounts::derivationIsStandardPbkdf2_data() {
+    QTest::addColumn<QString>("password");
+    QTest::addColumn<QByteArray>("salt");
+    QTest::addColumn<int>("iterations");
+    QTest::addColumn<QByteArray>("expected");
+    // RFC 7914, section 11: PBKDF2-HMAC-SHA256, the first 32 bytes.
+    QTest::newRow("published vector") << QStringLiteral("passwd") << QByteArray("salt") << 1
+                                      << QByteArray::fromHex("55ac046e56e3089fec1691c22544b605"
+                                                             "f94185216dde0465e68b9d57c20dacbc");
+    // Hashes stored by earlier versions, which derived with QPasswordDigestor, still match.
+    const QByteArray salt = QByteArray::fromHex("00112233445566778899aabbccddeeff");
+    for (const QString& password : {QStringLiteral("987654"), QStringLiteral("Jos\u00E9 \u00FC\u20AC")}) {
+        QTest::newRow(qPrintable(QStringLiteral("as before: ") + password))
+            << password << salt << 1000
+            << QPasswordDigestor::deriveKeyPbkdf2(QCryptographicHash::Sha256, password.toUtf8(), salt, 1000,
+                                                  32);
+    }
+}
+
+void TestServerAccounts::derivationIsStandardPbkdf2() {
+    QFETCH(QString, password);
+    QFETCH(QByteArray, salt);
+    QFETCH(int, iterations);
+    QFETCH(QByteArray, expected);
+    QCOMPARE(PasswordHash::derive(password, salt, iterations).toHex(), expected.toHex());
 }
 
 void TestServerAccounts::accountsSurviveARestart() {

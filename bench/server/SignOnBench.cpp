@@ -1,0 +1,246 @@
+// Sign-on under load. Two figures, each as a ratio against the same server idle:
+//   storm: N members sign on at once; their rate against members signing on one at a time;
+//   flood: a bystander's round trip while 8 addresses (127.0.0.11-18) send LOGINs with wrong
+//          passwords over 8 connections each, against its round trip with nobody else there.
+//
+//   server_signon_bench prepare DATA_FOLDER N   accounts signon0..signon(N-1), production cost
+//   server_signon_bench storm PORT N
+//   server_signon_bench flood PORT SECONDS
+#include "server/AccountStore.h"
+#include "server/PasswordHash.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTcpSocket>
+#include <QTextStream>
+#include <QTimer>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace {
+
+const QByteArray Separator("|\xBF|");
+
+QByteArray login(int member, const QByteArray& password = "pw") {
+    return "LOGIN" + Separator + "signon" + QByteArray::number(member) + Separator + password;
+}
+
+int prepare(const QString& folder, int members) {
+    AccountStore::Config config;
+    config.databaseName = QDir(folder).filePath(QStringLiteral("quorvel.sqlite"));
+    AccountStore store(config);
+    QString error;
+    if (!store.open(&error)) {
+        QTextStream(stderr) << "cannot open the database: " << error << '\n';
+        return 1;
+    }
+    // One hash for all: checking it costs what checking each member's own would.
+    const PasswordHash::Stored password =
+        PasswordHash::make(QStringLiteral("pw"), PasswordHash::DefaultIterations);
+    for (int i = 0; i < members; ++i) {
+        AccountStore::NewAccount account;
+        account.name = QStringLiteral("signon%1").arg(i);
+        if (!store.accountExists(account.name))
+            store.createAccount(account, password, 0, QDateTime::currentDateTimeUtc());
+    }
+    return 0;
+}
+
+// A connection from one loopback address that calls back on every complete line.
+class Member : public QObject {
+public:
+    Member(const QString& from, quint16 port, std::function<void(Member&, const QByteArray&)> onLine,
+           QObject* parent)
+        : QObject(parent)
+        , m_onLine(std::move(onLine)) {
+        connect(&m_socket, &QTcpSocket::readyRead, this, [this] {
+            m_partial += m_socket.readAll();
+            qsizetype end;
+            while ((end = m_partial.indexOf("\r\n")) >= 0) {
+                const QByteArray line = m_partial.left(end);
+                m_partial.remove(0, end + 2);
+                m_onLine(*this, line);
+            }
+        });
+        m_socket.bind(QHostAddress(from));
+        m_socket.connectToHost(QHostAddress::LocalHost, port);
+    }
+    QTcpSocket& socket() { return m_socket; }
+    void send(const QByteArray& bytes) { m_socket.write(bytes); }
+
+private:
+    QTcpSocket m_socket;
+    QByteArray m_partial;
+    std::function<void(Member&, const QByteArray&)> m_onLine;
+};
+
+QString loopback(int i) {
+    return QStringLiteral("127.0.0.%1").arg(1 + i % 250);
+}
+
+// Seconds for `members` members from `first` on to sign on, `atOnce` of them at a time.
+double signOnSeconds(quint16 port, int first, int members, int atOnce) {
+    QEventLoop loop;
+    QObject owner;
+    int started = 0, done = 0;
+    QElapsedTimer clock;
+    clock.start();
+    std::function<void()> startOne = [&] {
+        const int member = first + started++;
+        auto* m = new Member(
+            loopback(member), port,
+            [&, member](Member&, const QByteArray& line) {
+                if (line == "LIST" + Separator + "signon" + QByteArray::number(member)) {
+                    if (++done == members)
+                        loop.quit();
+                    else if (started < members)
+                        startOne();
+                }
+            },
+            &owner);
+        QObject::connect(&m->socket(), &QTcpSocket::connected, m, [m, member] { m->send(login(member)); });
+    };
+    for (int i = 0; i < std::min(atOnce, members); ++i)
+        startOne();
+    QTimer::singleShot(600'000, &loop, &QEventLoop::quit);
+    loop.exec();
+    return done == members ? clock.nsecsElapsed() / 1e9 : -1;
+}
+
+int storm(quint16 port, int members) {
+    const int alone = std::max(10, members / 50);
+    const double one = signOnSeconds(port, 0, alone, 1);
+    const double all = signOnSeconds(port, alone, members - alone, members - alone);
+    if (one < 0 || all < 0) {
+        QTextStream(stderr) << "sign-ons did not complete\n";
+        return 1;
+    }
+    const double idleRate = alone / one, stormRate = (members - alone) / all;
+    QTextStream(stdout) << QStringLiteral("storm: %1 members one at a time %2/s; %3 at once %4/s in %5 s; "
+                                          "ratio %6\n")
+                               .arg(alone)
+                               .arg(idleRate, 0, 'f', 1)
+                               .arg(members - alone)
+                               .arg(stormRate, 0, 'f', 1)
+                               .arg(all, 0, 'f', 1)
+                               .arg(stormRate / idleRate, 0, 'f', 2);
+    return 0;
+}
+
+struct RoundTrips {
+    double median = -1;
+    double p90 = -1;
+};
+
+// Public lines from the bystander, one every 20 ms (or on the echo of a slower one), for `ms`.
+RoundTrips roundTrips(Member& bystander, std::function<void(const QByteArray&)>& onLine, int ms) {
+    QList<double> times;
+    QEventLoop loop;
+    QElapsedTimer clock;
+    QByteArray awaited;
+    int sent = 0;
+    const auto sendNext = [&] {
+        if (!awaited.isEmpty())
+            return;
+        const QByteArray text = "rt" + QByteArray::number(sent++);
+        awaited = "MSG" + Separator + "<signon0> " + text;
+        clock.start();
+        bystander.send("MSG" + Separator + text + "\r\n");
+    };
+    onLine = [&](const QByteArray& line) {
+        if (line != awaited)
+            return;
+        times << clock.nsecsElapsed() / 1e6;
+        awaited.clear();
+    };
+    QTimer pace;
+    QObject::connect(&pace, &QTimer::timeout, &loop, sendNext);
+    pace.start(20);
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+    onLine = nullptr;
+    if (times.isEmpty())
+        return {};
+    std::sort(times.begin(), times.end());
+    return {times.at(times.size() / 2), times.at(times.size() * 9 / 10)};
+}
+
+int flood(quint16 port, int seconds) {
+    QObject owner;
+    std::function<void(const QByteArray&)> bystanderLine;
+    bool signedOn = false;
+    Member bystander(
+        QStringLiteral("127.0.0.1"), port,
+        [&](Member&, const QByteArray& line) {
+            if (line == "LIST" + Separator + "signon0")
+                signedOn = true;
+            if (line.startsWith("PING"))
+                bystander.send("PING" + Separator + "00:00:00\r\n");
+            if (bystanderLine)
+                bystanderLine(line);
+        },
+        &owner);
+    QObject::connect(&bystander.socket(), &QTcpSocket::connected, &bystander,
+                     [&] { bystander.send(login(0)); });
+    {
+        QEventLoop wait;
+        QTimer poll;
+        QObject::connect(&poll, &QTimer::timeout, &wait, [&] {
+            if (signedOn)
+                wait.quit();
+        });
+        poll.start(10);
+        wait.exec();
+    }
+    const RoundTrips idle = roundTrips(bystander, bystanderLine, seconds * 1000);
+
+    int answers = 0;
+    for (int address = 0; address < 8; ++address) {
+        for (int c = 0; c < 8; ++c) {
+            const int member = 1 + (address * 8 + c) % 100;
+            auto* m = new Member(
+                QStringLiteral("127.0.0.%1").arg(11 + address), port,
+                [&answers](Member&, const QByteArray& line) { answers += line == "INVALID"; }, &owner);
+            QObject::connect(&m->socket(), &QTcpSocket::connected, m,
+                             [m, member] { m->send(login(member, "wrong")); });
+            QObject::connect(
+                &m->socket(), &QTcpSocket::disconnected, m,
+                [m, port] { m->socket().connectToHost(QHostAddress::LocalHost, port); },
+                Qt::QueuedConnection);
+        }
+    }
+    const RoundTrips flooded = roundTrips(bystander, bystanderLine, seconds * 1000);
+    QTextStream(stdout) << QStringLiteral(
+                               "flood: bystander round trip idle median %1 ms (90% %2 ms); during a "
+                               "LOGIN flood from 8 addresses median %3 ms (90% %4 ms), %5 LOGINs "
+                               "answered in %6 s; ratio of medians %7\n")
+                               .arg(idle.median, 0, 'f', 2)
+                               .arg(idle.p90, 0, 'f', 2)
+                               .arg(flooded.median, 0, 'f', 2)
+                               .arg(flooded.p90, 0, 'f', 2)
+                               .arg(answers)
+                               .arg(seconds)
+                               .arg(flooded.median / idle.median, 0, 'f', 2);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    if (args.size() == 4 && args[1] == QLatin1String("prepare"))
+        return prepare(args[2], args[3].toInt());
+    if (args.size() == 4 && args[1] == QLatin1String("storm"))
+        return storm(quint16(args[2].toUInt()), args[3].toInt());
+    if (args.size() == 4 && args[1] == QLatin1String("flood"))
+        return flood(quint16(args[2].toUInt()), args[3].toInt());
+    QTextStream(stderr)
+        << "usage: server_signon_bench prepare FOLDER N | storm PORT N | flood PORT SECONDS\n";
+    return 2;
+}

@@ -1,0 +1,167 @@
+#include "server/DatabaseThreads.h"
+
+#include <QDeadlineTimer>
+#include <QTimer>
+
+#include <deque>
+#include <memory>
+
+namespace {
+constexpr int FirstRetryMs = 50;
+constexpr int LongestRetryMs = 1000;
+constexpr int ShutdownPatienceMs = 5000;
+} // namespace
+
+// One thread's part: its connection and its queue.
+class DatabaseLane : public QObject {
+public:
+    struct Pending {
+        quint64 id; // 0 for a change nobody waits for
+        DatabaseThreads::Work work;
+        QDeadlineTimer deadline; // forever for a change that must land
+    };
+
+    DatabaseLane(AccountStore::Config config, std::function<void(quint64, bool)> report)
+        : m_config(std::move(config))
+        , m_report(std::move(report))
+        , m_retry(new QTimer(this)) { // a child, so that it moves to the lane's thread with us
+        m_retry->setSingleShot(true);
+        connect(m_retry, &QTimer::timeout, this, [this] { drain(); });
+    }
+
+    bool open(QString* error) {
+        m_store = std::make_unique<AccountStore>(m_config);
+        return m_store->open(error);
+    }
+
+    void add(Pending pending) {
+        m_queue.push_back(std::move(pending));
+        if (!m_retry->isActive())
+            drain();
+    }
+
+    // Tries what is left until the queue is empty or the time is up; the thread may block now.
+    void finish() {
+        const QDeadlineTimer deadline(ShutdownPatienceMs);
+        while (m_store && !m_queue.empty() && !deadline.hasExpired()) {
+            drain();
+            if (!m_queue.empty())
+                QThread::msleep(FirstRetryMs);
+        }
+        if (!m_queue.empty())
+            qWarning("quorvel-server: database: %d changes could not be written before stopping",
+                     int(m_queue.size()));
+        m_retry->stop();
+        m_store.reset();
+    }
+
+private:
+    void drain() {
+        while (!m_queue.empty()) {
+            Pending& head = m_queue.front();
+            m_store->clearFailure();
+            head.work(*m_store);
+            if (m_store->failed())
+                break;
+            m_report(head.id, true);
+            m_queue.pop_front();
+            m_retryMs = 0;
+        }
+        giveUpOverdue();
+        if (!m_queue.empty()) {
+            m_retryMs = qBound(FirstRetryMs, m_retryMs * 2, LongestRetryMs);
+            m_retry->start(m_retryMs);
+        }
+    }
+
+    void giveUpOverdue() {
+        for (auto it = m_queue.begin(); it != m_queue.end();) {
+            if (it->deadline.hasExpired()) {
+                m_report(it->id, false);
+                it = m_queue.erase(it);
+            } else {
+                ++it;
+            }
+        }
+    }
+
+    AccountStore::Config m_config;
+    std::function<void(quint64, bool)> m_report;
+    std::unique_ptr<AccountStore> m_store;
+    std::deque<Pending> m_queue;
+    QTimer* m_retry;
+    int m_retryMs = 0;
+};
+
+DatabaseThreads::DatabaseThreads(AccountStore::Config config, int patienceMs, QObject* parent)
+    : QObject(parent)
+    , m_patienceMs(patienceMs) {
+    config.lockWaitMs = LockWaitMs;
+    startLane(m_writer, QStringLiteral("database writer"), config);
+    startLane(m_reader, QStringLiteral("database reader"), config);
+}
+
+void DatabaseThreads::startLane(Lane& lane, const QString& name, const AccountStore::Config& config) {
+    lane.thread.setObjectName(name);
+    lane.worker = new DatabaseLane(config, [this](quint64 id, bool succeeded) {
+        if (id != 0)
+            QMetaObject::invokeMethod(
+                this, [this, id, succeeded] { onFinished(id, succeeded); }, Qt::QueuedConnection);
+    });
+    lane.worker->moveToThread(&lane.thread);
+    lane.thread.start();
+}
+
+DatabaseThreads::~DatabaseThreads() {
+    for (Lane* lane : {&m_reader, &m_writer}) {
+        QMetaObject::invokeMethod(
+            lane->worker, [lane] { lane->worker->finish(); }, Qt::BlockingQueuedConnection);
+        lane->thread.quit();
+        lane->thread.wait();
+        delete lane->worker;
+    }
+}
+
+bool DatabaseThreads::open(QString* error) {
+    bool opened = true;
+    for (Lane* lane : {&m_writer, &m_reader}) {
+        QMetaObject::invokeMethod(
+            lane->worker, [&] { opened = opened && lane->worker->open(error); },
+            Qt::BlockingQueuedConnection);
+    }
+    return opened;
+}
+
+void DatabaseThreads::post(Lane& lane, quint64 id, Work work, int patienceMs) {
+    QMetaObject::invokeMethod(
+        lane.worker,
+        [worker = lane.worker,
+         pending = DatabaseLane::Pending{id, std::move(work),
+                                         patienceMs < 0 ? QDeadlineTimer(QDeadlineTimer::Forever)
+                                                        : QDeadlineTimer(patienceMs)}]() mutable {
+            worker->add(std::move(pending));
+        },
+        Qt::QueuedConnection);
+}
+
+void DatabaseThreads::change(QObject* context, Work work, Done done) {
+    const quint64 id = m_nextId++;
+    m_waiting.insert(id, Waiting{context, std::move(done)});
+    post(m_writer, id, std::move(work), m_patienceMs);
+}
+
+void DatabaseThreads::changeWhenPossible(Work work) {
+    post(m_writer, 0, std::move(work), -1);
+}
+
+void DatabaseThreads::read(QObject* context, Work work, Done done) {
+    const quint64 id = m_nextId++;
+    m_waiting.insert(id, Waiting{context, std::move(done)});
+    post(m_reader, id, std::move(work), m_patienceMs);
+}
+
+void DatabaseThreads::onFinished(quint64 id, bool succeeded) {
+    const Waiting waiting = m_waiting.take(id);
+    if (waiting.context && waiting.done)
+        waiting.done(succeeded);
+}

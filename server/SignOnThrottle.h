@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QHash>
+#include <QSet>
+#include <QString>
+
+#include <functional>
+
+// Failed sign-ons make the following attempts wait their turn: per address, and per account name
+// for addresses that have not signed on to that account before. Each failure past a few free
+// ones doubles the spacing of turns, up to a ceiling, and a quiet spell forgets them all. So a
+// guesser gets a handful of tries a minute, while a stranger failing on someone's name can at
+// worst slow that member's sign-on from a new address and never lock them out.
+class SignOnThrottle {
+public:
+    struct Settings {
+        int freeFailures = 3;
+        int firstDelayMs = 1000; // 0 turns throttling off
+        int longestDelayMs = 60 * 1000;
+        int forgetAfterMs = 15 * 60 * 1000;
+    };
+    // Milliseconds on a clock that never goes back.
+    using Clock = std::function<qint64()>;
+
+    SignOnThrottle(Settings settings, Clock clock);
+
+    // How long this attempt waits before it is checked. Its turn is taken now, so attempts
+    // waiting together are checked one spacing apart, not all at once.
+    qint64 admit(const QString& address, const QString& accountKey);
+    void failed(const QString& address, const QString& accountKey);
+    void succeeded(const QString& address, const QString& accountKey);
+
+private:
+    struct Record {
+        int failures = 0;
+        qint64 nextTurn = 0;
+        qint64 lastFailure = 0;
+    };
+
+    qint64 spacingAfter(int failures) const;
+    // The record of key, emptied first when its failures are old enough to forget.
+    Record& recordOf(QHash<QString, Record>& records, const QString& key, qint64 now) const;
+    void forgetQuiet(qint64 now);
+    bool isTrusted(const QString& address, const QString& accountKey) const;
+
+    Settings m_settings;
+    Clock m_clock;
+    QHash<QString, Record> m_byAddress;
+    QHash<QString, Record> m_byAccount;
+    // Addresses each account has signed on from during this run.
+    QHash<QString, QSet<QString>> m_trusted;
+    int m_admitted = 0;
+};
