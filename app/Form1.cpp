@@ -12,6 +12,7 @@
 #include "chat/EmoticonReplacer.h"
 #include "common/BgrColour.h"
 #include "privatechat/Form3.h"
+#include "privatechat/PrivateChat.h"
 
 #include <QCloseEvent>
 #include <QComboBox>
@@ -22,6 +23,7 @@
 #include <QMenuBar>
 #include <QScrollBar>
 #include <QSplitter>
+#include <QStandardPaths>
 #include <QStatusBar>
 #include <QTcpSocket>
 #include <QTextCursor>
@@ -58,6 +60,11 @@ Form1::Form1(Services services, QWidget* parent)
     buildLayout();
     applyDefaultColours();
     m_emoticons = new EmoticonReplacer(*rtb->document(), this);
+    m_privateChat = new PrivateChat(*this);
+    downloadFolder = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    if (downloadFolder.isEmpty())
+        downloadFolder = QStandardPaths::writableLocation(QStandardPaths::HomeLocation);
+    connect(this, &Form1::fileOffered, m_privateChat, &PrivateChat::offerReceived);
 
     connect(Winsock1, &QTcpSocket::connected, this, &Form1::Winsock1_Connect);
     connect(Winsock1, &QTcpSocket::disconnected, this, &Form1::Winsock1_Close);
@@ -338,6 +345,7 @@ void Form1::endProgram() {
         if (w)
             w->close();
     }
+    m_privateChat->closeWindows();
     if (m_gameStarter)
         m_gameStarter->close();
     if (m_userInfo)
@@ -384,6 +392,34 @@ Form2& Form1::userInfo() {
 
 Form3* Form1::privateWindow(int slot) const {
     return slot >= 0 && slot < PrivateWindowSlots ? m_privateWindows[std::size_t(slot)].data() : nullptr;
+}
+
+Form3* Form1::privateWindowAt(int slot) {
+    if (slot < 0 || slot >= PrivateWindowSlots)
+        return nullptr;
+    auto& w = m_privateWindows[std::size_t(slot)];
+    if (!w)
+        w = new Form3(*this, this);
+    return w;
+}
+
+Form3* Form1::findPrivateWindow(const QString& nickname) const {
+    const int slot = privateWindowSlotFor(nickname);
+    Form3* w = privateWindow(slot);
+    return w && w->windowTitle() == QStringLiteral("Chat With <") + nickname + u'>' ? w : nullptr;
+}
+
+int Form1::privateWindowSlotFor(const QString& nickname) const {
+    const QString caption = QStringLiteral("Chat With <") + nickname + u'>';
+    int empty = 0;
+    for (int slot = 1; slot < PrivateWindowSlots; ++slot) {
+        const Form3* w = m_privateWindows[std::size_t(slot)];
+        if (w && w->windowTitle() == caption)
+            return slot;
+        if (!w && !empty)
+            empty = slot;
+    }
+    return empty;
 }
 
 bool Form1::isConnected() const { return Winsock1->state() == QAbstractSocket::ConnectedState; }

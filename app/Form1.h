@@ -15,6 +15,7 @@ class EmoticonReplacer;
 class Form2;
 class Form3;
 class Form4;
+class PrivateChat;
 class Form6;
 class Form8;
 class GameStarter;
@@ -55,6 +56,14 @@ public:
     GameStarter& gameStarter();
     Form2& userInfo();
     Form3* privateWindow(int slot) const;
+    // The window in a slot of the private-window table, created (hidden) when the slot is empty.
+    Form3* privateWindowAt(int slot);
+    // The private window captioned for this member, or null.
+    Form3* findPrivateWindow(const QString& nickname) const;
+    // The slot a member's window has, else the first empty one, else slot 0, which conversations never use.
+    int privateWindowSlotFor(const QString& nickname) const;
+    // Transfers, the composer and offers, shared by all private windows.
+    PrivateChat& privateChat() { return *m_privateChat; }
     bool isConnected() const;
     bool soundsOn() const;
     int accountCreation() const { return m_accountCreation; }
@@ -112,6 +121,8 @@ public:
     // Display colours of chat lines, in blue-green-red.
     qint64 actionColour = ActionColourAtStart;
     qint64 messageColour = 0;
+    // Where every download is saved; changed by the folder list of an offer dialog.
+    QString downloadFolder;
     qint64 colour(ColourRole role) const override;
     void setColour(ColourRole role, qint64 bgr) override;
     // The colour scheme editor, opened on first use.
@@ -142,7 +153,7 @@ public:
     void setConnectionText(const QString& text);
     // Opens or brings forward the private window for a member; returns it.
     Form3* openPrivateWindow(const QString& nickname);
-    // Puts a new private window into the first free slot (1 to 10); null when all are taken.
+    // Puts a new, still hidden private window into the first free slot (1 to 10); null when all are taken.
     Form3* createPrivateWindow(const QString& caption);
     // Replaces the emoticon codes that reached the display since the last pass.
     void runEmoticonPass();
@@ -227,6 +238,7 @@ private:
     std::unique_ptr<ChatDispatcher> m_dispatcher;
     std::unique_ptr<SingleInstance> m_runningCopy;
     EmoticonReplacer* m_emoticons;
+    PrivateChat* m_privateChat;
 
     friend class ChatDispatcher;
 };

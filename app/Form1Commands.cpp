@@ -119,25 +119,25 @@ void Form1::mnuNewsPost_Click() { openDialog(new Form9(*Winsock1, this)); }
 
 Form3* Form1::openPrivateWindow(const QString& nickname) {
     const QString caption = QStringLiteral("Chat With ") + bracketed(nickname);
-    for (int slot = 1; slot < PrivateWindowSlots; ++slot) {
-        Form3* w = m_privateWindows[std::size_t(slot)];
-        if (w && w->windowTitle().contains(bracketed(nickname))) {
-            w->show();
-            w->raise();
-            return w;
-        }
+    Form3* w = nullptr;
+    for (int slot = 1; slot < PrivateWindowSlots && !w; ++slot) {
+        Form3* candidate = m_privateWindows[std::size_t(slot)];
+        if (candidate && candidate->windowTitle().contains(bracketed(nickname)))
+            w = candidate;
     }
-    return createPrivateWindow(caption);
+    if (!w)
+        w = createPrivateWindow(caption);
+    if (w)
+        w->showForTyping();
+    return w;
 }
 
 Form3* Form1::createPrivateWindow(const QString& caption) {
     // Slot 0 has never been used for a conversation.
     for (int slot = 1; slot < PrivateWindowSlots; ++slot) {
-        auto& w = m_privateWindows[std::size_t(slot)];
-        if (!w) {
-            w = new Form3(this);
+        if (!m_privateWindows[std::size_t(slot)]) {
+            Form3* w = privateWindowAt(slot);
             w->setWindowTitle(caption);
-            w->show();
             return w;
         }
     }

@@ -7,6 +7,7 @@
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
 #include "privatechat/Form3.h"
+#include "privatechat/PrivateChat.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -186,6 +187,7 @@ ChatDispatcher::Next ChatDispatcher::privateLine(const QStringList& fields) {
     if (second.left(12) == SendDecline) {
         promptNow().message(QStringLiteral("Declined"), QStringLiteral("Transfer Declined..."),
                                           Prompts::Icon::None);
+        m_main.privateChat().declineReceived(sender);
         return Next::EndRead;
     }
     if (second.left(7) == WhoYou) {
@@ -201,17 +203,14 @@ ChatDispatcher::Next ChatDispatcher::privateLine(const QStringList& fields) {
         reply(answer);
         return Next::EndRead;
     }
-    const QString caption = QStringLiteral("Chat With ") + line.bracketedSender();
-    Form3* window = nullptr;
-    for (int slot = 1; slot < Form1::PrivateWindowSlots && !window; ++slot) {
-        Form3* w = m_main.privateWindow(slot);
-        if (w && w->windowTitle() == caption)
-            window = w;
-    }
+    Form3* window = m_main.findPrivateWindow(sender);
     if (!window)
-        window = m_main.createPrivateWindow(caption);
-    // With all ten windows taken by others the line is dropped, as it always was.
-    if (window)
+        window = m_main.createPrivateWindow(QStringLiteral("Chat With ") + line.bracketedSender());
+    // With all ten windows taken by others the line is dropped, as it always was. A window the user
+    // closed comes back with the line, but leaves the keyboard where the user is typing.
+    if (window) {
         window->appendIncoming(fields.value(1));
+        window->showWithoutActivating();
+    }
     return Next::EndRead;
 }

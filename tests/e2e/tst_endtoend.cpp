@@ -8,6 +8,8 @@
 #include "chat/Form7.h"
 #include "chat/Form8.h"
 #include "privatechat/Form3.h"
+#include "privatechat/Path.h"
+#include "privatechat/PrivateChat.h"
 #include "server/MasterListFolder.h"
 #include "server/MasterListHttp.h"
 
@@ -17,6 +19,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTcpServer>
 #include <QTextEdit>
 #include <QtTest>
 
@@ -57,6 +60,7 @@ private Q_SLOTS:
     void newAccountThenSignOn();
     void roomPrivateDetailsAndFollow();
     void wrongPasswordIsRefused();
+    void fileOfferedThroughTheServer();
     void browserFetchesTheCompanionServersList();
     void burstsOfReadEndingMessagesAllArrive();
 };
@@ -150,6 +154,43 @@ void EndToEndTest::wrongPasswordIsRefused() {
     QTRY_COMPARE(ann.t.prompts.texts(), QStringList{QStringLiteral("Login Error : Please Try Again")});
     QTRY_COMPARE(ann.w.statusText(), QStringLiteral("Signed Off"));
     QCOMPARE(ann.w.connectionText(), QStringLiteral("Not Connected"));
+}
+
+void EndToEndTest::fileOfferedThroughTheServer() {
+    TestServer server;
+    server.addAccount(QStringLiteral("ann"), QStringLiteral("1111"));
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("2222"));
+    Member ann(server.port()), bob(server.port());
+    ann.signOn(QStringLiteral("ann"), QStringLiteral("1111"));
+    bob.signOn(QStringLiteral("bob"), QStringLiteral("2222"));
+    QTRY_COMPARE(ann.users().size(), 2);
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("notes with blanks.txt"));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(3000, 'n'));
+    file.close();
+    bob.w.downloadFolder = folder.filePath(QStringLiteral("in"));
+    QVERIFY(QDir().mkpath(bob.w.downloadFolder));
+
+    // ann offers on a port the system chooses for her; the server adds her address on the way to bob.
+    quint16 port = 0;
+    for (quint16 p = 41000; !port; ++p) {
+        QTcpServer probe;
+        if (probe.listen(QHostAddress::Any, p))
+            port = p;
+    }
+    ann.t.prompts.files.push_back(path);
+    ann.t.prompts.inputs.push_back(QString::number(port));
+    ann.w.openPrivateWindow(QStringLiteral("bob"))->mnuSNDFile_Click();
+    QTRY_VERIFY(bob.w.privateChat().offerDialog(0) && bob.w.privateChat().offerDialog(0)->isVisible());
+    Path* offer = bob.w.privateChat().offerDialog(0);
+    QCOMPARE(offer->offerPort, QString::number(port));
+    offer->Command1->click();
+    QTRY_COMPARE(bob.t.prompts.texts(), QStringList{QStringLiteral("File Transfer Complete")});
+    QFile saved(bob.w.downloadFolder + QStringLiteral("/notes with blanks.txt"));
+    QVERIFY(saved.open(QIODevice::ReadOnly));
+    QCOMPARE(saved.readAll(), QByteArray(3000, 'n') + QByteArray(3 * 1028 - 3000, '\0'));
 }
 
 // A new installation sees servers: the companion server's sample list reaches the browser.

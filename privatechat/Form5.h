@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QStringList>
+#include <QTimer>
+#include <QWidget>
+
+class Form1;
+class QAction;
+class QComboBox;
+class QGroupBox;
+class QMenu;
+class QPlainTextEdit;
+class QProgressBar;
+
+// The composer: sends a block of lines to one member, one private message per line, with a pause
+// between lines and a cool-down of five seconds before the next block.
+class Form5 : public QWidget {
+    Q_OBJECT
+public:
+    // Keeps a block within the chat server's flood limit of ten lines in five seconds.
+    static constexpr int LinePauseMs = 550;
+    static constexpr int CoolDownTicks = 6;
+
+    explicit Form5(Form1& main, QWidget* parent = nullptr);
+
+    QComboBox* Combo1;
+    QPlainTextEdit* rtb;
+    QGroupBox* Frame1;
+    QProgressBar* pbSending;
+    QProgressBar* pbWaiting;
+    QTimer* Timer1;
+    QMenu* mnufile;
+    QAction* mnuSend;
+
+    void setRecipient(const QString& nickname);
+    bool isSending() const { return m_sending; }
+
+    void mnuSend_Click();
+    void Timer1_Timer();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void sendNextLine();
+
+    Form1& m_main;
+    QTimer m_pause;
+    QStringList m_lines;
+    QString m_recipient;
+    int m_next = 0;
+    int m_ticks = 0;
+    bool m_sending = false;
+};

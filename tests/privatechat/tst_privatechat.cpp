@@ -1,0 +1,597 @@
+// Two members' clients in one process: private windows, composer, offers and direct file transfers
+// over 127.0.0.1, with the chat messages passing through scripted chat servers.
+#include "SignedOnClient.h"
+
+#include "common/Windows1252.h"
+#include "privatechat/FileReceiver.h"
+#include "privatechat/FileSender.h"
+#include "privatechat/Form11.h"
+#include "privatechat/Form3.h"
+#include "privatechat/Form5.h"
+#include "privatechat/Path.h"
+#include "privatechat/PrivateChat.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRandomGenerator>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTextEdit>
+#include <QtTest>
+
+using Direction = TransferView::Direction;
+
+namespace {
+constexpr int kWait = 30000;
+
+QByteArray pmsg(const QString& to, const QString& text) {
+    return "PMSG|\xbf|" + Windows1252::encode(to) + "|\xbf|" + Windows1252::encode(text);
+}
+
+// A port in the range users may type that nothing listens on now.
+quint16 freePort() {
+    for (quint16 p = quint16(20000 + QRandomGenerator::global()->bounded(20000));; ++p) {
+        QTcpServer probe;
+        if (probe.listen(QHostAddress::Any, p))
+            return p;
+    }
+}
+
+QByteArray padded(QByteArray bytes) {
+    bytes.append(QByteArray(1028 - bytes.size() % 1028, '\0'));
+    return bytes;
+}
+
+QByteArray readFile(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
+}
+
+void writeFile(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::WriteOnly));
+    f.write(bytes);
+}
+
+// ann and bob, signed on to their own scripted servers; ann has a private window open for bob.
+struct Members {
+    SignedOnClient ann;
+    SignedOnClient bob;
+    QTemporaryDir downloads;
+    Form3* a = nullptr;
+
+    Members() {
+        ann.w->Text3->setText(QStringLiteral("ann"));
+        bob.w->Text3->setText(QStringLiteral("bob"));
+        a = ann.w->openPrivateWindow(QStringLiteral("bob"));
+        bob.w->downloadFolder = downloads.path();
+    }
+    bool ready() const { return ann.ready && bob.ready && a; }
+
+    // ann chooses "Send File" and answers the dialogs; returns what she sent on the chat connection.
+    QByteArray offer(const QString& path, const QString& portAnswer) {
+        ann.t.prompts.files.push_back(path);
+        ann.t.prompts.inputs.push_back(portAnswer);
+        a->mnuSNDFile_Click();
+        return ann.sentSoFar();
+    }
+    // The offer as the chat server relays it to bob, with ann's address added.
+    bool relayOffer(const QString& path, quint16 port) {
+        return bob.deliver("PMSG|\xbf|<ann> /SENDFILE " + Windows1252::encode(path) + "|@|" +
+                           QByteArray::number(port) + "|@|127.0.0.1\r\n");
+    }
+    Path* offerDialog(int i) const { return bob.w->privateChat().offerDialog(i); }
+    Form11& bobTransfers() const { return bob.w->privateChat().transferWindow(); }
+};
+
+// Plays a sending client by hand: answers INFO and SEND with whatever the test scripts.
+struct RawSender {
+    QTcpServer server;
+    QPointer<QTcpSocket> peer;
+    QByteArray received;
+    RawSender() {
+        server.listen(QHostAddress::LocalHost, 0);
+        QObject::connect(&server, &QTcpServer::newConnection, [this] {
+            peer = server.nextPendingConnection();
+            QObject::connect(peer, &QTcpSocket::readyRead, [this] { received += peer->readAll(); });
+        });
+    }
+    void send(const QByteArray& bytes) {
+        peer->write(bytes);
+        peer->flush();
+    }
+};
+} // namespace
+
+class PrivateChatTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void transfers_data();
+    void transfers();
+    void rawSenderOutcomes_data();
+    void rawSenderOutcomes();
+    void hostileDescriptionsWriteNothing_data();
+    void hostileDescriptionsWriteNothing();
+    void senderWireAndMergedAnswers();
+    void portAnswers_data();
+    void portAnswers();
+    void declines_data();
+    void declines();
+    void offerDialogs();
+    void transferWindowActsOnThePrimaryWindow();
+    void typedLines_data();
+    void typedLines();
+    void inputLineGuardAndKeys();
+    void closedWindowComesBackWithALine();
+    void composerLines_data();
+    void composerLines();
+    void composerCoolDown();
+};
+
+void PrivateChatTest::transfers_data() {
+    QTest::addColumn<int>("size");
+    for (int size : {0, 1, 1027, 1028, 2056, 1000000})
+        QTest::addRow("%d bytes", size) << size;
+}
+
+void PrivateChatTest::transfers() {
+    QFETCH(int, size);
+    Members m;
+    QVERIFY(m.ready());
+    QTemporaryDir source;
+    const QString path = source.filePath(QStringLiteral("data.bin"));
+    QByteArray bytes(size, Qt::Uninitialized);
+    QRandomGenerator::global()->fillRange(reinterpret_cast<quint32*>(bytes.data()), size / 4);
+    writeFile(path, bytes);
+    // A file of the same name in the download folder is replaced.
+    const QString saved = m.downloads.filePath(QStringLiteral("data.bin"));
+    writeFile(saved, QByteArray(5000, 'x'));
+
+    const quint16 port = freePort();
+    QCOMPARE(m.offer(path, QString::number(port)),
+             pmsg("bob", "/SENDFILE|@|" + path + "|@|" + QString::number(port)));
+    QVERIFY(m.a->rtb->toPlainText().endsWith(QStringLiteral("\n<ann> Trying to send ") + path));
+    QVERIFY(m.ann.w->privateChat().transferWindow().isVisible());
+    QVERIFY(m.relayOffer(path, port));
+    Path* dialog = m.offerDialog(0);
+    QVERIFY(dialog && dialog->isVisible());
+    QCOMPARE(dialog->Text2->toPlainText(), QStringLiteral("Info : ann Would Like To Send You ") + path +
+                                               QStringLiteral(" Will You Accept?"));
+    dialog->Command1->click();
+
+    QTRY_VERIFY_WITH_TIMEOUT(!m.bob.t.prompts.shown.isEmpty(), kWait);
+    QCOMPARE(m.bob.t.prompts.lines(), QStringList{QStringLiteral("Quorvel|File Transfer Complete|1")});
+    QCOMPARE(readFile(saved), padded(bytes));
+    QCOMPARE(m.ann.t.prompts.lastLine(),
+             QStringLiteral("Complete...|File Transfer Complete - ") + path + QStringLiteral("|0"));
+    Form3* b = m.bob.w->privateWindow(1);
+    QVERIFY(b && b->isVisible());
+    QCOMPARE(b->windowTitle(), QStringLiteral("Chat With <ann>"));
+    // Both frames are reset once the receiver has closed; ann's window can send again.
+    QCOMPARE(m.bobTransfers().status(Direction::Download), QStringLiteral("Disconnected..."));
+    QCOMPARE(m.bobTransfers().count(Direction::Download), 0);
+    Form11& annTransfers = m.ann.w->privateChat().transferWindow();
+    QTRY_COMPARE_WITH_TIMEOUT(annTransfers.status(Direction::Upload), QStringLiteral("Disonnected..."),
+                              kWait);
+    QCOMPARE(annTransfers.path(Direction::Upload), QString());
+    QVERIFY(!m.a->sender().uploadBusy());
+}
+
+void PrivateChatTest::rawSenderOutcomes_data() {
+    QTest::addColumn<QByteArray>("size");
+    QTest::addColumn<int>("blocks");
+    QTest::addColumn<bool>("sendsDone");
+    QTest::addColumn<QString>("outcome"); // "%1" stands for the saved file's path
+    QTest::addColumn<QString>("status");
+    const QString suspect = QStringLiteral("Quorvel|File Transfer - Posible Error - Check %1|3");
+    const QString complete = QStringLiteral("Quorvel|File Transfer Complete|1");
+    QTest::newRow("sender dies half way") << QByteArray("5000") << 1 << false << suspect << "Disconnected...";
+    QTest::newRow("done") << QByteArray("1028") << 1 << true << complete << "Disconnected...";
+    QTest::newRow("more than announced") << QByteArray("10") << 3 << true << complete << "Disconnected...";
+    QTest::newRow("huge size, then gone")
+        << QByteArray("99999999999999999999") << 1 << false << suspect << "Disconnected...";
+    // Nobody listens: the error event reports, with its own titles, on the counts the frame holds.
+    QTest::newRow("connection refused")
+        << QByteArray() << -1 << false << QStringLiteral("Complete...|File Transfer Complete|0")
+        << "disconnected...";
+}
+
+void PrivateChatTest::rawSenderOutcomes() {
+    QFETCH(QByteArray, size);
+    QFETCH(int, blocks);
+    QFETCH(bool, sendsDone);
+    QFETCH(QString, outcome);
+    QFETCH(QString, status);
+    Members m;
+    QVERIFY(m.ready());
+    RawSender sender;
+    const quint16 port = blocks < 0 ? freePort() : sender.server.serverPort();
+    QVERIFY(m.relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), port));
+    m.offerDialog(0)->Command1->click();
+    QByteArray expected = "INFO";
+    for (int i = 0; i <= blocks; ++i) {
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
+        sender.send(i == 0 ? R"(INFO|@|C:\Games\half.bin|@|)" + size : QByteArray(1028, 'h'));
+        expected += i == 0 ? "SEND" : "MORE";
+    }
+    if (blocks >= 0) {
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
+        if (sendsDone)
+            sender.send("DONE");
+        else
+            sender.peer->abort();
+    }
+    const QString saved = m.downloads.filePath(QStringLiteral("half.bin"));
+    QTRY_COMPARE_WITH_TIMEOUT(m.bob.t.prompts.lastLine(), outcome.arg(saved), kWait);
+    QCOMPARE(m.bob.t.prompts.shown.size(), 1);
+    QCOMPARE(readFile(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h'));
+    QCOMPARE(m.bobTransfers().status(Direction::Download), status);
+    QCOMPARE(m.bobTransfers().count(Direction::Download), 0);
+    QVERIFY(!m.bob.w->privateWindow(1)->receiver().isBusy());
+}
+
+void PrivateChatTest::hostileDescriptionsWriteNothing_data() {
+    QTest::addColumn<QByteArray>("description");
+    QTest::newRow("parent folder") << QByteArray(R"(INFO|@|C:\x\..|@|10)");
+    QTest::newRow("up by slashes") << QByteArray("INFO|@|../../etc/passwd/..|@|10");
+    QTest::newRow("no name") << QByteArray(R"(INFO|@|C:\dir\|@|10)");
+    QTest::newRow("bare INFO") << QByteArray("INFO");
+}
+
+void PrivateChatTest::hostileDescriptionsWriteNothing() {
+    QFETCH(QByteArray, description);
+    Members m;
+    QVERIFY(m.ready());
+    RawSender sender;
+    QVERIFY(m.relayOffer(QStringLiteral("x"), sender.server.serverPort()));
+    m.offerDialog(0)->Command1->click();
+    QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFO"), kWait);
+    sender.send(description);
+    QTRY_VERIFY_WITH_TIMEOUT(!m.bob.t.prompts.shown.isEmpty(), kWait);
+    QCOMPARE(m.bob.t.prompts.last().icon, Prompts::Icon::Exclamation);
+    QVERIFY(m.bob.t.prompts.last().text.endsWith(
+        QStringLiteral("has no name that can be saved here. Nothing was written.")));
+    QTRY_VERIFY_WITH_TIMEOUT(!sender.peer || sender.peer->state() != QAbstractSocket::ConnectedState, kWait);
+    QCOMPARE(sender.received, QByteArray("INFO")); // no SEND
+    QCOMPARE(QDir(m.downloads.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
+    QCOMPARE(QDir(m.downloads.path() + QStringLiteral("/..")).entryList({QStringLiteral("passwd")}),
+             QStringList());
+}
+
+void PrivateChatTest::senderWireAndMergedAnswers() {
+    Members m;
+    QVERIFY(m.ready());
+    QTemporaryDir source;
+    const QString path = source.filePath(QStringLiteral("two.bin"));
+    const QByteArray bytes = QByteArray(1028, 'a') + QByteArray(1028, 'b');
+    writeFile(path, bytes);
+    const quint16 port = freePort();
+    m.offer(path, QString::number(port));
+
+    QTcpSocket receiver;
+    QByteArray got;
+    connect(&receiver, &QTcpSocket::readyRead, [&] { got += receiver.readAll(); });
+    auto say = [&](const QByteArray& text, qsizetype expected) {
+        got.clear();
+        receiver.write(text);
+        receiver.flush();
+        return QTest::qWaitFor([&] { return got.size() >= expected; }, kWait);
+    };
+    receiver.connectToHost(QHostAddress::LocalHost, port);
+    QVERIFY(receiver.waitForConnected(kWait));
+    QTRY_VERIFY_WITH_TIMEOUT(!m.a->sender().isListening(), kWait); // one peer per offer
+    const QByteArray description = "INFO|@|" + Windows1252::encode(path) + "|@|2056";
+    QVERIFY(say("INFO", description.size()));
+    QCOMPARE(got, description);
+    QVERIFY(say("SEND", 1028));
+    QCOMPARE(got, QByteArray(1028, 'a'));
+    // Two answers in one read are not recognised: the next reply is the description, not a block.
+    QVERIFY(say("MOREMORE", 0));
+    QVERIFY(say("INFO", description.size()));
+    QCOMPARE(got, description);
+    QVERIFY(say("MORE", 1028));
+    QCOMPARE(got, QByteArray(1028, 'b'));
+    QVERIFY(say("MORE", 1028));
+    QCOMPARE(got, QByteArray(1028, '\0'));
+    // The last answer brings the box and, once dismissed, "DONE".
+    QVERIFY(say("MORE", 4));
+    QCOMPARE(got, QByteArray("DONE"));
+    QCOMPARE(m.ann.t.prompts.lastLine(),
+             QStringLiteral("Complete...|File Transfer Complete - ") + path + QStringLiteral("|0"));
+    QCOMPARE(m.ann.w->privateChat().transferWindow().count(Direction::Upload), 3 * 1028);
+}
+
+void PrivateChatTest::portAnswers_data() {
+    QTest::addColumn<QStringList>("answers");
+    QTest::addColumn<bool>("connected");
+    QTest::addColumn<int>("refusals");
+    QTest::addColumn<bool>("listening");
+    // "free" stands for a free port; an empty answer ends the attempt.
+    QTest::newRow("9, then empty") << QStringList{"9", ""} << true << 1 << false;
+    QTest::newRow("50001, then empty") << QStringList{"50001", ""} << true << 1 << false;
+    QTest::newRow("abc, then empty") << QStringList{"abc", ""} << true << 1 << false;
+    QTest::newRow("empty") << QStringList{""} << true << 0 << false;
+    QTest::newRow("10") << QStringList{"10", ""} << true << 0 << true;
+    QTest::newRow("50000") << QStringList{"50000", ""} << true << 0 << true;
+    QTest::newRow("9, then a free port") << QStringList{"9", "free"} << true << 1 << true;
+    QTest::newRow("chat connection down") << QStringList{"free"} << false << 0 << true;
+}
+
+void PrivateChatTest::portAnswers() {
+    QFETCH(QStringList, answers);
+    QFETCH(bool, connected);
+    QFETCH(int, refusals);
+    QFETCH(bool, listening);
+    // 10 and 50000 are accepted answers; on a busy machine something else may hold them already.
+    bool held = false;
+    for (const QString& fixed : {QStringLiteral("10"), QStringLiteral("50000")}) {
+        QTcpServer probe;
+        if (answers.contains(fixed) && !probe.listen(QHostAddress::Any, fixed.toUShort()))
+            held = true;
+    }
+    listening = listening && !held;
+    Members m;
+    QVERIFY(m.ready());
+    if (!connected) {
+        m.ann.server.dropClient();
+        QTRY_VERIFY_WITH_TIMEOUT(!m.ann.w->isConnected(), kWait);
+    }
+    FakePrompts& prompts = m.ann.t.prompts;
+    m.ann.t.random.values = {100, 9999, 1234};
+    prompts.files.push_back(QStringLiteral("/tmp/file.bin"));
+    for (const QString& a : answers)
+        prompts.inputs.push_back(a == u"free" ? QString::number(freePort()) : a);
+    m.a->mnuSNDFile_Click();
+
+    QCOMPARE(prompts.shown.first().line(), QStringLiteral("Select a File To Send.|All Files|0"));
+    QStringList proposed;
+    for (const auto& s : prompts.shown) {
+        if (s.kind == u"input") {
+            QCOMPARE(
+                s.line(),
+                QStringLiteral("PORT|Select a port... Must allow connections through firewall/router...|0"));
+            proposed.append(s.proposed);
+        }
+    }
+    // A new default each time, drawn from 200 to 5199.
+    QCOMPARE(proposed, (QStringList{"200", "5199", "1234"}.mid(0, proposed.size())));
+    QCOMPARE(prompts.texts().count(QStringLiteral("Unusable Port")), refusals);
+    QCOMPARE(prompts.texts().filter(QStringLiteral("Unable to listen on port")).size(), held ? 1 : 0);
+    QCOMPARE(m.a->sender().isListening(), listening);
+    QCOMPARE(m.a->sender().uploadBusy(), listening);
+    QCOMPARE(m.ann.w->privateChat().transferWindow().isVisible(), listening && connected);
+    if (connected)
+        QCOMPARE(m.ann.sentSoFar().startsWith("PMSG|\xbf|bob|\xbf|/SENDFILE|@|/tmp/file.bin|@|"), listening);
+
+    // While an offer is pending a second "Send File" does nothing at all.
+    const qsizetype before = prompts.shown.size();
+    m.a->mnuSNDFile->trigger();
+    QCOMPARE(prompts.shown.size() == before, listening);
+    m.a->Winsock1_Close();
+    QVERIFY(!m.a->sender().isListening());
+}
+
+void PrivateChatTest::declines_data() {
+    QTest::addColumn<bool>("refuseAll");
+    QTest::newRow("by hand") << false;
+    QTest::newRow("Refuse File Transfers") << true;
+}
+
+void PrivateChatTest::declines() {
+    QFETCH(bool, refuseAll);
+    Members m;
+    QVERIFY(m.ready());
+    const quint16 port = freePort();
+    m.offer(QStringLiteral("/tmp/a.zip"), QString::number(port));
+    QVERIFY(m.a->sender().isListening());
+    m.bob.w->mnuDEC->setChecked(refuseAll);
+    QVERIFY(m.relayOffer(QStringLiteral("/tmp/a.zip"), port));
+    if (!refuseAll) {
+        m.offerDialog(0)->chooseFolder(QDir::tempPath());
+        m.offerDialog(0)->Command2->click();
+    }
+    QCOMPARE(m.offerDialog(0) && m.offerDialog(0)->isVisible(), false);
+    QCOMPARE(m.bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
+    QCOMPARE(m.bob.t.prompts.shown.size(), 0);
+    // Changing the folder counts even when the offer is then refused.
+    QCOMPARE(QDir(m.bob.w->downloadFolder) == QDir(QDir::tempPath()), !refuseAll);
+
+    QVERIFY(m.ann.deliver("PMSG|\xbf|<bob> /SENDDECLINE\r\n"));
+    QCOMPARE(m.ann.t.prompts.lastLine(), QStringLiteral("Declined|Transfer Declined...|0"));
+    QVERIFY(!m.a->sender().isListening());
+    QVERIFY(!m.a->sender().uploadBusy());
+    QCOMPARE(m.ann.w->privateChat().transferWindow().status(Direction::Upload),
+             QStringLiteral("Disonnected..."));
+}
+
+void PrivateChatTest::offerDialogs() {
+    Members m;
+    QVERIFY(m.ready());
+    QVERIFY(m.relayOffer(QStringLiteral("/a"), 2000));
+    QVERIFY(m.relayOffer(QStringLiteral("/b"), 2001));
+    QVERIFY(m.offerDialog(0) && m.offerDialog(1));
+    QCOMPARE(m.offerDialog(1)->offerFrom, QStringLiteral("<ann>"));
+    QCOMPARE(m.offerDialog(1)->offerPort, QStringLiteral("2001"));
+    QCOMPARE(m.offerDialog(1)->offerHost, QStringLiteral("127.0.0.1"));
+    // The close box cannot dismiss an unanswered offer.
+    QVERIFY(!m.offerDialog(0)->close());
+    QVERIFY(m.offerDialog(0)->isVisible());
+    m.offerDialog(0)->Command2->click();
+    QTRY_VERIFY_WITH_TIMEOUT(!m.offerDialog(0), kWait); // answered dialogs are unloaded
+    QVERIFY(m.relayOffer(QStringLiteral("/c"), 2002));
+    QCOMPARE(m.offerDialog(0)->offerPort, QStringLiteral("2002"));
+    // With all 51 dialogs waiting, further offers are refused without a word.
+    for (int i = 2; i < PrivateChat::OfferDialogs; ++i)
+        QVERIFY(m.relayOffer(QStringLiteral("/d"), 3000));
+    QVERIFY(m.offerDialog(50)->isVisible());
+    m.bob.sentSoFar();
+    QVERIFY(m.relayOffer(QStringLiteral("/e"), 3001));
+    QCOMPARE(m.bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
+    QCOMPARE(m.bob.t.prompts.shown.size(), 0);
+}
+
+void PrivateChatTest::transferWindowActsOnThePrimaryWindow() {
+    Members m;
+    QVERIFY(m.ready());
+    m.offer(QStringLiteral("/tmp/a.zip"), QString::number(freePort()));
+    Form11& w = m.ann.w->privateChat().transferWindow();
+    QVERIFY(w.isVisible());
+    // The buttons act on the primary private window, not on the window that made the offer.
+    w.findChild<QPushButton*>(QStringLiteral("cmdUploadCancel"))->click();
+    QCOMPARE(w.status(Direction::Upload), QStringLiteral("Disonnected..."));
+    QVERIFY(m.a->sender().isListening());
+    QVERIFY(m.a->sender().uploadBusy());
+    w.findChild<QPushButton*>(QStringLiteral("cmdDownloadCancel"))->click();
+    QCOMPARE(m.ann.t.prompts.lastLine(), QStringLiteral("Quorvel|File Transfer Complete|1"));
+    QCOMPARE(w.status(Direction::Download), QStringLiteral("Disconnected..."));
+    w.close();
+    QVERIFY(m.a->sender().isListening());
+    // "/cancel" in the offering window is what ends its offer.
+    m.a->Text1->setText(QStringLiteral("/cancel"));
+    QTest::keyClick(m.a->Text1, Qt::Key_Return);
+    QVERIFY(!m.a->sender().isListening());
+    QVERIFY(!m.a->sender().uploadBusy());
+}
+
+void PrivateChatTest::typedLines_data() {
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<bool>("connected");
+    QTest::addColumn<QByteArray>("wire");
+    QTest::addColumn<QString>("conversation");
+    QTest::addColumn<QString>("prompt");
+    const QString start = QStringLiteral("\n<bob> hello");
+    QTest::newRow("line") << "hi" << true << pmsg("bob", "hi") << start + "\n<ann> hi"
+                          << "";
+    QTest::newRow("empty") << "" << true << QByteArray() << start << "";
+    QTest::newRow("chat down") << "hi" << false << QByteArray() << start << "";
+    QTest::newRow("/cancel") << "/cancel" << true << QByteArray() << start
+                             << "Quorvel|File Transfer Complete|1";
+    QTest::newRow("/CANCEL") << "/CANCEL" << true << QByteArray() << start
+                             << "Quorvel|File Transfer Complete|1";
+    QTest::newRow("/Cancel") << "/Cancel" << true << QByteArray() << start
+                             << "Quorvel|File Transfer Complete|1";
+    QTest::newRow("/cancel now") << "/cancel now" << true << pmsg("bob", "/cancel now")
+                                 << start + "\n<ann> /cancel now"
+                                 << "";
+}
+
+void PrivateChatTest::typedLines() {
+    QFETCH(QString, typed);
+    QFETCH(bool, connected);
+    QFETCH(QByteArray, wire);
+    QFETCH(QString, conversation);
+    QFETCH(QString, prompt);
+    Members m;
+    QVERIFY(m.ready());
+    QVERIFY(m.ann.deliver("PMSG|\xbf|<bob> hello\r\n"));
+    if (!connected) {
+        m.ann.server.dropClient();
+        QTRY_VERIFY_WITH_TIMEOUT(!m.ann.w->isConnected(), kWait);
+    }
+    m.a->Text1->setText(typed);
+    QTest::keyClick(m.a->Text1, Qt::Key_Return);
+    QCOMPARE(m.a->Text1->text(), QString());
+    QCOMPARE(m.a->rtb->toPlainText(), conversation);
+    QCOMPARE(m.ann.t.prompts.lastLine(), prompt);
+    if (connected)
+        QCOMPARE(m.ann.sentSoFar(), wire);
+}
+
+void PrivateChatTest::inputLineGuardAndKeys() {
+    Members m;
+    QVERIFY(m.ready());
+    QTest::keyClicks(m.a->Text1, QStringLiteral("say /WHOYOU"));
+    QCOMPARE(m.a->Text1->text(), QStringLiteral("say /whoyou"));
+    m.a->Text1->setText(QStringLiteral("/WhoYou"));
+    QCOMPARE(m.a->Text1->text(), QStringLiteral("/WhoYou"));
+    m.a->Text1->clear();
+    // Typing in the conversation goes to the input line; Ctrl+C stays.
+    QTest::keyClick(m.a->rtb, Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(m.a->Text1->text(), QString());
+    QTest::keyClicks(m.a->rtb, QStringLiteral("ok"));
+    QCOMPARE(m.a->Text1->text(), QStringLiteral("ok"));
+    // The two transfer-display items do nothing; clearing empties the conversation.
+    m.a->rtb->setPlainText(QStringLiteral("x"));
+    m.a->mnuHide->trigger();
+    m.a->mnuShow->trigger();
+    QCOMPARE(m.a->rtb->toPlainText(), QStringLiteral("x"));
+    m.a->mnuClearPersonalChat->trigger();
+    QCOMPARE(m.a->rtb->toPlainText(), QString());
+}
+
+void PrivateChatTest::closedWindowComesBackWithALine() {
+    SignedOnClient c;
+    QVERIFY(c.ready);
+    QVERIFY(c.deliver("PMSG|\xbf|<bob> one\r\n"));
+    Form3* w = c.w->privateWindow(1);
+    QVERIFY(w && w->isVisible());
+    QVERIFY(!w->testAttribute(Qt::WA_ShowWithoutActivating));
+    w->close();
+    QVERIFY(c.deliver("PMSG|\xbf|<bob> two\r\n"));
+    QVERIFY(w->isVisible());
+    QCOMPARE(w->rtb->toPlainText(), QStringLiteral("\n<bob> one\n<bob> two"));
+}
+
+void PrivateChatTest::composerLines_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("wire");
+    const QByteArray a = pmsg("bob", "a\r\n"), b = pmsg("bob", "b\r\n"), empty = pmsg("bob", "\r\n");
+    QTest::newRow("two lines") << "a\nb" << a + b;
+    QTest::newRow("trailing line break") << "a\nb\n" << a + b + empty;
+    QTest::newRow("empty line between") << "a\n\nb" << a + empty + b;
+}
+
+void PrivateChatTest::composerLines() {
+    QFETCH(QString, text);
+    QFETCH(QByteArray, wire);
+    Members m;
+    QVERIFY(m.ready());
+    m.ann.w->LV1->addItems({QStringLiteral("carl"), QStringLiteral("bob")});
+    m.a->mnuSND->trigger();
+    Form5* c = m.ann.w->privateChat().composer();
+    QVERIFY(c && c->isVisible());
+    QCOMPARE(c->Combo1->count(), 2);
+    QCOMPARE(c->Combo1->itemText(0), QStringLiteral("carl"));
+    QCOMPARE(c->Combo1->currentText(), QStringLiteral("bob"));
+    // The recipient cannot be typed.
+    QTest::keyClick(c->Combo1, Qt::Key_X);
+    QCOMPARE(c->Combo1->currentText(), QStringLiteral("bob"));
+    c->rtb->setPlainText(text);
+    c->mnuSend->trigger();
+    QVERIFY(c->isSending());
+    QVERIFY(m.ann.waitForSent(wire.size()));
+    QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
+    QCOMPARE(m.ann.sentSoFar(), wire);
+}
+
+void PrivateChatTest::composerCoolDown() {
+    Members m;
+    QVERIFY(m.ready());
+    m.a->mnuSND->trigger();
+    Form5* c = m.ann.w->privateChat().composer();
+    c->rtb->setPlainText(QStringLiteral("x"));
+    c->mnuSend->trigger();
+    QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
+    QCOMPARE(m.ann.sentSoFar(), pmsg("bob", "x\r\n"));
+    c->mnuSend->trigger(); // cooling down: nothing
+    QTRY_COMPARE_WITH_TIMEOUT(c->pbWaiting->value(), 5, kWait);
+    QVERIFY(c->Frame1->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(!c->Timer1->isActive(), kWait);
+    QVERIFY(!c->Frame1->isVisible());
+    QCOMPARE(c->pbSending->value(), 0);
+    QCOMPARE(m.ann.sentSoFar(), QByteArray());
+    // Ready again, and the frame stays hidden.
+    c->mnuSend->trigger();
+    QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
+    QVERIFY(!c->Frame1->isVisible());
+    QCOMPARE(m.ann.sentSoFar(), pmsg("bob", "x\r\n"));
+}
+
+QTEST_MAIN(PrivateChatTest)
+#include "tst_privatechat.moc"
