@@ -2,6 +2,7 @@
 
 #include "ancillary/Form2.h"
 #include "ancillary/Form6.h"
+#include "app/ChatRoomLaunchHost.h"
 #include "app/MainSettings.h"
 #include "app/SingleInstance.h"
 #include "app/Version.h"
@@ -379,8 +380,10 @@ QString Form1::statusText() const { return m_statusPanel->text(); }
 QString Form1::connectionText() const { return m_connectionPanel->text(); }
 
 GameStarter& Form1::gameStarter() {
-    if (!m_gameStarter)
+    if (!m_gameStarter) {
         m_gameStarter = new GameStarter(m_services, this);
+        m_gameStarter->setLaunchHost(std::make_unique<ChatRoomLaunchHost>(*this));
+    }
     return *m_gameStarter;
 }
 

@@ -14,7 +14,6 @@ class ChatDispatcher;
 class EmoticonReplacer;
 class Form2;
 class Form3;
-class Form4;
 class PrivateChat;
 class Form6;
 class Form8;
@@ -189,7 +188,6 @@ public:
     void handleRead(const QString& read);
     // Before a box opens in the middle of a read: lay out and show what the read has added so far.
     void showDisplayBeforePrompt();
-    void showPlaying();
 
 Q_SIGNALS:
     // An offer of a file from another member: handed to the offer dialog.
@@ -232,7 +230,6 @@ private:
     QLabel* m_connectionPanel;
     QPointer<GameStarter> m_gameStarter;
     QPointer<Form2> m_userInfo;
-    QPointer<Form4> m_playing;
     QPointer<Form6> m_colourEditor;
     std::array<QPointer<Form3>, PrivateWindowSlots> m_privateWindows;
     std::unique_ptr<ChatDispatcher> m_dispatcher;

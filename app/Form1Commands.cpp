@@ -10,7 +10,7 @@
 #include "chat/Form9.h"
 #include "chat/SlashCommand.h"
 #include "privatechat/Form3.h"
-#include "servers/Form4.h"
+#include "servers/GameLaunch.h"
 
 #include <QClipboard>
 #include <QComboBox>
@@ -211,25 +211,10 @@ void Form1::mnuOps_Click(QLatin1StringView subCommand, bool withTarget) {
 
 void Form1::followuser() { gameStarter().follow(); }
 
-void Form1::showPlaying() {
-    if (!m_playing) {
-        m_playing = new Form4(gameStarter(), this);
-        connect(m_playing, &Form4::resumed, this, [this] {
-            mnuSoundEffects->setChecked(true);
-            mnuNotify->setChecked(true);
-            show();
-            gameStarter().show();
-            BackFromGame();
-        });
-    }
-    m_playing->show();
-}
-
 void Form1::BackFromGame() {
     if (!isConnected())
         return;
-    // The blank before "left" has always been part of the announcement.
-    send(ChatMessage::build(ChatProtocol::Msg,
-                            {QStringLiteral(" left ") + gameStarter().gameKey() + QStringLiteral(" : ") +
-                             m_services.clock.timeText() + QStringLiteral(" : ") + m_services.clock.dateText()}));
+    send(ChatMessage::build(ChatProtocol::Msg, {GameLaunch::leftAnnouncement(gameStarter().gameKey(),
+                                                                             m_services.clock.timeText(),
+                                                                             m_services.clock.dateText())}));
 }

@@ -2,9 +2,12 @@
 
 #include "browser/Form10.h"
 #include "common/Services.h"
+#include "servers/LaunchHost.h"
 
 #include <QPointer>
 #include <QWidget>
+
+#include <memory>
 
 class MasterListFetch;
 class QCheckBox;
@@ -142,8 +145,10 @@ public:
     void mnuEditKingpinAutoexec_Click();
     void mnuEditKingpinConfig_Click();
 
-    // Starts the game on the chosen server (browser/GameStarterJoin.cpp).
+    // Starts the game on the chosen server (browser/GameStarterJoin.cpp). The chat window, when
+    // there is one, is told through the launch host.
     void JoinGame();
+    void setLaunchHost(std::unique_ptr<LaunchHost> host);
     // Shows the monitor window for the chosen server, and closes it (browser/GameStarterMonitor.cpp).
     void showPingServers();
     void UnLoadPingServers();
@@ -176,7 +181,12 @@ private:
                         Prompts::Buttons buttons = Prompts::Buttons::Ok,
                         const QString& title = QStringLiteral("Quorvel"));
 
+    bool startGame();
+    bool runBatch(const QString& backslashName, const QStringList& lines);
+    void backFromGame();
+
     Services m_services;
+    std::unique_ptr<LaunchHost> m_launchHost;
     StarterOptions* m_options;
     MasterListFetch* m_fetch;
     QPointer<Form10> m_form10;

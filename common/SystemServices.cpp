@@ -1,10 +1,13 @@
 #include "common/SystemServices.h"
 
+#include "common/BatchScript.h"
 #include "common/BgrColour.h"
+#include "common/Windows1252.h"
 
 #include <QApplication>
 #include <QColorDialog>
 #include <QDesktopServices>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
@@ -13,9 +16,16 @@
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QLibrary>
+#include <QStandardPaths>
 #include <QUrl>
 
 #include <map>
+#include <memory>
+#include <string>
+
+#ifdef Q_OS_WIN
+#include <qt_windows.h>
+#endif
 
 namespace {
 
@@ -82,26 +92,68 @@ bool SystemDesktop::openWithShell(const QString& documentOrAddress) {
     return QDesktopServices::openUrl(url);
 }
 
-bool SystemDesktop::startProgram(const QString& program, const QStringList& arguments,
-                                 const QString& workingFolder, Show) {
-    // Windows programs are started through Wine elsewhere; a window state cannot be forced there.
 #ifdef Q_OS_WIN
-    return QProcess::startDetached(program, arguments, workingFolder);
-#else
-    if (program.endsWith(QStringLiteral(".exe"), Qt::CaseInsensitive))
-        return QProcess::startDetached(QStringLiteral("wine"), QStringList{program} + arguments, workingFolder);
-    return QProcess::startDetached(program, arguments, workingFolder);
-#endif
+bool SystemDesktop::startProgram(const QString& program, const QStringList& arguments,
+                                 const QString& workingFolder, Show show) {
+    // The command line goes to Windows exactly as built, path unquoted, in the window state asked for.
+    QProcess process;
+    process.setProgram(program);
+    process.setWorkingDirectory(workingFolder);
+    // Windows may write into the command line it is given, so it gets a buffer of its own.
+    auto commandLine = std::make_shared<std::wstring>((QStringList{program} + arguments).join(u' ').toStdWString());
+    process.setCreateProcessArgumentsModifier([commandLine, show](QProcess::CreateProcessArguments* a) {
+        a->applicationName = nullptr;
+        a->arguments = commandLine->data();
+        if (show == Show::Normal)
+            return;
+        a->startupInfo->dwFlags |= STARTF_USESHOWWINDOW;
+        a->startupInfo->wShowWindow = show == Show::Hidden ? SW_HIDE : SW_SHOWMINIMIZED;
+    });
+    return process.startDetached();
 }
 
 bool SystemDesktop::runBatch(const QString& batchFile, const QString& workingFolder, Show show) {
-#ifdef Q_OS_WIN
     return startProgram(QStringLiteral("cmd.exe"), {QStringLiteral("/c"), batchFile}, workingFolder, show);
-#else
-    return startProgram(QStringLiteral("wine"), {QStringLiteral("cmd"), QStringLiteral("/c"), batchFile},
-                        workingFolder, show);
-#endif
 }
+#else
+namespace {
+// A Windows program starts with the "MZ" of its header.
+bool isWindowsProgram(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.read(2) == "MZ";
+}
+} // namespace
+
+bool SystemDesktop::startProgram(const QString& program, const QStringList& arguments,
+                                 const QString& workingFolder, Show) {
+    // Paths built the Windows way ("/games/hl\hl.exe") are read with forward slashes.
+    QString path = program;
+    if (!QFileInfo::exists(path))
+        path.replace(u'\\', u'/');
+    const QFileInfo file(path);
+    // A game runs from its own folder, where it finds its data.
+    const QString folder = workingFolder.isEmpty() && file.isFile() ? file.absolutePath() : workingFolder;
+    const bool windowsProgram =
+        file.isFile() ? isWindowsProgram(path) : path.endsWith(QStringLiteral(".exe"), Qt::CaseInsensitive);
+    if (!windowsProgram)
+        return QProcess::startDetached(path, arguments, folder);
+    // A missing game is not handed to Wine, which would start and fail where no one sees it.
+    if (!file.isFile() && path.contains(u'/'))
+        return false;
+    const QString wine = QStandardPaths::findExecutable(QStringLiteral("wine"));
+    if (wine.isEmpty())
+        return false;
+    return QProcess::startDetached(wine, QStringList{path} + arguments, folder);
+}
+
+bool SystemDesktop::runBatch(const QString& batchFile, const QString& workingFolder, Show show) {
+    QFile file(batchFile);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const auto command = BatchScript::firstCommand(Windows1252::decode(file.readAll()), workingFolder);
+    return command && startProgram(command->program, command->arguments, command->folder, show);
+}
+#endif
 
 MediaSounds::MediaSounds() = default;
 MediaSounds::~MediaSounds() = default;

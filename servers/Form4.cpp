@@ -6,19 +6,15 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-Form4::Form4(GameStarter& browser, QWidget* parent)
-    : QWidget(parent, Qt::Window), Command1(new QPushButton(QStringLiteral("Resume Quorvel"), this)), m_browser(browser) {
+Form4::Form4(GameStarter& browser)
+    : QWidget(&browser, Qt::Window), Command1(new QPushButton(QStringLiteral("Resume Quorvel"), this)), m_browser(browser) {
     setObjectName(QStringLiteral("Form4"));
-    setWindowTitle(QStringLiteral("Playing"));
+    setWindowTitle(QStringLiteral("Resume Quorvel"));
+    setAttribute(Qt::WA_DeleteOnClose);
     Command1->setObjectName(QStringLiteral("Command1"));
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(Command1);
     connect(Command1, &QPushButton::clicked, this, &Form4::Command1_Click);
-}
-
-void Form4::showEvent(QShowEvent* event) {
-    m_browser.txtPlayingGame->setText(GameStarter::Playing);
-    QWidget::showEvent(event);
 }
 
 void Form4::Command1_Click() {

@@ -446,7 +446,7 @@ void GameStarterTest::refusals_data() {
     QTest::newRow("stats, no game") << "Command7" << "*Home" << full << selectGame;
     QTest::newRow("stats, no address") << "Command7" << "Kingpin" << QStringList{"S", "", "1"}
         << line(QStringLiteral("Enter a server to query"), Icon::Information, QStringLiteral("Server Required"));
-    QTest::newRow("stats, handed over") << "Command7" << "Kingpin" << QStringList{"", "h", ""} << None;
+    QTest::newRow("stats, handed over") << "Command7" << "Kingpin" << QStringList{"", "127.0.0.1", "1"} << None;
 }
 // clang-format on
 

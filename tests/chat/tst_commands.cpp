@@ -4,7 +4,6 @@
 #include "chat/Form9.h"
 #include "chat/SlashCommand.h"
 #include "privatechat/Form3.h"
-#include "servers/Form4.h"
 
 #include <QAction>
 #include <QClipboard>
@@ -29,7 +28,6 @@ private Q_SLOTS:
     void addressBox_data();
     void addressBox();
     void newsDialogPosts();
-    void resumingFromAGameAnnouncesIt();
     void switchItemsAndClearChat();
 };
 
@@ -227,23 +225,6 @@ void CommandsTest::newsDialogPosts() {
     news.Text2->setText(QStringLiteral("Saturday 8pm"));
     news.Command1->click();
     QCOMPARE(c.sentSoFar(), QByteArray("NEWS|\xbf|Tourney|\xbf|Saturday 8pm"));
-}
-
-void CommandsTest::resumingFromAGameAnnouncesIt() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    c.w->gameStarter().setGameKey(QStringLiteral("Kingpin"));
-    c.w->mnuSoundEffects->setChecked(false);
-    c.w->mnuNotify->setChecked(false);
-    c.w->showPlaying();
-    QCOMPARE(c.w->gameStarter().txtPlayingGame->text(), QStringLiteral("Playing"));
-    auto* playing = c.w->findChild<Form4*>();
-    QVERIFY(playing);
-    playing->Command1->click();
-    QCOMPARE(c.w->gameStarter().txtPlayingGame->text(), QStringLiteral("Quorveling"));
-    QVERIFY(c.w->mnuSoundEffects->isChecked());
-    QVERIFY(c.w->mnuNotify->isChecked());
-    QCOMPARE(c.sentSoFar(), QByteArray("MSG|\xbf| left Kingpin : 14:05:09 : 16/11/2003"));
 }
 
 void CommandsTest::switchItemsAndClearChat() {

@@ -7,11 +7,14 @@
 #include "browser/GameStarter.h"
 #include "chat/Form7.h"
 #include "chat/Form8.h"
+#include "common/SystemServices.h"
+#include "common/TextFile.h"
 #include "privatechat/Form3.h"
 #include "privatechat/Path.h"
 #include "privatechat/PrivateChat.h"
 #include "server/MasterListFolder.h"
 #include "server/MasterListHttp.h"
+#include "servers/Form4.h"
 
 #include <QAction>
 #include <QLabel>
@@ -27,10 +30,16 @@
 #include <vector>
 
 namespace {
+Services withDesktop(TestServices& t, Desktop* desktop) {
+    Services s = t.services();
+    return desktop ? Services{s.prompts, *desktop, s.sounds, s.clock, s.random, s.folder} : s;
+}
+
 struct Member {
     TestServices t;
-    Form1 w{t.services()};
-    explicit Member(quint16 port) {
+    Form1 w;
+    // desktop: a real one starts real programs; by default nothing is started.
+    explicit Member(quint16 port, Desktop* desktop = nullptr) : w(withDesktop(t, desktop)) {
         w.Form_Load();
         w.setServerAddress(QStringLiteral("127.0.0.1"), port);
     }
@@ -58,7 +67,8 @@ class EndToEndTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void newAccountThenSignOn();
-    void roomPrivateDetailsAndFollow();
+    void roomPrivateAndDetails();
+    void followIntoAGame();
     void wrongPasswordIsRefused();
     void fileOfferedThroughTheServer();
     void browserFetchesTheCompanionServersList();
@@ -93,7 +103,7 @@ void EndToEndTest::newAccountThenSignOn() {
     QCOMPARE(ann.w.statusText(), QStringLiteral("Signed On"));
 }
 
-void EndToEndTest::roomPrivateDetailsAndFollow() {
+void EndToEndTest::roomPrivateAndDetails() {
     TestServer server;
     server.addAccount(QStringLiteral("ann"), QStringLiteral("1111"));
     server.addAccount(QStringLiteral("bob"), QStringLiteral("2222"));
@@ -125,25 +135,60 @@ void EndToEndTest::roomPrivateDetailsAndFollow() {
     QCOMPARE(bob.w.privateWindow(1)->windowTitle(), QStringLiteral("Chat With <ann>"));
     QTRY_COMPARE(bob.w.privateWindow(1)->rtb->toPlainText(), QStringLiteral("\n<ann> psst"));
 
-    // Follow: bob is playing, ann's browser receives his server and joins.
+    // Bob leaves; ann sees it.
+    bob.w.mnudis->trigger();
+    QTRY_COMPARE(ann.users(), QStringList{QStringLiteral("ann")});
+    QVERIFY(ann.w.rtb->toPlainText().contains(QStringLiteral(" ^ bob Has left...")));
+}
+
+void EndToEndTest::followIntoAGame() {
+    TestServer server;
+    server.addAccount(QStringLiteral("ann"), QStringLiteral("1111"));
+    server.addAccount(QStringLiteral("bob"), QStringLiteral("2222"));
+    SystemDesktop desktop;
+    Member ann(server.port(), &desktop), bob(server.port());
+    ann.signOn(QStringLiteral("ann"), QStringLiteral("1111"));
+    QTRY_COMPARE(ann.users(), QStringList{QStringLiteral("ann")});
+    bob.signOn(QStringLiteral("bob"), QStringLiteral("2222"));
+    QTRY_COMPARE(ann.users().size(), 2);
+
+    // Ann's RTCW is a small program that writes down where it ran and what it was given.
+    QTemporaryDir game;
+    QFile fake(game.filePath(QStringLiteral("wolfmp.exe")));
+    QVERIFY(fake.open(QIODevice::WriteOnly));
+    fake.write("#!/bin/sh\nprintf '%s\\n' \"$PWD\" \"$*\" > launched.part && mv launched.part launched.txt\n");
+    fake.close();
+    fake.setPermissions(fake.permissions() | QFile::ExeOwner);
+    QVERIFY(TextFile::writeLines(ann.t.file(QStringLiteral("\\rtcw-path.qvl")), {game.path()}));
+
+    // Bob goes to play; the room is told.
     GameStarter& bobGame = bob.w.gameStarter();
     bobGame.setGameKey(QStringLiteral("RTCW"));
     bobGame.Text3->setText(QStringLiteral("Castle Night"));
     bobGame.Text2->setText(QStringLiteral("127.0.0.1"));
     bobGame.Text4->setText(QStringLiteral("27960"));
-    bob.w.showPlaying();
-    QSignalSpy joined(&ann.w.gameStarter(), &GameStarter::joinRequested);
+    bobGame.Join->click();
+    QVERIFY(bobGame.isPlaying());
+    QTRY_VERIFY(ann.w.rtb->toPlainText().contains(
+        QStringLiteral("<bob> joined RTCW, server : Castle Night - 127.0.0.1 - 27960 at 14:05:09 : 16/11/2003")));
+
+    // Ann follows him into the game.
     ann.w.selectUser(QStringLiteral("bob"));
     ann.w.mnuFollowUser->trigger();
-    QTRY_COMPARE(joined.count(), 1);
-    QCOMPARE(ann.w.gameStarter().gameKey(), QStringLiteral("RTCW"));
-    QCOMPARE(ann.w.gameStarter().Text3->text(), QStringLiteral("Castle Night"));
-    QCOMPARE(ann.w.gameStarter().Text4->text(), QStringLiteral("27960"));
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(game.filePath(QStringLiteral("launched.txt"))), 15000);
+    QCOMPARE(TextFile::readLines(game.filePath(QStringLiteral("launched.txt"))),
+             (QStringList{QFileInfo(game.path()).canonicalFilePath(), QStringLiteral("+connect 127.0.0.1:27960")}));
+    GameStarter& annGame = ann.w.gameStarter();
+    QCOMPARE(annGame.Text3->text(), QStringLiteral("Castle Night"));
+    QVERIFY(annGame.isPlaying());
+    QVERIFY(!ann.w.isVisible());
+    QTRY_VERIFY(bob.w.rtb->toPlainText().contains(QStringLiteral("<ann> joined RTCW, server : Castle Night")));
+    QVERIFY(ann.t.prompts.shown.isEmpty());
 
-    // Bob leaves; ann sees it.
-    bob.w.mnudis->trigger();
-    QTRY_COMPARE(ann.users(), QStringList{QStringLiteral("ann")});
-    QVERIFY(ann.w.rtb->toPlainText().contains(QStringLiteral(" ^ bob Has left...")));
+    // Bob comes back.
+    bobGame.findChild<Form4*>()->Command1->click();
+    QVERIFY(!bobGame.isPlaying());
+    QTRY_VERIFY(ann.w.rtb->toPlainText().contains(QStringLiteral("<bob>  left RTCW : 14:05:09 : 16/11/2003")));
 }
 
 void EndToEndTest::wrongPasswordIsRefused() {

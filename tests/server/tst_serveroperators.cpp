@@ -234,7 +234,7 @@ void TestServerOperators::nickAnswerIsCheckedAgainstBans() {
     second.clear();
     second.sendSegment(QStringLiteral("NICK") + S + QStringLiteral("bob@laptop"));
     QVERIFY(second.waitForDisconnect());
-    QCOMPARE(second.rawReceived(), QByteArray("INVALID\r\n"));
+    QCOMPARE(second.chatLines(), QStringList{QStringLiteral("INVALID")});
     QVERIFY(!m_alice->lines().contains(QStringLiteral("JOIN") + S + QStringLiteral("bob@laptop")));
 }
 

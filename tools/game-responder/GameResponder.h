@@ -1,0 +1,29 @@
+#pragma once
+
+#include "FakeGameServer.h"
+
+#include <QObject>
+
+#include <map>
+
+class QUdpSocket;
+
+// Answers the three status queries on ports of 127.0.0.1, one pretend server per port.
+class GameResponder : public QObject {
+    Q_OBJECT
+public:
+    explicit GameResponder(QObject* parent = nullptr);
+
+    // Binds 127.0.0.1:port (0 picks a free port) and returns the bound port, or 0 with the reason.
+    quint16 listen(quint16 port, FakeGameServer server, QString* error = nullptr);
+    // The server behind a bound port, to change between queries.
+    FakeGameServer& server(quint16 port);
+
+Q_SIGNALS:
+    void answered(quint16 port, const QByteArray& request);
+
+private:
+    void readRequests(QUdpSocket* socket);
+
+    std::map<quint16, FakeGameServer> m_servers;
+};
