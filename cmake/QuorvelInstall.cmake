@@ -1,5 +1,6 @@
 # cmake --install: the standard layout of a Linux desktop program, and a Debian package of it (cpack).
 #   bin/quorvel, bin/quorvel-server
+#   lib/quorvel/quorvel-sounds.so              the audio back end, loaded when the first sound plays
 #   share/quorvel/*.wav                        shipped files, copied to the per-user folder on first run
 #   share/applications/quorvel.desktop
 #   share/icons/hicolor/<N>x<N>/apps/quorvel.png
@@ -7,6 +8,8 @@
 include(GNUInstallDirs)
 
 install(TARGETS quorvel quorvel-server RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+# A fixed place beside bin/, where MediaSounds looks for it.
+install(TARGETS quorvel_sounds LIBRARY DESTINATION lib/quorvel)
 file(GLOB quorvel_shipped_sounds ${PROJECT_SOURCE_DIR}/assets/sounds/*.wav)
 install(FILES ${quorvel_shipped_sounds} DESTINATION ${CMAKE_INSTALL_DATADIR}/quorvel)
 install(FILES ${PROJECT_SOURCE_DIR}/assets/quorvel.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)

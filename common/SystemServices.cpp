@@ -15,7 +15,7 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QSoundEffect>
+#include <QLibrary>
 #include <QStandardPaths>
 #include <QUrl>
 
@@ -155,22 +155,32 @@ bool SystemDesktop::runBatch(const QString& batchFile, const QString& workingFol
 }
 #endif
 
-struct MediaSounds::Players {
-    std::map<QString, std::unique_ptr<QSoundEffect>> byFile;
-};
-
-MediaSounds::MediaSounds() : m_players(std::make_unique<Players>()) {}
+MediaSounds::MediaSounds() = default;
 MediaSounds::~MediaSounds() = default;
 
 void MediaSounds::play(const QString& waveFile) {
     if (!QFileInfo::exists(waveFile))
         return;
-    auto& player = m_players->byFile[waveFile];
-    if (!player) {
-        player = std::make_unique<QSoundEffect>();
-        player->setSource(QUrl::fromLocalFile(waveFile));
+    if (!m_triedBackEnd) {
+        m_triedBackEnd = true;
+        m_backEnd = loadBackEnd();
     }
-    player->play();
+    if (m_backEnd)
+        m_backEnd->play(waveFile);
+}
+
+// Next to the program when run from the build folder, in lib/quorvel when installed. The module is
+// never unloaded: its objects live until the program ends.
+std::unique_ptr<Sounds> MediaSounds::loadBackEnd() {
+    const QString programFolder = QCoreApplication::applicationDirPath();
+    for (const QString& name : {programFolder + QStringLiteral("/quorvel-sounds"),
+                                programFolder + QStringLiteral("/../lib/quorvel/quorvel-sounds")}) {
+        QLibrary module(name);
+        using Create = Sounds* (*)();
+        if (const auto create = reinterpret_cast<Create>(module.resolve("quorvelCreateSounds")))
+            return std::unique_ptr<Sounds>(create());
+    }
+    return nullptr;
 }
 
 QDateTime SystemClock::now() const { return QDateTime::currentDateTime(); }

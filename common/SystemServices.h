@@ -24,6 +24,8 @@ public:
     bool runBatch(const QString& batchFile, const QString& workingFolder, Show show) override;
 };
 
+// Plays through the audio back end module, loaded when the first sound plays; without the module
+// (or an audio device) sounds are silently skipped.
 class MediaSounds final : public Sounds {
 public:
     MediaSounds();
@@ -31,8 +33,10 @@ public:
     void play(const QString& waveFile) override;
 
 private:
-    struct Players;
-    std::unique_ptr<Players> m_players;
+    static std::unique_ptr<Sounds> loadBackEnd();
+
+    bool m_triedBackEnd = false;
+    std::unique_ptr<Sounds> m_backEnd;
 };
 
 class SystemClock final : public Clock {

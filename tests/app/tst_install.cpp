@@ -87,6 +87,7 @@ void InstallTest::installedTreeAndPerUserFiles() {
     QVERIFY2(install.exitCode() == 0, install.readAllStandardError().constData());
 
     QStringList expected{QStringLiteral("usr/bin/quorvel"), QStringLiteral("usr/bin/quorvel-server"),
+                         QStringLiteral("usr/lib/quorvel/quorvel-sounds.so"),
                          QStringLiteral("usr/share/applications/quorvel.desktop")};
     for (const int pixels : {16, 24, 32, 48, 64, 128, 256})
         expected.append(QStringLiteral("usr/share/icons/hicolor/%1x%1/apps/quorvel.png").arg(pixels));
