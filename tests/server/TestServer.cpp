@@ -153,6 +153,12 @@ std::unique_ptr<ServerTestClient> TestServer::signOn(const QString& name, const 
     return client;
 }
 
+std::unique_ptr<ServerTestClient> TestServer::signOnNew(const QString& name, const QString& password,
+                                                        bool isOperator) {
+    addAccount(name, password, isOperator);
+    return signOn(name, password);
+}
+
 bool TestServer::signOnAliceAndBob(std::unique_ptr<ServerTestClient>& alice,
                                    std::unique_ptr<ServerTestClient>& bob) {
     addAccount(QStringLiteral("alice"), QStringLiteral("11"), true);

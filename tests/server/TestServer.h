@@ -22,6 +22,10 @@ inline const QString S = ChatProtocol::Separator;
 inline QString msg(const QString& text) {
     return QStringLiteral("MSG") + S + text;
 }
+// A whole message from its fields, as in wire("LOGIN", "bob", "22").
+template <typename... Fields> QString wire(const Fields&... fields) {
+    return QStringList{QString(fields)...}.join(S);
+}
 } // namespace ServerWire
 
 // A chat server in the test process on 127.0.0.1, port 0, with a database of its own and a
@@ -58,6 +62,9 @@ public:
 
     // Connects, sends LOGIN and waits until the member's own LIST line arrived.
     std::unique_ptr<ServerTestClient> signOn(const QString& name, const QString& password);
+    // A new account, signed on at once.
+    std::unique_ptr<ServerTestClient>
+    signOnNew(const QString& name, const QString& password = QStringLiteral("1"), bool isOperator = false);
 
     // The usual room: alice (an operator) and bob signed on, each having seen the other arrive,
     // with what they received so far cleared. False when either could not sign on.
