@@ -1,5 +1,6 @@
-// Account creation and its refusals, how passwords are kept, and that accounts outlive the
-// server: an in-process restart, and a real server process killed with SIGKILL.
+// Account creation and its refusals, how passwords are kept, that an acknowledged account outlives
+// a server process killed with SIGKILL, and the operator commands of the executable. Restarts in
+// process, on both databases, are in tst_serverdatabase.
 #include "TestServer.h"
 
 #include "server/PasswordHash.h"
@@ -12,18 +13,12 @@
 #include <QSqlQuery>
 #include <QTest>
 
-using ServerWire::S;
+using namespace Qt::StringLiterals;
+using ServerWire::wire;
 
 namespace {
 QString newAccount(const QString& name, const QString& password) {
-    return QStringList{QStringLiteral("NEWACCOUNT"),
-                       name,
-                       password,
-                       QStringLiteral("27"),
-                       QStringLiteral("a@example.org"),
-                       QStringLiteral("http://example.org"),
-                       QStringLiteral("darts")}
-        .join(S);
+    return wire("NEWACCOUNT", name, password, "27", "a@example.org", "http://example.org", "darts");
 }
 } // namespace
 
@@ -33,11 +28,9 @@ private slots:
     void accountRequest_data();
     void accountRequest();
     void thirdAccountFromOneAddressIsRefused();
-    void newAccountSignsOnFromANewConnection();
     void passwordIsKeptOnlyAsASaltedHash();
     void derivationIsStandardPbkdf2_data();
     void derivationIsStandardPbkdf2();
-    void accountsSurviveARestart();
     void acknowledgedAccountSurvivesSigkill();
     void adminCommandsGrantOperators();
 };
@@ -45,49 +38,31 @@ private slots:
 void TestServerAccounts::accountRequest_data() {
     QTest::addColumn<QString>("request");
     QTest::addColumn<QByteArray>("reply");
-    QTest::newRow("good") << newAccount(QStringLiteral("dave"), QStringLiteral("1234"))
-                          << QByteArray("DONER\r\n");
-    QTest::newRow("20 characters") << newAccount(QStringLiteral("d").repeated(20), QStringLiteral("1"))
-                                   << QByteArray("DONER\r\n");
-    QTest::newRow("Windows-1252 letter")
-        << newAccount(QStringLiteral("Jos\u00E9"), QStringLiteral("1")) << QByteArray("DONER\r\n");
-    QTest::newRow("only the name and password")
-        << (QStringLiteral("NEWACCOUNT") + S + QStringLiteral("eve") + S + QStringLiteral("5"))
-        << QByteArray("DONER\r\n");
-    QTest::newRow("empty name") << newAccount(QString(), QStringLiteral("1")) << QByteArray("INUSE\r\n");
+    QTest::newRow("good") << newAccount(u"dave"_s, u"1234"_s) << QByteArray("DONER\r\n");
+    QTest::newRow("20 characters") << newAccount(u"d"_s.repeated(20), u"1"_s) << QByteArray("DONER\r\n");
+    QTest::newRow("Windows-1252 letter") << newAccount(u"Jos\u00E9"_s, u"1"_s) << QByteArray("DONER\r\n");
+    QTest::newRow("only the name and password") << wire("NEWACCOUNT", "eve", "5") << QByteArray("DONER\r\n");
+    QTest::newRow("empty name") << newAccount(QString(), u"1"_s) << QByteArray("INUSE\r\n");
     // The name rules themselves are tested on their own; one broken name shows they are applied.
-    QTest::newRow("blank inside") << newAccount(QStringLiteral("da ve"), QStringLiteral("1"))
-                                  << QByteArray("INUSE\r\n");
-    QTest::newRow("taken") << newAccount(QStringLiteral("alice"), QStringLiteral("1"))
-                           << QByteArray("INUSE\r\n");
-    QTest::newRow("taken in other case")
-        << newAccount(QStringLiteral("ALICE"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("the server's name")
-        << newAccount(QStringLiteral("quorvel"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("soft hyphen") << newAccount(QStringLiteral("Quorvel\u00AD"), QStringLiteral("1"))
-                                 << QByteArray("INUSE\r\n");
-    QTest::newRow("no-break space") << newAccount(QStringLiteral("da\u00A0ve"), QStringLiteral("1"))
-                                    << QByteArray("INUSE\r\n");
-    QTest::newRow("C1 control") << newAccount(QStringLiteral("da\u0081ve"), QStringLiteral("1"))
-                                << QByteArray("INUSE\r\n");
+    QTest::newRow("blank inside") << newAccount(u"da ve"_s, u"1"_s) << QByteArray("INUSE\r\n");
+    QTest::newRow("taken") << newAccount(u"alice"_s, u"1"_s) << QByteArray("INUSE\r\n");
+    QTest::newRow("taken in other case") << newAccount(u"ALICE"_s, u"1"_s) << QByteArray("INUSE\r\n");
+    QTest::newRow("the server's name") << newAccount(u"quorvel"_s, u"1"_s) << QByteArray("INUSE\r\n");
     QTest::newRow("session mark, kept for display names")
-        << newAccount(QStringLiteral("alice@home"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
+        << newAccount(u"alice@home"_s, u"1"_s) << QByteArray("INUSE\r\n");
     QTest::newRow("taken in compatibility form") // the feminine ordinal folds to "a"
-        << newAccount(QStringLiteral("\u00AAlice"), QStringLiteral("1")) << QByteArray("INUSE\r\n");
-    QTest::newRow("empty password") << newAccount(QStringLiteral("dave"), QString())
-                                    << QByteArray("INUSE\r\n");
+        << newAccount(u"\u00AAlice"_s, u"1"_s) << QByteArray("INUSE\r\n");
+    QTest::newRow("empty password") << newAccount(u"dave"_s, QString()) << QByteArray("INUSE\r\n");
     // Passwords the sign-on dialog refuses: such an account could never be used.
-    QTest::newRow("word password") << newAccount(QStringLiteral("dave"), QStringLiteral("secret"))
-                                   << QByteArray("INUSE\r\n");
-    QTest::newRow("zero password") << newAccount(QStringLiteral("dave"), QStringLiteral("0"))
-                                   << QByteArray("INUSE\r\n");
+    QTest::newRow("word password") << newAccount(u"dave"_s, u"secret"_s) << QByteArray("INUSE\r\n");
+    QTest::newRow("zero password") << newAccount(u"dave"_s, u"0"_s) << QByteArray("INUSE\r\n");
 }
 
 void TestServerAccounts::accountRequest() {
     QFETCH(QString, request);
     QFETCH(QByteArray, reply);
     TestServer server;
-    server.addAccount(QStringLiteral("alice"), QStringLiteral("11"));
+    server.addAccount(u"alice"_s, u"11"_s);
     ServerTestClient client;
     QVERIFY(client.connectTo(server.port()));
     client.sendSegment(request);
@@ -101,36 +76,26 @@ void TestServerAccounts::thirdAccountFromOneAddressIsRefused() {
     TestServer server;
     ServerTestClient client;
     QVERIFY(client.connectTo(server.port()));
-    client.sendSegment(newAccount(QStringLiteral("one"), QStringLiteral("1")));
-    QTRY_COMPARE_WITH_TIMEOUT(client.chatLines(), QStringList{QStringLiteral("DONER")}, 5000);
-    client.sendSegment(newAccount(QStringLiteral("two"), QStringLiteral("2")));
+    client.sendSegment(newAccount(u"one"_s, u"1"_s));
+    QTRY_COMPARE_WITH_TIMEOUT(client.chatLines(), QStringList{u"DONER"_s}, 5000);
+    client.sendSegment(newAccount(u"two"_s, u"2"_s));
     QTRY_COMPARE_WITH_TIMEOUT(client.chatLines().size(), 2, 5000);
-    client.sendSegment(newAccount(QStringLiteral("three"), QStringLiteral("3")));
+    client.sendSegment(newAccount(u"three"_s, u"3"_s));
     QTRY_COMPARE_WITH_TIMEOUT(client.chatLines().size(), 3, 5000);
-    QCOMPARE(client.chatLines(),
-             (QStringList{QStringLiteral("DONER"), QStringLiteral("DONER"), QStringLiteral("INUSE")}));
-    QVERIFY(!server.store().accountExists(QStringLiteral("three")));
-}
-
-void TestServerAccounts::newAccountSignsOnFromANewConnection() {
-    TestServer server;
-    ServerTestClient creator;
-    QVERIFY(creator.connectTo(server.port()));
-    creator.sendSegment(newAccount(QStringLiteral("dave"), QStringLiteral("1234")));
-    QVERIFY(creator.waitForLine(QStringLiteral("DONER")));
-    QVERIFY(server.signOn(QStringLiteral("dave"), QStringLiteral("1234")));
+    QCOMPARE(client.chatLines(), (QStringList{u"DONER"_s, u"DONER"_s, u"INUSE"_s}));
+    QVERIFY(!server.store().accountExists(u"three"_s));
 }
 
 void TestServerAccounts::passwordIsKeptOnlyAsASaltedHash() {
     TestServer server;
-    server.addAccount(QStringLiteral("alice"), QStringLiteral("987654"));
-    server.addAccount(QStringLiteral("bob"), QStringLiteral("987654"));
-    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("inspect"));
+    server.addAccount(u"alice"_s, u"987654"_s);
+    server.addAccount(u"bob"_s, u"987654"_s);
+    QSqlDatabase db = QSqlDatabase::addDatabase(u"QSQLITE"_s, u"inspect"_s);
     db.setDatabaseName(server.databasePath());
     QVERIFY(db.open());
     {
         QSqlQuery query(db);
-        QVERIFY(query.exec(QStringLiteral("SELECT salt, hash FROM accounts ORDER BY name_key")));
+        QVERIFY(query.exec(u"SELECT salt, hash FROM accounts ORDER BY name_key"_s));
         QStringList salts, hashes;
         while (query.next()) {
             salts << query.value(0).toString();
@@ -140,16 +105,15 @@ void TestServerAccounts::passwordIsKeptOnlyAsASaltedHash() {
         // Same password, different salts, so different hashes; the password itself is nowhere.
         QVERIFY(salts.at(0) != salts.at(1));
         QVERIFY(hashes.at(0) != hashes.at(1));
-        QVERIFY(!hashes.join(QString()).contains(QLatin1String("987654")));
-        QVERIFY(query.exec(QStringLiteral("SELECT version FROM schema_version")) && query.next());
+        QVERIFY(!hashes.join(QString()).contains(u"987654"_s));
+        QVERIFY(query.exec(u"SELECT version FROM schema_version"_s) && query.next());
         QCOMPARE(query.value(0).toInt(), 1);
     }
     db.close();
     db = QSqlDatabase();
-    QSqlDatabase::removeDatabase(QStringLiteral("inspect"));
-    QCOMPARE(server.store().verify(QStringLiteral("Alice"), QStringLiteral("987654")),
-             std::optional<QString>(QStringLiteral("alice")));
-    QCOMPARE(server.store().verify(QStringLiteral("alice"), QStringLiteral("98765")), std::nullopt);
+    QSqlDatabase::removeDatabase(u"inspect"_s);
+    QCOMPARE(server.store().verify(u"Alice"_s, u"987654"_s), std::optional<QString>(u"alice"_s));
+    QCOMPARE(server.store().verify(u"alice"_s, u"98765"_s), std::nullopt);
 }
 
 void TestServerAccounts::derivationIsStandardPbkdf2_data() {
@@ -158,13 +122,13 @@ void TestServerAccounts::derivationIsStandardPbkdf2_data() {
     QTest::addColumn<int>("iterations");
     QTest::addColumn<QByteArray>("expected");
     // RFC 7914, section 11: PBKDF2-HMAC-SHA256, the first 32 bytes.
-    QTest::newRow("published vector") << QStringLiteral("passwd") << QByteArray("salt") << 1
+    QTest::newRow("published vector") << u"passwd"_s << QByteArray("salt") << 1
                                       << QByteArray::fromHex("55ac046e56e3089fec1691c22544b605"
                                                              "f94185216dde0465e68b9d57c20dacbc");
     // Hashes stored by earlier versions, which derived with QPasswordDigestor, still match.
     const QByteArray salt = QByteArray::fromHex("00112233445566778899aabbccddeeff");
-    for (const QString& password : {QStringLiteral("987654"), QStringLiteral("Jos\u00E9 \u00FC\u20AC")}) {
-        QTest::newRow(qPrintable(QStringLiteral("as before: ") + password))
+    for (const QString& password : {u"987654"_s, u"Jos\u00E9 \u00FC\u20AC"_s}) {
+        QTest::newRow(qPrintable(u"as before: "_s + password))
             << password << salt << 1000
             << QPasswordDigestor::deriveKeyPbkdf2(QCryptographicHash::Sha256, password.toUtf8(), salt, 1000,
                                                   32);
@@ -179,44 +143,14 @@ void TestServerAccounts::derivationIsStandardPbkdf2() {
     QCOMPARE(PasswordHash::derive(password, salt, iterations).toHex(), expected.toHex());
 }
 
-void TestServerAccounts::accountsSurviveARestart() {
-    TestServer server;
-    server.addAccount(QStringLiteral("alice"), QStringLiteral("11"), true);
-    {
-        ServerTestClient creator;
-        QVERIFY(creator.connectTo(server.port()));
-        creator.sendSegment(newAccount(QStringLiteral("dave"), QStringLiteral("44")));
-        QVERIFY(creator.waitForLine(QStringLiteral("DONER")));
-        auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("11"));
-        QVERIFY(alice);
-        alice->sendSegment(QStringLiteral("NEWS") + S + QStringLiteral("Cup final") + S +
-                           QStringLiteral("Sunday 8pm"));
-        QVERIFY(alice->waitForLine(QStringLiteral("SMSG") + S +
-                                   QStringLiteral("News from alice: Cup final - Sunday 8pm")));
-    }
-    server.restart();
-    QVERIFY(server.store().isOperator(QStringLiteral("alice")));
-    auto dave = server.signOn(QStringLiteral("dave"), QStringLiteral("44"));
-    QVERIFY(dave);
-    QVERIFY(dave->waitForLine(QStringLiteral("SMSG") + S +
-                              QStringLiteral("Latest news (2026-03-01, alice): Cup final - Sunday 8pm")));
-}
-
 void TestServerAccounts::acknowledgedAccountSurvivesSigkill() {
     QTemporaryDir data;
-    const QStringList arguments{QStringLiteral("--data"),
-                                data.path(),
-                                QStringLiteral("--listen"),
-                                QStringLiteral("127.0.0.1"),
-                                QStringLiteral("--chat-port"),
-                                QStringLiteral("0"),
-                                QStringLiteral("--http-port"),
-                                QStringLiteral("0"),
-                                QStringLiteral("--hash-iterations"),
-                                QStringLiteral("1000")};
+    const QStringList arguments =
+        QStringList{u"--data"_s, data.path()} +
+        u"--listen 127.0.0.1 --chat-port 0 --http-port 0 --hash-iterations 1000"_s.split(u' ');
     const auto startServer = [&](QProcess& process) -> quint16 {
         process.start(QStringLiteral(QUORVEL_SERVER_PATH), arguments);
-        static const QRegularExpression portLine(QStringLiteral("chat port (\\d+)"));
+        static const QRegularExpression portLine(u"chat port (\\d+)"_s);
         QByteArray output;
         [[maybe_unused]] const bool started = QTest::qWaitFor(
             [&] {
@@ -233,8 +167,8 @@ void TestServerAccounts::acknowledgedAccountSurvivesSigkill() {
     {
         ServerTestClient creator;
         QVERIFY(creator.connectTo(firstPort));
-        creator.sendSegment(newAccount(QStringLiteral("dave"), QStringLiteral("44")));
-        QVERIFY(creator.waitForLine(QStringLiteral("DONER")));
+        creator.sendSegment(newAccount(u"dave"_s, u"44"_s));
+        QVERIFY(creator.waitForLine(u"DONER"_s));
     }
     first.kill(); // SIGKILL: no chance to flush anything after the acknowledgement
     QTRY_COMPARE_WITH_TIMEOUT(first.state(), QProcess::NotRunning, 10000);
@@ -244,8 +178,8 @@ void TestServerAccounts::acknowledgedAccountSurvivesSigkill() {
     QVERIFY(secondPort != 0);
     ServerTestClient dave;
     QVERIFY(dave.connectTo(secondPort));
-    dave.sendSegment(QStringLiteral("LOGIN") + S + QStringLiteral("dave") + S + QStringLiteral("44"));
-    QVERIFY(dave.waitForLine(QStringLiteral("LIST") + S + QStringLiteral("dave")));
+    dave.sendSegment(wire("LOGIN", "dave", "44"));
+    QVERIFY(dave.waitForLine(wire("LIST", "dave")));
     second.terminate(); // SIGTERM: the server stops cleanly
     QTRY_COMPARE_WITH_TIMEOUT(second.state(), QProcess::NotRunning, 10000);
     QCOMPARE(second.exitStatus(), QProcess::NormalExit);
@@ -257,8 +191,7 @@ void TestServerAccounts::adminCommandsGrantOperators() {
     const auto run = [&](const QStringList& command, QByteArray* out) {
         QProcess process;
         QSignalSpy finished(&process, &QProcess::finished);
-        process.start(QStringLiteral(QUORVEL_SERVER_PATH),
-                      QStringList{QStringLiteral("--data"), data.path()} + command);
+        process.start(QStringLiteral(QUORVEL_SERVER_PATH), QStringList{u"--data"_s, data.path()} + command);
         if (!finished.wait(10000))
             return -1;
         *out = process.readAllStandardOutput();
@@ -266,25 +199,25 @@ void TestServerAccounts::adminCommandsGrantOperators() {
     };
     {
         AccountStore::Config config;
-        config.databaseName = data.filePath(QStringLiteral("quorvel.sqlite"));
+        config.databaseName = data.filePath(u"quorvel.sqlite"_s);
         config.hashIterations = 1000;
         AccountStore store(config);
         QVERIFY(store.open(nullptr));
         AccountStore::NewAccount account;
-        account.name = QStringLiteral("alice");
-        account.password = QStringLiteral("1");
+        account.name = u"alice"_s;
+        account.password = u"1"_s;
         QCOMPARE(store.createAccount(account, 0, QDateTime::currentDateTimeUtc()),
                  AccountStore::CreateResult::Created);
     }
     QByteArray out;
-    QCOMPARE(run({QStringLiteral("op"), QStringLiteral("add"), QStringLiteral("alice")}, &out), 0);
-    QCOMPARE(run({QStringLiteral("op"), QStringLiteral("list")}, &out), 0);
+    QCOMPARE(run({"op", "add", "alice"}, &out), 0);
+    QCOMPARE(run({"op", "list"}, &out), 0);
     QCOMPARE(out, QByteArray("alice\n"));
-    QCOMPARE(run({QStringLiteral("op"), QStringLiteral("add"), QStringLiteral("nobody")}, &out), 1);
-    QCOMPARE(run({QStringLiteral("op"), QStringLiteral("remove"), QStringLiteral("alice")}, &out), 0);
-    QCOMPARE(run({QStringLiteral("op"), QStringLiteral("list")}, &out), 0);
+    QCOMPARE(run({"op", "add", "nobody"}, &out), 1);
+    QCOMPARE(run({"op", "remove", "alice"}, &out), 0);
+    QCOMPARE(run({"op", "list"}, &out), 0);
     QCOMPARE(out, QByteArray());
-    QCOMPARE(run({QStringLiteral("op"), QStringLiteral("frobnicate")}, &out), 2);
+    QCOMPARE(run({"op", "frobnicate"}, &out), 2);
 }
 
 QTEST_GUILESS_MAIN(TestServerAccounts)
