@@ -6,20 +6,9 @@
 #include <QSqlQuery>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using ServerWire::msg;
-using ServerWire::S;
-
-namespace {
-
-QString newAccount(const QString& name, const QString& password) {
-    return QStringLiteral("NEWACCOUNT") + S + name + S + password;
-}
-
-QString ops(const QString& word, const QString& target = QString()) {
-    return QStringLiteral("OPS") + S + word + (target.isEmpty() ? QString() : S + target);
-}
-
-} // namespace
+using ServerWire::wire;
 
 class TestServerDatabase : public QObject {
     Q_OBJECT
@@ -45,122 +34,114 @@ private:
 void TestServerDatabase::accountsBansAndNewsOutliveARestart() {
     FETCH_BACKEND();
     TestServer server(TestServer::testLimits(), TestServer::Backend(backend));
-    server.addAccount(QStringLiteral("alice"), QStringLiteral("11"), true);
-    server.addAccount(QStringLiteral("bob"), QStringLiteral("22"));
+    server.addAccount(u"alice"_s, u"11"_s, true);
+    server.addAccount(u"bob"_s, u"22"_s);
     {
         ServerTestClient creator;
         QVERIFY(creator.connectTo(server.port()));
-        creator.sendSegment(newAccount(QStringLiteral("dave"), QStringLiteral("44")));
-        QVERIFY(creator.waitForLine(QStringLiteral("DONER")));
-        creator.sendSegment(newAccount(QStringLiteral("DAVE"), QStringLiteral("45")));
-        QVERIFY(creator.waitForLine(QStringLiteral("INUSE")));
+        creator.sendSegment(wire("NEWACCOUNT", "dave", "44"));
+        QVERIFY(creator.waitForLine(u"DONER"_s));
+        creator.sendSegment(wire("NEWACCOUNT", "DAVE", "45"));
+        QVERIFY(creator.waitForLine(u"INUSE"_s));
 
-        auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("11"));
-        auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("22"));
+        auto alice = server.signOn(u"alice"_s, u"11"_s);
+        auto bob = server.signOn(u"bob"_s, u"22"_s);
         QVERIFY(alice && bob);
-        alice->sendSegment(QStringLiteral("NEWS") + S + QStringLiteral("Cup final") + S +
-                           QStringLiteral("Sunday"));
-        QVERIFY(bob->waitForLine(QStringLiteral("SMSG") + S +
-                                 QStringLiteral("News from alice: Cup final - Sunday")));
+        alice->sendSegment(wire("NEWS", "Cup final", "Sunday"));
+        QVERIFY(bob->waitForLine(wire("SMSG", "News from alice: Cup final - Sunday")));
         server.advance(90);
         bob->socket().disconnectFromHost();
-        QVERIFY(alice->waitForLine(QStringLiteral("PART") + S + QStringLiteral("bob")));
+        QVERIFY(alice->waitForLine(wire("PART", "bob")));
         // bob is away, so the ban is on his name only, not on the address everyone here shares.
-        alice->sendSegment(ops(QStringLiteral("BAN"), QStringLiteral("bob")));
-        QVERIFY(alice->waitForLine(msg(QStringLiteral("<Quorvel> bob was banned for 60 minutes."))));
+        alice->sendSegment(wire("OPS", "BAN", "bob"));
+        QVERIFY(alice->waitForLine(msg(u"<Quorvel> bob was banned for 60 minutes."_s)));
     }
     const QDateTime bobLeft = server.now();
     server.restart();
 
-    QVERIFY(server.store().isOperator(QStringLiteral("alice")));
-    QTRY_COMPARE_WITH_TIMEOUT(server.store().lastSeen(QStringLiteral("bob")), bobLeft, 5000);
-    auto dave = server.signOn(QStringLiteral("dave"), QStringLiteral("44"));
+    QVERIFY(server.store().isOperator(u"alice"_s));
+    QTRY_COMPARE_WITH_TIMEOUT(server.store().lastSeen(u"bob"_s), bobLeft, 5000);
+    auto dave = server.signOn(u"dave"_s, u"44"_s);
     QVERIFY(dave);
-    QVERIFY(dave->waitForLine(QStringLiteral("SMSG") + S +
-                              QStringLiteral("Latest news (2026-03-01, alice): Cup final - Sunday")));
+    QVERIFY(dave->waitForLine(wire("SMSG", "Latest news (2026-03-01, alice): Cup final - Sunday")));
     ServerTestClient bob;
     QVERIFY(bob.connectTo(server.port()));
-    bob.sendSegment(QStringLiteral("LOGIN") + S + QStringLiteral("bob") + S + QStringLiteral("22"));
+    bob.sendSegment(wire("LOGIN", "bob", "22"));
     QVERIFY(bob.waitForDisconnect());
     QCOMPARE(bob.rawReceived(), QByteArray("INVALID\r\n"));
 
-    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("11"));
+    auto alice = server.signOn(u"alice"_s, u"11"_s);
     QVERIFY(alice);
-    alice->sendSegment(ops(QStringLiteral("CRB")));
-    QVERIFY(alice->waitForLine(msg(QStringLiteral("<Quorvel> Cleared 1 timed bans."))));
-    QVERIFY(server.signOn(QStringLiteral("bob"), QStringLiteral("22")));
+    alice->sendSegment(wire("OPS", "CRB"));
+    QVERIFY(alice->waitForLine(msg(u"<Quorvel> Cleared 1 timed bans."_s)));
+    QVERIFY(server.signOn(u"bob"_s, u"22"_s));
 }
 
 void TestServerDatabase::changesMeetingALockWaitWhileTheRoomGoesOn() {
     FETCH_BACKEND();
     TestServer server(TestServer::testLimits(), TestServer::Backend(backend));
-    const QStringList names{QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("carol"),
-                            QStringLiteral("dave"), QStringLiteral("erin")};
+    const QStringList names{u"alice"_s, u"bob"_s, u"carol"_s, u"dave"_s, u"erin"_s};
     std::vector<std::unique_ptr<ServerTestClient>> members;
     for (const QString& name : names) {
-        server.addAccount(name, QStringLiteral("1"));
-        members.push_back(server.signOn(name, QStringLiteral("1")));
+        server.addAccount(name, u"1"_s);
+        members.push_back(server.signOn(name, u"1"_s));
         QVERIFY(members.back());
     }
     ServerTestClient& alice = *members[0];
     ServerTestClient& bob = *members[1];
 
     // Another program holds a write lock; readers still get through.
-    QSqlDatabase locker = server.openSideConnection(QStringLiteral("locker"));
+    QSqlDatabase locker = server.openSideConnection(u"locker"_s);
     QVERIFY(locker.isOpen());
     {
         QSqlQuery lock(locker);
         if (TestServer::Backend(backend) == TestServer::Backend::Sqlite) {
-            QVERIFY(lock.exec(QStringLiteral("BEGIN IMMEDIATE")));
+            QVERIFY(lock.exec(u"BEGIN IMMEDIATE"_s));
         } else {
-            QVERIFY(lock.exec(QStringLiteral("BEGIN")));
-            QVERIFY(lock.exec(QStringLiteral("LOCK TABLE accounts, news IN EXCLUSIVE MODE")));
+            QVERIFY(lock.exec(u"BEGIN"_s));
+            QVERIFY(lock.exec(u"LOCK TABLE accounts, news IN EXCLUSIVE MODE"_s));
         }
     }
     server.advance(60);
     const QDateTime departure = server.now();
     for (int i = 2; i < 5; ++i)
         members[i]->socket().disconnectFromHost();
-    QVERIFY(alice.waitForLine(QStringLiteral("PART") + S + QStringLiteral("erin")));
+    QVERIFY(alice.waitForLine(wire("PART", "erin")));
 
     // The room keeps answering while the three last-seen times wait for the lock.
-    alice.sendSegment(msg(QStringLiteral("still here?")));
-    QVERIFY(bob.waitForLine(QStringLiteral("MSG") + S + QStringLiteral("<alice> still here?")));
-    bob.sendSegment(msg(QStringLiteral("!Seen carol")));
-    QVERIFY(
-        bob.waitForLine(msg(QStringLiteral("<Quorvel> carol was last seen on 2026-03-01 12:01:00 UTC."))));
+    alice.sendSegment(msg(u"still here?"_s));
+    QVERIFY(bob.waitForLine(wire("MSG", "<alice> still here?")));
+    bob.sendSegment(msg(u"!Seen carol"_s));
+    QVERIFY(bob.waitForLine(msg(u"<Quorvel> carol was last seen on 2026-03-01 12:01:00 UTC."_s)));
 
     // A request that is answered gets a notice saying what happened, not a false "name in use".
     ServerTestClient creator;
     QVERIFY(creator.connectTo(server.port()));
-    creator.sendSegment(newAccount(QStringLiteral("frank"), QStringLiteral("6")));
+    creator.sendSegment(wire("NEWACCOUNT", "frank", "6"));
     const QString trouble =
-        QStringLiteral("SMSG") + S +
-        QStringLiteral("The server's database is not answering, so your account was not created. "
-                       "Please try again in a minute.");
+        wire("SMSG", "The server's database is not answering, so your account was not created. "
+                     "Please try again in a minute.");
     QVERIFY(creator.waitForLine(trouble, 15000));
     QCOMPARE(creator.lines(), QStringList{trouble});
-    alice.sendSegment(QStringLiteral("NEWS") + S + QStringLiteral("Locked") + S + QStringLiteral("out"));
-    QVERIFY(
-        alice.waitForLine(QStringLiteral("SMSG") + S +
-                              QStringLiteral("The server's database is not answering, so your news was not "
-                                             "posted. Please try again in a minute."),
-                          15000));
-    QCOMPARE(server.store().lastSeen(QStringLiteral("carol")), std::nullopt);
+    alice.sendSegment(wire("NEWS", "Locked", "out"));
+    QVERIFY(alice.waitForLine(wire("SMSG", "The server's database is not answering, so your news was not "
+                                           "posted. Please try again in a minute."),
+                              15000));
+    QCOMPARE(server.store().lastSeen(u"carol"_s), std::nullopt);
 
     {
         QSqlQuery unlock(locker);
-        QVERIFY(unlock.exec(QStringLiteral("ROLLBACK")));
+        QVERIFY(unlock.exec(u"ROLLBACK"_s));
     }
     locker.close();
     locker = QSqlDatabase();
-    QSqlDatabase::removeDatabase(QStringLiteral("locker"));
+    QSqlDatabase::removeDatabase(u"locker"_s);
 
     for (const QString& name : names.mid(2))
         QTRY_COMPARE_WITH_TIMEOUT(server.store().lastSeen(name), departure, 10000);
     creator.clear();
-    creator.sendSegment(newAccount(QStringLiteral("frank"), QStringLiteral("6")));
-    QVERIFY(creator.waitForLine(QStringLiteral("DONER")));
+    creator.sendSegment(wire("NEWACCOUNT", "frank", "6"));
+    QVERIFY(creator.waitForLine(u"DONER"_s));
 }
 
 QTEST_GUILESS_MAIN(TestServerDatabase)

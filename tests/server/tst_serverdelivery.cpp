@@ -8,7 +8,9 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
 using ServerWire::S;
+using ServerWire::wire;
 
 class TestServerDelivery : public QObject {
     Q_OBJECT
@@ -89,30 +91,29 @@ void TestServerDelivery::writesAndProbes() {
         const QString verb = head.section(u'@', 0, 0);
         if (head.contains(u'@'))
             now = head.section(u'@', 1).toLongLong();
-        if (verb == QLatin1String("line") || verb == QLatin1String("end") || verb == QLatin1String("ping")) {
-            const Kind kind = verb == QLatin1String("line")  ? Kind::Ordinary
-                              : verb == QLatin1String("end") ? Kind::EndsRead
-                                                             : Kind::Ping;
+        if (verb == u"line"_s || verb == u"end"_s || verb == u"ping"_s) {
+            const Kind kind = verb == u"line"_s  ? Kind::Ordinary
+                              : verb == u"end"_s ? Kind::EndsRead
+                                                 : Kind::Ping;
             queue.append(verb.first(1).toUpper().toLatin1() + QByteArray::number(++queued) + "\r\n", kind);
-        } else if (verb == QLatin1String("write")) {
+        } else if (verb == u"write"_s) {
             QStringList names;
             for (const QByteArray& line : queue.takeWrite(maxBytes, now))
                 names.append(QString::fromLatin1(line.chopped(2)));
-            QVERIFY2(names.join(u',') == value,
-                     qPrintable(step + QStringLiteral(" wrote ") + names.join(u',')));
-        } else if (verb == QLatin1String("probe")) {
+            QVERIFY2(names.join(u',') == value, qPrintable(step + u" wrote "_s + names.join(u',')));
+        } else if (verb == u"probe"_s) {
             queue.probeWritten(now);
-        } else if (verb == QLatin1String("answer")) {
-            QVERIFY2(queue.pingAnswered(now) == (value == QLatin1String("1")), qPrintable(step));
-        } else if (verb == QLatin1String("due")) {
+        } else if (verb == u"answer"_s) {
+            QVERIFY2(queue.pingAnswered(now) == (value == u"1"_s), qPrintable(step));
+        } else if (verb == u"due"_s) {
             QVERIFY2(queue.nextProbeAtMs() == value.toLongLong(),
-                     qPrintable(step + QStringLiteral(" was ") + QString::number(queue.nextProbeAtMs())));
-        } else if (verb == QLatin1String("forget")) {
+                     qPrintable(step + u" was "_s + QString::number(queue.nextProbeAtMs())));
+        } else if (verb == u"forget"_s) {
             queue.forgetOlderThan(now);
-        } else if (verb == QLatin1String("max")) {
+        } else if (verb == u"max"_s) {
             maxBytes = value.toLongLong();
         } else {
-            QFAIL(qPrintable(QStringLiteral("unknown step ") + step));
+            QFAIL(qPrintable(u"unknown step "_s + step));
         }
     }
 }
@@ -137,8 +138,7 @@ void TestServerDelivery::mergedSendsAreSplit_data() {
 void TestServerDelivery::mergedSendsAreSplit() {
     QFETCH(QString, piece);
     QFETCH(QStringList, messages);
-    QCOMPARE(LineFramer::splitMerged(piece.replace(u'~', S)),
-             messages.replaceInStrings(QStringLiteral("~"), S));
+    QCOMPARE(LineFramer::splitMerged(piece.replace(u'~', S)), messages.replaceInStrings(u"~"_s, S));
 }
 
 void TestServerDelivery::readRulesClientMissesNothing_data() {
@@ -148,8 +148,7 @@ void TestServerDelivery::readRulesClientMissesNothing_data() {
     for (const char* scenario :
          {"a part and a private line while a box is open", "a nick demand, then a room burst"}) {
         QTest::newRow(scenario) << QString::fromLatin1(scenario) << false;
-        QTest::newRow(qPrintable(QStringLiteral("%1, strict").arg(scenario)))
-            << QString::fromLatin1(scenario) << true;
+        QTest::newRow(qPrintable(u"%1, strict"_s.arg(scenario))) << QString::fromLatin1(scenario) << true;
     }
 }
 
@@ -171,48 +170,46 @@ void TestServerDelivery::readRulesClientMissesNothing() {
     limits.strictDelivery = strict;
     TestServer server(limits);
     for (const char* name : {"alice", "bob", "carol"})
-        server.addAccount(QString::fromLatin1(name), QStringLiteral("1"));
+        server.addAccount(QString::fromLatin1(name), u"1"_s);
     ReadRulesClient alice;
-    QVERIFY(alice.connectAndLogin(server.port(), QStringLiteral("alice"), QStringLiteral("1")));
-    QTRY_COMPARE_WITH_TIMEOUT(alice.users(), QStringList{QStringLiteral("alice")}, 5000);
-    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("1"));
+    QVERIFY(alice.connectAndLogin(server.port(), u"alice"_s, u"1"_s));
+    QTRY_COMPARE_WITH_TIMEOUT(alice.users(), QStringList{u"alice"_s}, 5000);
+    auto bob = server.signOn(u"bob"_s, u"1"_s);
     QVERIFY(bob);
     QTRY_COMPARE_WITH_TIMEOUT(alice.users().size(), 2, 5000);
-    const QStringList aliceAndBob{QStringLiteral("alice"), QStringLiteral("bob")};
+    const QStringList aliceAndBob{u"alice"_s, u"bob"_s};
     ReadRulesClient* watched = &alice;
 
     // The first name typed is taken, so the demand comes twice.
-    ReadRulesClient second({QStringLiteral("bob"), QStringLiteral("alice@2")});
-    if (scenario == QLatin1String("a part and a private line while a box is open")) {
-        auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
+    ReadRulesClient second({u"bob"_s, u"alice@2"_s});
+    if (scenario == u"a part and a private line while a box is open"_s) {
+        auto carol = server.signOn(u"carol"_s, u"1"_s);
         QVERIFY(carol);
         QTRY_COMPARE_WITH_TIMEOUT(alice.users().size(), 3, 5000);
         alice.setBusy(true);
         carol->socket().abort();
         QTRY_VERIFY_WITH_TIMEOUT(alice.socket().peek(4096).contains("PING"), 10000);
-        bob->sendSegment(QStringLiteral("PMSG") + S + QStringLiteral("alice") + S + QStringLiteral("psst"));
-        bob->sendSegment(ServerWire::msg(QStringLiteral("marker")));
-        QVERIFY(bob->waitForLine(ServerWire::msg(QStringLiteral("<bob> marker"))));
+        bob->sendSegment(wire("PMSG", "alice", "psst"));
+        bob->sendSegment(ServerWire::msg(u"marker"_s));
+        QVERIFY(bob->waitForLine(ServerWire::msg(u"<bob> marker"_s)));
         alice.setBusy(false);
-        const QStringList expected{QStringLiteral("PART") + S + QStringLiteral("carol"),
-                                   QStringLiteral("PMSG") + S + QStringLiteral("<bob> psst"),
-                                   ServerWire::msg(QStringLiteral("<bob> marker"))};
+        const QStringList expected{wire("PART", "carol"), wire("PMSG", "<bob> psst"),
+                                   ServerWire::msg(u"<bob> marker"_s)};
         QTRY_COMPARE_WITH_TIMEOUT(alice.handled().mid(alice.handled().size() - 3), expected, 20000);
         QCOMPARE(alice.users(), aliceAndBob);
     } else {
         watched = &second;
-        QVERIFY(second.connectAndLogin(server.port(), QStringLiteral("alice"), QStringLiteral("1")));
-        QVERIFY(bob->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("alice@2")));
+        QVERIFY(second.connectAndLogin(server.port(), u"alice"_s, u"1"_s));
+        QVERIFY(bob->waitForLine(wire("JOIN", "alice@2")));
         QStringList burst;
         for (int i = 1; i <= 10; ++i) {
-            bob->sendSegment(ServerWire::msg(QStringLiteral("burst %1").arg(i)));
-            burst.append(ServerWire::msg(QStringLiteral("<bob> burst %1").arg(i)));
+            bob->sendSegment(ServerWire::msg(u"burst %1"_s.arg(i)));
+            burst.append(ServerWire::msg(u"<bob> burst %1"_s.arg(i)));
         }
-        QTRY_COMPARE_WITH_TIMEOUT(startingWith(second.handled(), QStringLiteral("MSG")), burst, 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(startingWith(second.handled(), u"MSG"_s), burst, 20000);
         // Each demand comes with a line saying what name is expected, both before the burst.
-        QCOMPARE(second.handled().mid(0, 4).count(QStringLiteral("NICK")), qsizetype(2));
-        QCOMPARE(second.users(),
-                 (QStringList{QStringLiteral("alice"), QStringLiteral("bob"), QStringLiteral("alice@2")}));
+        QCOMPARE(second.handled().mid(0, 4).count(u"NICK"_s), qsizetype(2));
+        QCOMPARE(second.users(), (QStringList{u"alice"_s, u"bob"_s, u"alice@2"_s}));
     }
     QCOMPARE(watched->lost(), QStringList());
 }

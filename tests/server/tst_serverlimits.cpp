@@ -10,8 +10,9 @@
 #include <algorithm>
 #include <vector>
 
+using namespace Qt::StringLiterals;
 using ServerWire::msg;
-using ServerWire::S;
+using ServerWire::wire;
 
 namespace {
 
@@ -23,7 +24,7 @@ bool signOnNonReader(QTcpSocket& bob, TestServer& server, ServerTestClient& witn
         return false;
     bob.write("LOGIN|\xBF|bob|\xBF|1");
     bob.flush();
-    return witness.waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob"));
+    return witness.waitForLine(wire("JOIN", "bob"));
 }
 
 } // namespace
@@ -45,18 +46,16 @@ void TestServerLimits::silentMemberIsDroppedAfterThreeIntervals() {
     ServerLimits limits = TestServer::testLimits();
     limits.keepAliveMs = 50;
     TestServer server(limits);
-    server.addAccount(QStringLiteral("alice"), QStringLiteral("11"));
-    server.addAccount(QStringLiteral("bob"), QStringLiteral("22"));
-    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("11"));
-    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("22"));
+    auto alice = server.signOnNew(u"alice"_s);
+    auto bob = server.signOnNew(u"bob"_s);
     QVERIFY(alice && bob);
     bob->setAnswerPings(false);
     QVERIFY(bob->waitForDisconnect(3000));
-    QVERIFY(alice->waitForLine(QStringLiteral("PART") + S + QStringLiteral("bob")));
+    QVERIFY(alice->waitForLine(wire("PART", "bob")));
     // bob heard PINGs (as "PING|¿|HH:mm:ss") and said nothing; alice answered hers and stays.
-    QVERIFY(bob->lines().count(QStringLiteral("PING") + S + QStringLiteral("12:00:00")) >= 2);
+    QVERIFY(bob->lines().count(wire("PING", "12:00:00")) >= 2);
     QVERIFY(alice->isConnected());
-    QCOMPARE(server.server().room().onlineNames(), QStringList{QStringLiteral("alice")});
+    QCOMPARE(server.server().room().onlineNames(), QStringList{u"alice"_s});
 }
 
 void TestServerLimits::hostileSegmentDropsOnlyItsSender_data() {
@@ -79,15 +78,13 @@ void TestServerLimits::hostileSegmentDropsOnlyItsSender() {
     QFETCH(QByteArray, junk);
     QFETCH(bool, senderDropped);
     TestServer server;
-    for (const char* name : {"alice", "bob", "carol"})
-        server.addAccount(QString::fromLatin1(name), QStringLiteral("1"));
-    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
-    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("1"));
-    auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
+    auto alice = server.signOnNew(u"alice"_s);
+    auto bob = server.signOnNew(u"bob"_s);
+    auto carol = server.signOnNew(u"carol"_s);
     QVERIFY(alice && bob && carol);
     ServerTestClient stranger; // the same junk from a connection that never signed on
     QVERIFY(stranger.connectTo(server.port()));
-    QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("carol")));
+    QVERIFY(alice->waitForLine(wire("JOIN", "carol")));
     alice->clear();
 
     bob->sendBytes(junk);
@@ -95,14 +92,13 @@ void TestServerLimits::hostileSegmentDropsOnlyItsSender() {
     if (senderDropped) {
         QVERIFY(bob->waitForDisconnect());
         QVERIFY(stranger.waitForDisconnect());
-        QVERIFY(alice->waitForLine(QStringLiteral("PART") + S + QStringLiteral("bob")));
+        QVERIFY(alice->waitForLine(wire("PART", "bob")));
     }
-    carol->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("still fine")));
-    QVERIFY(alice->waitForLine(msg(QStringLiteral("<carol> still fine"))));
+    carol->sendSegment(u"\r\n"_s + msg(u"still fine"_s));
+    QVERIFY(alice->waitForLine(msg(u"<carol> still fine"_s)));
     for (const QString& line : alice->chatLines()) {
-        QVERIFY2(line.startsWith(msg(QStringLiteral("<carol> "))) ||
-                     line.startsWith(msg(QStringLiteral("<bob> "))) ||
-                     line == QStringLiteral("PART") + S + QStringLiteral("bob"),
+        QVERIFY2(line.startsWith(msg(u"<carol> "_s)) || line.startsWith(msg(u"<bob> "_s)) ||
+                     line == wire("PART", "bob"),
                  qPrintable(line.left(80)));
     }
     QCOMPARE(bob->isConnected(), !senderDropped);
@@ -113,24 +109,19 @@ void TestServerLimits::floodIsRefusedWithOneNotice() {
     limits.floodLines = 3;
     limits.floodWindowMs = 1000;
     TestServer server(limits);
-    server.addAccount(QStringLiteral("alice"), QStringLiteral("1"));
-    server.addAccount(QStringLiteral("bob"), QStringLiteral("1"));
-    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
-    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("1"));
+    auto alice = server.signOnNew(u"alice"_s);
+    auto bob = server.signOnNew(u"bob"_s);
     QVERIFY(alice && bob);
     bob->clear();
     // The sign-on used one message of bob's window; two more lines pass.
-    bob->sendSegment(
-        QStringLiteral("MSG|\u00BF|1\r\nMSG|\u00BF|2\r\nMSG|\u00BF|3\r\nMSG|\u00BF|4\r\nMSG|\u00BF|5\r\n"));
-    const QString warning = QStringLiteral("SMSG") + S +
-                            QStringLiteral("You are sending too fast; some of your lines were dropped.");
+    bob->sendSegment(u"MSG|\u00BF|1\r\nMSG|\u00BF|2\r\nMSG|\u00BF|3\r\nMSG|\u00BF|4\r\nMSG|\u00BF|5\r\n"_s);
+    const QString warning = wire("SMSG", "You are sending too fast; some of your lines were dropped.");
     QVERIFY(bob->waitForLine(warning));
-    QCOMPARE(bob->chatLines(),
-             (QStringList{msg(QStringLiteral("<bob> 1")), msg(QStringLiteral("<bob> 2")), warning}));
+    QCOMPARE(bob->chatLines(), (QStringList{msg(u"<bob> 1"_s), msg(u"<bob> 2"_s), warning}));
     server.advance(2);
-    bob->sendSegment(msg(QStringLiteral("6")));
-    QVERIFY(alice->waitForLine(msg(QStringLiteral("<bob> 6"))));
-    QVERIFY(!alice->lines().contains(msg(QStringLiteral("<bob> 3"))));
+    bob->sendSegment(msg(u"6"_s));
+    QVERIFY(alice->waitForLine(msg(u"<bob> 6"_s)));
+    QVERIFY(!alice->lines().contains(msg(u"<bob> 3"_s)));
 }
 
 void TestServerLimits::manyConnectionsOpenedAndDropped_data() {
@@ -149,9 +140,7 @@ void TestServerLimits::manyConnectionsOpenedAndDropped() {
     ServerLimits limits = TestServer::testLimits();
     limits.connectionsPerAddress = cap;
     TestServer server(limits);
-    server.addAccount(QStringLiteral("alice"), QStringLiteral("1"));
-    server.addAccount(QStringLiteral("bob"), QStringLiteral("1"));
-    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
+    auto alice = server.signOnNew(u"alice"_s);
     QVERIFY(alice);
     const int membersBefore = server.server().connectionCount();
     for (int round = 0; round < rounds; ++round) {
@@ -172,8 +161,7 @@ void TestServerLimits::manyConnectionsOpenedAndDropped() {
                 int count = 0;
                 for (const auto& client : clients) {
                     count += client->lines() ==
-                             QStringList{QStringLiteral("SMSG") + S +
-                                         QStringLiteral("Too many connections from your address.")};
+                             QStringList{wire("SMSG", "Too many connections from your address.")};
                 }
                 return count;
             };
@@ -187,9 +175,9 @@ void TestServerLimits::manyConnectionsOpenedAndDropped() {
         QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), membersBefore, 10000);
     }
     // The room is unharmed and takes a newcomer.
-    auto bob = server.signOn(QStringLiteral("bob"), QStringLiteral("1"));
+    auto bob = server.signOnNew(u"bob"_s);
     QVERIFY(bob);
-    QVERIFY(alice->waitForLine(QStringLiteral("JOIN") + S + QStringLiteral("bob")));
+    QVERIFY(alice->waitForLine(wire("JOIN", "bob")));
 }
 
 void TestServerLimits::memberThatDoesNotReadIsDropped() {
@@ -198,10 +186,9 @@ void TestServerLimits::memberThatDoesNotReadIsDropped() {
     // Room for a round of alice's lines, which she and carol read only after it is sent.
     limits.maxPendingOutputBytes = 1024 * 1024;
     TestServer server(limits);
-    for (const char* name : {"alice", "bob", "carol"})
-        server.addAccount(QString::fromLatin1(name), QStringLiteral("1"));
-    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
-    auto carol = server.signOn(QStringLiteral("carol"), QStringLiteral("1"));
+    server.addAccount(u"bob"_s, u"1"_s);
+    auto alice = server.signOnNew(u"alice"_s);
+    auto carol = server.signOnNew(u"carol"_s);
     QVERIFY(alice && carol);
 
     QTcpSocket bob;
@@ -210,20 +197,20 @@ void TestServerLimits::memberThatDoesNotReadIsDropped() {
 
     // Lines of 7 KiB until the kernel buffers and bob's allowance are full; bounded at 40 MiB.
     const QString payload(7 * 1024, u'z');
-    const QString bobLeft = QStringLiteral("PART") + S + QStringLiteral("bob");
+    const QString bobLeft = wire("PART", "bob");
     int sent = 0;
     while (!carol->lines().contains(bobLeft) && sent < 6000) {
         for (int i = 0; i < 50; ++i)
-            alice->sendSegment(msg(payload) + QStringLiteral("\r\n"));
+            alice->sendSegment(msg(payload) + u"\r\n"_s);
         sent += 50;
         // Wait until carol has had every line so far: she is served all along.
         QTRY_VERIFY_WITH_TIMEOUT(carol->lines().size() >= sent || carol->lines().contains(bobLeft), 10000);
     }
     QVERIFY(carol->waitForLine(bobLeft));
-    QTRY_COMPARE_WITH_TIMEOUT(server.server().room().onlineNames(),
-                              (QStringList{QStringLiteral("alice"), QStringLiteral("carol")}), 5000);
-    alice->sendSegment(QStringLiteral("\r\n") + msg(QStringLiteral("after")));
-    QVERIFY(carol->waitForLine(msg(QStringLiteral("<alice> after"))));
+    QTRY_COMPARE_WITH_TIMEOUT(server.server().room().onlineNames(), (QStringList{u"alice"_s, u"carol"_s}),
+                              5000);
+    alice->sendSegment(u"\r\n"_s + msg(u"after"_s));
+    QVERIFY(carol->waitForLine(msg(u"<alice> after"_s)));
 }
 
 void TestServerLimits::kickedMemberThatDoesNotReadIsReleased() {
@@ -232,9 +219,8 @@ void TestServerLimits::kickedMemberThatDoesNotReadIsReleased() {
     limits.maxPendingOutputBytes = qint64(1) << 30; // never dropped for not reading
     limits.closeGraceMs = 2000;
     TestServer server(limits);
-    server.addAccount(QStringLiteral("alice"), QStringLiteral("1"), true);
-    server.addAccount(QStringLiteral("bob"), QStringLiteral("1"));
-    auto alice = server.signOn(QStringLiteral("alice"), QStringLiteral("1"));
+    server.addAccount(u"bob"_s, u"1"_s);
+    auto alice = server.signOnNew(u"alice"_s, u"1"_s, true);
     QVERIFY(alice);
     QTcpSocket bob;
     QVERIFY(signOnNonReader(bob, server, *alice));
@@ -252,11 +238,11 @@ void TestServerLimits::kickedMemberThatDoesNotReadIsReleased() {
     for (int round = 0; round < 100; ++round) {
         const qsizetype before = alice->lines().size();
         for (int i = 0; i < 20; ++i)
-            alice->sendSegment(msg(payload) + QStringLiteral("\r\n"));
+            alice->sendSegment(msg(payload) + u"\r\n"_s);
         QTRY_VERIFY_WITH_TIMEOUT(alice->lines().size() >= before + 20, 10000);
     }
-    alice->sendSegment(QStringLiteral("OPS") + S + QStringLiteral("KICK") + S + QStringLiteral("bob"));
-    QVERIFY(alice->waitForLine(msg(QStringLiteral("<Quorvel> bob was kicked."))));
+    alice->sendSegment(wire("OPS", "KICK", "bob"));
+    QVERIFY(alice->waitForLine(msg(u"<Quorvel> bob was kicked."_s)));
     // The kick left the server holding data for bob that he will never read...
     QVERIFY(queuedForBob() >= 1024 * 1024);
     // ...and after the grace the connection is let go all the same.
