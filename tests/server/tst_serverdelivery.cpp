@@ -1,6 +1,6 @@
-// What ends a client's read, how the delivery queue fills writes and keeps its probe count, the
-// split of merged client sends, and whole scenarios against a client that follows the read rules.
-#include "ReadRulesClient.h"
+// What ends a client's read, how the delivery queue fills writes and keeps its probe count, and the
+// split of merged client sends. Bursts of read-ending lines reach the real client whole in
+// tst_endtoend.
 #include "TestServer.h"
 
 #include "server/DeliveryQueue.h"
@@ -10,7 +10,6 @@
 
 using namespace Qt::StringLiterals;
 using ServerWire::S;
-using ServerWire::wire;
 
 class TestServerDelivery : public QObject {
     Q_OBJECT
@@ -21,8 +20,6 @@ private slots:
     void writesAndProbes();
     void mergedSendsAreSplit_data();
     void mergedSendsAreSplit();
-    void readRulesClientMissesNothing_data();
-    void readRulesClientMissesNothing();
 };
 
 using Kind = DeliveryQueue::Kind;
@@ -139,79 +136,6 @@ void TestServerDelivery::mergedSendsAreSplit() {
     QFETCH(QString, piece);
     QFETCH(QStringList, messages);
     QCOMPARE(LineFramer::splitMerged(piece.replace(u'~', S)), messages.replaceInStrings(u"~"_s, S));
-}
-
-void TestServerDelivery::readRulesClientMissesNothing_data() {
-    QTest::addColumn<QString>("scenario");
-    QTest::addColumn<bool>("strict");
-    // Six departures at once and a burst of private lines are in tst_endtoend, with the real client.
-    for (const char* scenario :
-         {"a part and a private line while a box is open", "a nick demand, then a room burst"}) {
-        QTest::newRow(scenario) << QString::fromLatin1(scenario) << false;
-        QTest::newRow(qPrintable(u"%1, strict"_s.arg(scenario))) << QString::fromLatin1(scenario) << true;
-    }
-}
-
-namespace {
-QStringList startingWith(const QStringList& lines, const QString& word) {
-    QStringList found;
-    for (const QString& line : lines) {
-        if (line.startsWith(word + S))
-            found.append(line);
-    }
-    return found;
-}
-} // namespace
-
-void TestServerDelivery::readRulesClientMissesNothing() {
-    QFETCH(QString, scenario);
-    QFETCH(bool, strict);
-    ServerLimits limits = TestServer::testLimits();
-    limits.strictDelivery = strict;
-    TestServer server(limits);
-    for (const char* name : {"alice", "bob", "carol"})
-        server.addAccount(QString::fromLatin1(name), u"1"_s);
-    ReadRulesClient alice;
-    QVERIFY(alice.connectAndLogin(server.port(), u"alice"_s, u"1"_s));
-    QTRY_COMPARE_WITH_TIMEOUT(alice.users(), QStringList{u"alice"_s}, 5000);
-    auto bob = server.signOn(u"bob"_s, u"1"_s);
-    QVERIFY(bob);
-    QTRY_COMPARE_WITH_TIMEOUT(alice.users().size(), 2, 5000);
-    const QStringList aliceAndBob{u"alice"_s, u"bob"_s};
-    ReadRulesClient* watched = &alice;
-
-    // The first name typed is taken, so the demand comes twice.
-    ReadRulesClient second({u"bob"_s, u"alice@2"_s});
-    if (scenario == u"a part and a private line while a box is open"_s) {
-        auto carol = server.signOn(u"carol"_s, u"1"_s);
-        QVERIFY(carol);
-        QTRY_COMPARE_WITH_TIMEOUT(alice.users().size(), 3, 5000);
-        alice.setBusy(true);
-        carol->socket().abort();
-        QTRY_VERIFY_WITH_TIMEOUT(alice.socket().peek(4096).contains("PING"), 10000);
-        bob->sendSegment(wire("PMSG", "alice", "psst"));
-        bob->sendSegment(ServerWire::msg(u"marker"_s));
-        QVERIFY(bob->waitForLine(ServerWire::msg(u"<bob> marker"_s)));
-        alice.setBusy(false);
-        const QStringList expected{wire("PART", "carol"), wire("PMSG", "<bob> psst"),
-                                   ServerWire::msg(u"<bob> marker"_s)};
-        QTRY_COMPARE_WITH_TIMEOUT(alice.handled().mid(alice.handled().size() - 3), expected, 20000);
-        QCOMPARE(alice.users(), aliceAndBob);
-    } else {
-        watched = &second;
-        QVERIFY(second.connectAndLogin(server.port(), u"alice"_s, u"1"_s));
-        QVERIFY(bob->waitForLine(wire("JOIN", "alice@2")));
-        QStringList burst;
-        for (int i = 1; i <= 10; ++i) {
-            bob->sendSegment(ServerWire::msg(u"burst %1"_s.arg(i)));
-            burst.append(ServerWire::msg(u"<bob> burst %1"_s.arg(i)));
-        }
-        QTRY_COMPARE_WITH_TIMEOUT(startingWith(second.handled(), u"MSG"_s), burst, 20000);
-        // Each demand comes with a line saying what name is expected, both before the burst.
-        QCOMPARE(second.handled().mid(0, 4).count(u"NICK"_s), qsizetype(2));
-        QCOMPARE(second.users(), (QStringList{u"alice"_s, u"bob"_s, u"alice@2"_s}));
-    }
-    QCOMPARE(watched->lost(), QStringList());
 }
 
 QTEST_GUILESS_MAIN(TestServerDelivery)
