@@ -51,7 +51,6 @@ QStringList soundNames(const FakeSounds& sounds) {
     return out;
 }
 
-
 void setUp(SignedOnClient& c, const QString& setup) {
     for (const QString& item : setup.split(u' ', Qt::SkipEmptyParts)) {
         const QString key = item.section(u':', 0, 0);
@@ -87,102 +86,74 @@ void DispatcherTest::serverMessages_data() {
     QTest::addColumn<Reads>("reads");
     QTest::addColumn<QString>("display");
     QTest::addColumn<QStringList>("users");
+    QTest::addColumn<QStringList>("sounds");
     QTest::addColumn<QByteArray>("sent");
     QTest::addColumn<QStringList>("prompts");
-    QTest::addColumn<QStringList>("sounds");
-    const QStringList none;
-    const QString enter = QStringLiteral("enter.wav"), left = QStringLiteral("left.wav"), msg = QStringLiteral("msg.wav");
-    auto str = [](const char* t) { return QString::fromLatin1(t); };
+    const auto row = [](const char* name, const char* setup, const Reads& reads, const char* display,
+                        const QStringList& users = {}, const QStringList& sounds = {},
+                        const QByteArray& sent = {}, const QStringList& prompts = {}) {
+        QTest::newRow(name) << QString::fromLatin1(setup) << reads << QString::fromLatin1(display) << users
+                            << sounds << sent << prompts;
+    };
+    const QString enter = QStringLiteral("enter.wav"), left = QStringLiteral("left.wav"),
+                  msg = QStringLiteral("msg.wav");
 
-    QTest::newRow("LIST fills the user list silently")
-        << str("") << Reads{"LIST|\xbf|ann\r\nLIST|\xbf|me\r\n"} << str("") << QStringList{str("ann"), str("me")}
-        << QByteArray() << none << none;
-    QTest::newRow("two JOINs in one read, in order")
-        << str("") << Reads{"JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n"}
-        << str("\n ^ ann Has entered...\n ^ bob Has entered...") << QStringList{str("ann"), str("bob")}
-        << QByteArray() << none << QStringList{enter, enter};
-    QTest::newRow("duplicate JOIN, PART removes only the first")
-        << str("") << Reads{"JOIN|\xbf|ann\r\n", "JOIN|\xbf|ann\r\n", "PART|\xbf|ann\r\n"}
-        << str("\n ^ ann Has entered...\n ^ ann Has entered...\n ^ ann Has left...") << QStringList{str("ann")}
-        << QByteArray() << none << QStringList{enter, enter, left};
-    QTest::newRow("PART of an unknown name is silent and the read goes on")
-        << str("users:ann") << Reads{"PART|\xbf|zed\r\nJOIN|\xbf|bob\r\n"} << str("\n ^ bob Has entered...")
-        << QStringList{str("ann"), str("bob")} << QByteArray() << none << QStringList{enter};
-    QTest::newRow("PART that removes ends the read")
-        << str("users:ann") << Reads{"PART|\xbf|ann\r\nJOIN|\xbf|bob\r\n"} << str("\n ^ ann Has left...")
-        << QStringList() << QByteArray() << none << QStringList{left};
-    QTest::newRow("PMSG then JOIN loses the join")
-        << str("") << Reads{"PMSG|\xbf|<bob> hi\r\nJOIN|\xbf|carl\r\n"} << str("") << QStringList() << QByteArray()
-        << none << none;
-    QTest::newRow("JOIN then PMSG keeps both")
-        << str("") << Reads{"JOIN|\xbf|carl\r\nPMSG|\xbf|<bob> hi\r\n"} << str("\n ^ carl Has entered...")
-        << QStringList{str("carl")} << QByteArray() << none << QStringList{enter};
-    QTest::newRow("chat line shown as received")
-        << str("") << Reads{"MSG|\xbf|<ann> hello  there\r\nJOIN|\xbf|bob\r\n"}
-        << str("\n<ann> hello  there\n ^ bob Has entered...") << QStringList{str("bob")} << QByteArray() << none
-        << QStringList{msg, enter};
-    QTest::newRow("/me line ends the read")
-        << str("") << Reads{"MSG|\xbf|<ann> /me waves  hi\r\nJOIN|\xbf|bob\r\n"} << str("\n * ann waves  hi")
-        << QStringList() << QByteArray() << none << QStringList{msg};
-    QTest::newRow("/ME in capitals is an action too")
-        << str("") << Reads{"MSG|\xbf|<ann> /ME grins\r\n"} << str("\n * ann grins") << QStringList()
-        << QByteArray() << none << QStringList{msg};
-    QTest::newRow("/me alone") << str("") << Reads{"MSG|\xbf|<ann> /me\r\n"} << str("\n * ann") << QStringList()
-                               << QByteArray() << none << QStringList{msg};
-    QTest::newRow("ignored member's line dropped, read ends")
-        << str("ignore:<ann>") << Reads{"MSG|\xbf|<ann> hi\r\nJOIN|\xbf|bob\r\n"} << str("") << QStringList()
-        << QByteArray() << none << none;
-    QTest::newRow("no sounds with notify unchecked")
-        << str("quiet") << Reads{"JOIN|\xbf|ann\r\nMSG|\xbf|<ann> x\r\n"} << str("\n ^ ann Has entered...\n<ann> x")
-        << QStringList{str("ann")} << QByteArray() << none << none;
-    QTest::newRow("separator inside chat text cuts the line")
-        << str("") << Reads{"MSG|\xbf|<ann> a|\xbf|b\r\n"} << str("\n<ann> a") << QStringList() << QByteArray()
-        << none << QStringList{msg};
-    QTest::newRow("message cut across reads stays broken")
-        << str("") << Reads{"JOIN|\xbf|an", "n\r\n"} << str("\n ^ an Has entered...") << QStringList{str("an")}
-        << QByteArray() << none << QStringList{enter};
-    QTest::newRow("unknown words and short messages pass")
-        << str("") << Reads{"HELLO|\xbf|x\r\nLIST\r\nMSG\r\nJOIN|\xbf|ann\r\n"} << str("\n ^ ann Has entered...")
-        << QStringList{str("ann")} << QByteArray() << none << QStringList{enter};
-    QTest::newRow("PING answered with the time and CR LF")
-        << str("") << Reads{"PING\r\nJOIN|\xbf|ann\r\n"} << str("\n ^ ann Has entered...") << QStringList{str("ann")}
-        << QByteArray("PING|\xbf|14:05:09\r\n") << none << QStringList{enter};
-    QTest::newRow("ignored sender's PMSG refused first, even refusing all")
-        << str("ignore:<bob> ipm") << Reads{"PMSG|\xbf|<bob> hi\r\n"} << str("") << QStringList()
-        << QByteArray("PMSG|\xbf|bob|\xbf|User has ignored you") << none << none;
-    QTest::newRow("refusing all private messages")
-        << str("ipm") << Reads{"PMSG|\xbf|<bob> hi\r\n"} << str("") << QStringList()
-        << QByteArray("PMSG|\xbf|bob|\xbf|is ignoring all PM msg's") << none << none;
-    QTest::newRow("file offer declined automatically")
-        << str("dec") << Reads{"PMSG|\xbf|<bob> /SENDFILE c:\\a b.txt|@|4000|@|10.0.0.9\r\n"} << str("")
-        << QStringList() << QByteArray("PMSG|\xbf|bob|\xbf|/SENDDECLINE") << none << none;
-    QTest::newRow("/WHOAMI answered with every entry")
-        << str("id:Age_:_23,Email_:_a@b") << Reads{"PMSG|\xbf|<bob> /WHOAMI\r\n"} << str("") << QStringList()
-        << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU Age : 23|@|Email : a@b|@|") << none << none;
-    QTest::newRow("/WHOAMI matched by prefix")
-        << str("") << Reads{"PMSG|\xbf|<bob> /WHOAMIplease now\r\n"} << str("") << QStringList()
-        << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU ") << none << none;
-    QTest::newRow("FOLLOWUSERBACK answered while playing")
-        << str("playing") << Reads{"FOLLOWUSERBACK|\xbf|ann\r\n"} << str("") << QStringList()
-        << QByteArray("FOLLOWUSERBACK|\xbf|ann|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin") << none << none;
-    QTest::newRow("FOLLOWUSERBACK not answered while Quorveling")
-        << str("browsing") << Reads{"FOLLOWUSERBACK|\xbf|ann\r\n"} << str("") << QStringList() << QByteArray() << none
-        << none;
-    QTest::newRow("INUSE box, the read goes on")
-        << str("") << Reads{"INUSE\r\nJOIN|\xbf|ann\r\n"} << str("\n ^ ann Has entered...") << QStringList{str("ann")}
-        << QByteArray()
-        << QStringList{str("Quorvel|Unable To Create New Account... Possible Resons, Invalid Name, Name in Use, You "
-                           "Own 2 Accounts... Please Check this and Try Again|3")}
-        << QStringList{enter};
-    QTest::newRow("DONER box ends the read")
-        << str("") << Reads{"DONER\r\nJOIN|\xbf|ann\r\n"} << str("") << QStringList() << QByteArray()
-        << QStringList{str("Quorvel|Thank you, account created ok.|1")} << none;
-    QTest::newRow("SMSG box") << str("") << Reads{"SMSG|\xbf|Server restarts at noon\r\n"} << str("") << QStringList()
-                              << QByteArray()
-                              << QStringList{str("Quorvel Public Server Message!|Server restarts at noon|1")} << none;
-    QTest::newRow("transfer declined box")
-        << str("") << Reads{"PMSG|\xbf|<bob> /SENDDECLINE\r\n"} << str("") << QStringList() << QByteArray()
-        << QStringList{str("Declined|Transfer Declined...|0")} << none;
+    row("LIST fills the user list silently", "", {"LIST|\xbf|ann\r\nLIST|\xbf|me\r\n"}, "", {"ann", "me"});
+    row("two JOINs in one read, in order", "", {"JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n"},
+        "\n ^ ann Has entered...\n ^ bob Has entered...", {"ann", "bob"}, {enter, enter});
+    row("duplicate JOIN, PART removes only the first", "",
+        {"JOIN|\xbf|ann\r\n", "JOIN|\xbf|ann\r\n", "PART|\xbf|ann\r\n"},
+        "\n ^ ann Has entered...\n ^ ann Has entered...\n ^ ann Has left...", {"ann"}, {enter, enter, left});
+    row("PART of an unknown name is silent and the read goes on", "users:ann",
+        {"PART|\xbf|zed\r\nJOIN|\xbf|bob\r\n"}, "\n ^ bob Has entered...", {"ann", "bob"}, {enter});
+    row("PART that removes ends the read", "users:ann", {"PART|\xbf|ann\r\nJOIN|\xbf|bob\r\n"},
+        "\n ^ ann Has left...", {}, {left});
+    row("PMSG then JOIN loses the join", "", {"PMSG|\xbf|<bob> hi\r\nJOIN|\xbf|carl\r\n"}, "");
+    row("JOIN then PMSG keeps both", "", {"JOIN|\xbf|carl\r\nPMSG|\xbf|<bob> hi\r\n"},
+        "\n ^ carl Has entered...", {"carl"}, {enter});
+    row("chat line shown as received", "", {"MSG|\xbf|<ann> hello  there\r\nJOIN|\xbf|bob\r\n"},
+        "\n<ann> hello  there\n ^ bob Has entered...", {"bob"}, {msg, enter});
+    row("/me line ends the read", "", {"MSG|\xbf|<ann> /me waves  hi\r\nJOIN|\xbf|bob\r\n"},
+        "\n * ann waves  hi", {}, {msg});
+    row("/ME in capitals is an action too", "", {"MSG|\xbf|<ann> /ME grins\r\n"}, "\n * ann grins", {},
+        {msg});
+    row("/me alone", "", {"MSG|\xbf|<ann> /me\r\n"}, "\n * ann", {}, {msg});
+    row("ignored member's line dropped, read ends", "ignore:<ann>",
+        {"MSG|\xbf|<ann> hi\r\nJOIN|\xbf|bob\r\n"}, "");
+    row("no sounds with notify unchecked", "quiet", {"JOIN|\xbf|ann\r\nMSG|\xbf|<ann> x\r\n"},
+        "\n ^ ann Has entered...\n<ann> x", {"ann"});
+    row("separator inside chat text cuts the line", "", {"MSG|\xbf|<ann> a|\xbf|b\r\n"}, "\n<ann> a", {},
+        {msg});
+    row("message cut across reads stays broken", "", {"JOIN|\xbf|an", "n\r\n"}, "\n ^ an Has entered...",
+        {"an"}, {enter});
+    row("unknown words and short messages pass", "", {"HELLO|\xbf|x\r\nLIST\r\nMSG\r\nJOIN|\xbf|ann\r\n"},
+        "\n ^ ann Has entered...", {"ann"}, {enter});
+    row("PING answered with the time and CR LF", "", {"PING\r\nJOIN|\xbf|ann\r\n"}, "\n ^ ann Has entered...",
+        {"ann"}, {enter}, QByteArray("PING|\xbf|14:05:09\r\n"));
+    row("ignored sender's PMSG refused first, even refusing all", "ignore:<bob> ipm",
+        {"PMSG|\xbf|<bob> hi\r\n"}, "", {}, {}, QByteArray("PMSG|\xbf|bob|\xbf|User has ignored you"));
+    row("refusing all private messages", "ipm", {"PMSG|\xbf|<bob> hi\r\n"}, "", {}, {},
+        QByteArray("PMSG|\xbf|bob|\xbf|is ignoring all PM msg's"));
+    row("file offer declined automatically", "dec",
+        {"PMSG|\xbf|<bob> /SENDFILE c:\\a b.txt|@|4000|@|10.0.0.9\r\n"}, "", {}, {},
+        QByteArray("PMSG|\xbf|bob|\xbf|/SENDDECLINE"));
+    row("/WHOAMI answered with every entry", "id:Age_:_23,Email_:_a@b", {"PMSG|\xbf|<bob> /WHOAMI\r\n"}, "",
+        {}, {}, QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU Age : 23|@|Email : a@b|@|"));
+    row("/WHOAMI matched by prefix", "", {"PMSG|\xbf|<bob> /WHOAMIplease now\r\n"}, "", {}, {},
+        QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU "));
+    row("FOLLOWUSERBACK answered while playing", "playing", {"FOLLOWUSERBACK|\xbf|ann\r\n"}, "", {}, {},
+        QByteArray("FOLLOWUSERBACK|\xbf|ann|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin"));
+    row("FOLLOWUSERBACK not answered while Quorveling", "browsing", {"FOLLOWUSERBACK|\xbf|ann\r\n"}, "");
+    row("INUSE box, the read goes on", "", {"INUSE\r\nJOIN|\xbf|ann\r\n"}, "\n ^ ann Has entered...", {"ann"},
+        {enter}, {},
+        {"Quorvel|Unable To Create New Account... Possible Resons, Invalid Name, Name in Use, You "
+         "Own 2 Accounts... Please Check this and Try Again|3"});
+    row("DONER box ends the read", "", {"DONER\r\nJOIN|\xbf|ann\r\n"}, "", {}, {}, {},
+        {"Quorvel|Thank you, account created ok.|1"});
+    row("SMSG box", "", {"SMSG|\xbf|Server restarts at noon\r\n"}, "", {}, {}, {},
+        {"Quorvel Public Server Message!|Server restarts at noon|1"});
+    row("transfer declined box", "", {"PMSG|\xbf|<bob> /SENDDECLINE\r\n"}, "", {}, {}, {},
+        {"Declined|Transfer Declined...|0"});
 }
 
 void DispatcherTest::serverMessages() {
@@ -190,9 +161,9 @@ void DispatcherTest::serverMessages() {
     QFETCH(Reads, reads);
     QFETCH(QString, display);
     QFETCH(QStringList, users);
+    QFETCH(QStringList, sounds);
     QFETCH(QByteArray, sent);
     QFETCH(QStringList, prompts);
-    QFETCH(QStringList, sounds);
     SignedOnClient c;
     QVERIFY(c.ready);
     setUp(c, setup);
@@ -280,7 +251,8 @@ void DispatcherTest::privateLinesFillTenWindows() {
 void DispatcherTest::whoYouFillsUserInfoInOrder() {
     SignedOnClient c;
     QVERIFY(c.ready);
-    QVERIFY(c.deliver("PMSG|\xbf|<bob> /WHOYOU Age : 23|@|Email : b@c|@|Website : http://x|@|Hobbys : kp|@|\r\n"));
+    QVERIFY(c.deliver(
+        "PMSG|\xbf|<bob> /WHOYOU Age : 23|@|Email : b@c|@|Website : http://x|@|Hobbys : kp|@|\r\n"));
     Form2& info = c.w->userInfo();
     QVERIFY(info.isVisible());
     QCOMPARE(info.windowTitle(), QStringLiteral("User Info - bob"));
@@ -295,7 +267,8 @@ void DispatcherTest::followUserFinalJoinsTheGame() {
     SignedOnClient c;
     QVERIFY(c.ready);
     QSignalSpy join(&c.w->gameStarter(), &GameStarter::joinRequested);
-    QVERIFY(c.deliver("FOLLOWUSERFINAL|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin\r\nJOIN|\xbf|ann\r\n"));
+    QVERIFY(c.deliver(
+        "FOLLOWUSERFINAL|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin\r\nJOIN|\xbf|ann\r\n"));
     GameStarter& g = c.w->gameStarter();
     // The join went through to the launch, which hides the browser while the game runs.
     QVERIFY(g.isPlaying());
@@ -336,7 +309,8 @@ void DispatcherTest::emoticonsAfterCompletedReads() {
     QVERIFY(c.deliver("MSG|\xbf|<ann> /me winks ;)\r\n"));
     QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ;)")));
     QVERIFY(c.deliver("JOIN|\xbf|bob\r\n"));
-    QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ") + picture + QStringLiteral("\n ^ bob Has entered...")));
+    QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ") + picture +
+                                             QStringLiteral("\n ^ bob Has entered...")));
 }
 
 void DispatcherTest::readerScrolledBackKeepsTheirPlace() {
