@@ -142,8 +142,6 @@ private Q_SLOTS:
     void windowBasics();
     void fetch_data();
     void fetch();
-    void fetchRefusals_data();
-    void fetchRefusals();
     void unreachableHostWaitsForStop();
 };
 
@@ -447,6 +445,9 @@ void GameStarterTest::refusals_data() {
     QTest::newRow("stats, no address") << "Command7" << "Kingpin" << QStringList{"S", "", "1"}
         << line(QStringLiteral("Enter a server to query"), Icon::Information, QStringLiteral("Server Required"));
     QTest::newRow("stats, handed over") << "Command7" << "Kingpin" << QStringList{"", "127.0.0.1", "1"} << None;
+    QTest::newRow("fetch, no game") << "cmdQvlList" << "*Home" << full << selectGame;
+    QTest::newRow("fetch, Half-Life without a mod") << "cmdQvlList" << "Half-Life" << full
+        << line(QStringLiteral("Please choose a MOD to refresh servers on"), Icon::None);
 }
 // clang-format on
 
@@ -465,6 +466,7 @@ void GameStarterTest::refusals() {
     QCOMPARE(b.t.prompts.lastLine(), prompt);
     QCOMPARE(joined.count(), button == u"Join" && prompt == None ? 1 : 0);
     QCOMPARE((QStringList{w.Text3->text(), w.Text2->text(), w.Text4->text()}), fields);
+    QVERIFY(idle(w) && !w.fetchDialog());
 }
 
 // clang-format off
@@ -589,29 +591,6 @@ void GameStarterTest::fetch() {
         requests.append(QStringLiteral("HEAD /quorvel/") + url + QStringLiteral(" HTTP/1.1"));
     QTRY_COMPARE_WITH_TIMEOUT(w.lblStatus->text(), status, 20000);
     QCOMPARE(http.requests, requests);
-}
-
-void GameStarterTest::fetchRefusals_data() {
-    QTest::addColumn<QString>("game");
-    QTest::addColumn<QString>("prompt");
-    QTest::newRow("no game") << "*Home"
-                             << "Quorvel|Please select a game first|1";
-    QTest::newRow("Half-Life without a mod") << "Half-Life"
-                                             << "Quorvel|Please choose a MOD to refresh servers on|0";
-}
-
-void GameStarterTest::fetchRefusals() {
-    QFETCH(QString, game);
-    QFETCH(QString, prompt);
-    CannedHttp http;
-    Browser f(hostSetting(http.start()));
-    GameStarter& w = *f.w;
-    w.setGameKey(game);
-    w.cmdQvlList->click();
-    QCOMPARE(f.t.prompts.lastLine(), prompt);
-    QVERIFY(idle(w));
-    QVERIFY(!w.fetchDialog() || !w.fetchDialog()->isVisible());
-    QCOMPARE(http.requests, QStringList());
 }
 
 void GameStarterTest::unreachableHostWaitsForStop() {
