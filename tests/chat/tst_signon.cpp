@@ -16,6 +16,8 @@
 #include <QTextEdit>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 class SignOnTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -25,8 +27,8 @@ private Q_SLOTS:
     void secondSignOnClosesTheFirstConnection();
     void accountRequestEndsSignedOff_data();
     void accountRequestEndsSignedOff();
-    void serverClosingSignsOff();
-    void signOffMenu();
+    void signingOff_data();
+    void signingOff();
     void unreachableServerThenFirstSignOn_data();
     void unreachableServerThenFirstSignOn();
     void dialogCaptionsAndTips();
@@ -39,7 +41,7 @@ struct Room {
     Form1 w{t.services()};
     Room() {
         w.Form_Load();
-        w.setServerAddress(QStringLiteral("127.0.0.1"), server.port());
+        w.setServerAddress(u"127.0.0.1"_s, server.port());
     }
     // Connects for a new account and returns the account dialog that opens.
     Form8* accountDialog() {
@@ -83,12 +85,12 @@ void SignOnTest::passwordRule() {
     QPointer<QDialog> shown;
     QString toolTip;
     if (dialog == u"Form7") {
-        Form7* signOn = r.signOnDialog(QStringLiteral("ann"), password);
+        Form7* signOn = r.signOnDialog(u"ann"_s, password);
         QVERIFY(signOn);
         shown = signOn;
         toolTip = signOn->fields.text1[ProfileFields::Password]->toolTip();
         QCOMPARE(r.w.password(), password);
-        QCOMPARE(r.w.statusText(), accepted ? QStringLiteral("Signing on...") : QStringLiteral("Signed Off"));
+        QCOMPARE(r.w.statusText(), accepted ? u"Signing on..."_s : u"Signed Off"_s);
     } else {
         Form8* account = r.accountDialog();
         QVERIFY(account);
@@ -96,32 +98,31 @@ void SignOnTest::passwordRule() {
         toolTip = account->fields.text1[ProfileFields::Password]->toolTip();
         account->fields.text1[ProfileFields::Password]->setText(password);
         account->Command1->click();
-        r.w.send(QStringLiteral("MARK"));
+        r.w.send(u"MARK"_s);
         QTRY_VERIFY(r.server.received().endsWith("MARK"));
         QCOMPARE(r.server.received().startsWith("NEWACCOUNT"), accepted);
     }
-    QCOMPARE(toolTip, QStringLiteral("A number greater than zero, for example 4821"));
-    QCOMPARE(r.t.prompts.lines(),
-             accepted ? QStringList() : QStringList{QStringLiteral("Quorvel|invald password|3")});
+    QCOMPARE(toolTip, u"A number greater than zero, for example 4821"_s);
+    QCOMPARE(r.t.prompts.lines(), accepted ? QStringList() : QStringList{u"Quorvel|invald password|3"_s});
     QCOMPARE(shown && shown->isVisible(), !accepted);
 }
 
 void SignOnTest::signOnSendsLoginAndEmptiesTheUserList() {
     Room r;
-    r.w.LV1->addItem(QStringLiteral("stale"));
-    r.signOnDialog(QStringLiteral("ann"), QStringLiteral("1234"));
+    r.w.LV1->addItem(u"stale"_s);
+    r.signOnDialog(u"ann"_s, u"1234"_s);
     QVERIFY(r.w.mnudis->isEnabled());
     QVERIFY(!r.w.mnucon->isEnabled());
     QTRY_COMPARE(r.server.received(), QByteArray("LOGIN|\xbf|ann|\xbf|1234"));
-    QCOMPARE(r.w.statusText(), QStringLiteral("Signed On"));
-    QCOMPARE(r.w.connectionText(), QStringLiteral("Connected To Quorvel at : 14:05:09"));
+    QCOMPARE(r.w.statusText(), u"Signed On"_s);
+    QCOMPARE(r.w.connectionText(), u"Connected To Quorvel at : 14:05:09"_s);
     QCOMPARE(r.w.LV1->count(), 0);
-    QCOMPARE(r.w.Text3->text(), QStringLiteral("ann"));
+    QCOMPARE(r.w.Text3->text(), u"ann"_s);
 }
 
 void SignOnTest::secondSignOnClosesTheFirstConnection() {
     Room r;
-    r.w.setPassword(QStringLiteral("1"));
+    r.w.setPassword(u"1"_s);
     r.w.signOn();
     QTRY_VERIFY(r.server.hasClient() && r.w.isConnected());
     QSignalSpy gone(&r.server, &ScriptedChatServer::clientGone);
@@ -131,7 +132,7 @@ void SignOnTest::secondSignOnClosesTheFirstConnection() {
     QTRY_COMPARE(connected.count(), 1);
     QTRY_VERIFY(r.w.isConnected());
     // Our own close is not the server hanging up.
-    QVERIFY(!r.w.rtb->toPlainText().contains(QStringLiteral("Disconnected...")));
+    QVERIFY(!r.w.rtb->toPlainText().contains(u"Disconnected..."_s));
 }
 
 void SignOnTest::accountRequestEndsSignedOff_data() {
@@ -139,19 +140,16 @@ void SignOnTest::accountRequestEndsSignedOff_data() {
     QTest::addColumn<QStringList>("prompts");
     QTest::addColumn<QString>("nickname");
     QTest::addColumn<QString>("display");
-    QTest::newRow("DONER") << QStringLiteral("DONER\r\n")
-                           << QStringList{QStringLiteral("Quorvel|Thank you, account created ok.|1")}
-                           << QStringLiteral("newbie") << QString();
-    QTest::newRow("INUSE") << QStringLiteral("INUSE\r\n")
+    QTest::newRow("DONER") << u"DONER\r\n"_s << QStringList{u"Quorvel|Thank you, account created ok.|1"_s}
+                           << u"newbie"_s << QString();
+    QTest::newRow("INUSE") << u"INUSE\r\n"_s
                            << QStringList{QStringLiteral(
                                   "Quorvel|Unable To Create New Account... Possible Resons, "
                                   "Invalid Name, Name in Use, You Own 2 Accounts... Please "
                                   "Check this and Try Again|3")}
-                           << QStringLiteral("old") << QString();
-    QTest::newRow("server hangs up") << QStringLiteral("hang up") << QStringList() << QStringLiteral("old")
-                                     << QStringLiteral("\nDisconnected...");
-    QTest::newRow("dialog cancelled")
-        << QStringLiteral("cancel") << QStringList() << QStringLiteral("old") << QString();
+                           << u"old"_s << QString();
+    QTest::newRow("server hangs up") << u"hang up"_s << QStringList() << u"old"_s << u"\nDisconnected..."_s;
+    QTest::newRow("dialog cancelled") << u"cancel"_s << QStringList() << u"old"_s << QString();
 }
 
 // However the account request ends, the window is back in the plain signed-off state.
@@ -162,12 +160,12 @@ void SignOnTest::accountRequestEndsSignedOff() {
     QFETCH(QString, display);
     Room r;
     r.w.rtb->clear();
-    r.w.Text3->setText(QStringLiteral("old"));
-    r.w.LV1->addItem(QStringLiteral("stale"));
+    r.w.Text3->setText(u"old"_s);
+    r.w.LV1->addItem(u"stale"_s);
     Form8* dialog = r.accountDialog();
     QVERIFY(dialog);
     QCOMPARE(r.w.accountCreation(), 0);
-    QCOMPARE(r.w.statusText(), QStringLiteral("Signed On"));
+    QCOMPARE(r.w.statusText(), u"Signed On"_s);
     QCOMPARE(r.w.LV1->count(), 0);
     QSignalSpy gone(&r.server, &ScriptedChatServer::clientGone);
     if (answer == u"cancel") {
@@ -176,25 +174,24 @@ void SignOnTest::accountRequestEndsSignedOff() {
         r.server.dropClient();
     } else {
         auto& f = dialog->fields.text1;
-        f[ProfileFields::AccountName]->setText(QStringLiteral("newbie"));
-        f[ProfileFields::Password]->setText(QStringLiteral("4321"));
-        f[ProfileFields::Age]->setText(QStringLiteral("23"));
-        f[ProfileFields::Email]->setText(QStringLiteral("n@b.org"));
-        f[ProfileFields::Website]->setText(QStringLiteral("http://nb.org"));
+        f[ProfileFields::AccountName]->setText(u"newbie"_s);
+        f[ProfileFields::Password]->setText(u"4321"_s);
+        f[ProfileFields::Age]->setText(u"23"_s);
+        f[ProfileFields::Email]->setText(u"n@b.org"_s);
+        f[ProfileFields::Website]->setText(u"http://nb.org"_s);
         f[ProfileFields::Hobbies]->setText(QString::fromUtf8("caf\xc3\xa9s"));
         dialog->Command1->click();
         QTRY_COMPARE(r.server.received(),
                      QByteArray("NEWACCOUNT|\xbf|newbie|\xbf|4321|\xbf|23|\xbf|n@b.org|\xbf|"
                                 "http://nb.org|\xbf|caf\xe9s"));
         QCOMPARE(r.w.identificationEntries(),
-                 (QStringList{QStringLiteral("Age : 23"), QStringLiteral("Email : n@b.org"),
-                              QStringLiteral("Website : http://nb.org"),
+                 (QStringList{u"Age : 23"_s, u"Email : n@b.org"_s, u"Website : http://nb.org"_s,
                               QString::fromUtf8("Hobbys : caf\xc3\xa9s")}));
         r.server.send(answer.toLatin1());
     }
-    QTRY_COMPARE(r.w.statusText(), QStringLiteral("Signed Off"));
+    QTRY_COMPARE(r.w.statusText(), u"Signed Off"_s);
     QTRY_COMPARE(gone.count(), 1);
-    QCOMPARE(r.w.connectionText(), QStringLiteral("Not Connected"));
+    QCOMPARE(r.w.connectionText(), u"Not Connected"_s);
     QVERIFY(r.w.mnucon->isEnabled());
     QVERIFY(!r.w.mnudis->isEnabled());
     QVERIFY(!r.w.mnua->isEnabled());
@@ -203,32 +200,34 @@ void SignOnTest::accountRequestEndsSignedOff() {
     QCOMPARE(r.w.Text3->text(), nickname);
     QCOMPARE(r.w.rtb->toPlainText(), display);
     // The next sign-on is an ordinary one.
-    r.w.setPassword(QStringLiteral("1"));
+    r.w.setPassword(u"1"_s);
     r.w.signOn();
     QTRY_VERIFY(r.server.received().endsWith(QByteArray("LOGIN|\xbf|") + nickname.toLatin1() + "|\xbf|1"));
 }
 
-void SignOnTest::serverClosingSignsOff() {
-    Room r;
-    r.w.setPassword(QStringLiteral("1"));
-    r.w.signOn();
-    QTRY_VERIFY(r.server.hasClient() && r.w.isConnected());
-    r.server.dropClient();
-    QTRY_COMPARE(r.w.statusText(), QStringLiteral("Signed Off"));
-    QCOMPARE(r.w.connectionText(), QStringLiteral("Not Connected"));
-    QVERIFY(r.w.rtb->toPlainText().endsWith(QStringLiteral("\nDisconnected...")));
-    QVERIFY(r.w.mnucon->isEnabled());
+void SignOnTest::signingOff_data() {
+    QTest::addColumn<bool>("byMenu");
+    QTest::addColumn<QString>("status");
+    QTest::addColumn<QString>("display");
+    QTest::newRow("server hangs up") << false << u"Signed Off"_s << u"\nDisconnected..."_s;
+    QTest::newRow("Sign off menu") << true << u"Signed Off : 14:05:09"_s << QString();
 }
 
-void SignOnTest::signOffMenu() {
+void SignOnTest::signingOff() {
+    QFETCH(bool, byMenu);
+    QFETCH(QString, status);
+    QFETCH(QString, display);
     Room r;
-    r.w.setPassword(QStringLiteral("1"));
+    r.w.setPassword(u"1"_s);
     r.w.signOn();
     QTRY_VERIFY(r.server.hasClient() && r.w.isConnected());
-    r.w.LV1->addItem(QStringLiteral("ann"));
-    r.w.mnudis->trigger();
+    r.w.rtb->clear();
+    r.w.LV1->addItem(u"ann"_s);
+    byMenu ? r.w.mnudis->trigger() : r.server.dropClient();
+    QTRY_COMPARE(r.w.statusText(), status);
     QVERIFY(!r.w.isConnected());
-    QCOMPARE(r.w.statusText(), QStringLiteral("Signed Off : 14:05:09"));
+    QCOMPARE(r.w.connectionText(), u"Not Connected"_s);
+    QCOMPARE(r.w.rtb->toPlainText(), display);
     QCOMPARE(r.w.LV1->count(), 0);
     QVERIFY(r.w.mnucon->isEnabled());
     QVERIFY(!r.w.mnudis->isEnabled());
@@ -245,30 +244,30 @@ void SignOnTest::unreachableServerThenFirstSignOn() {
     QFETCH(bool, newAccount);
     Room r;
     const QString greeting = r.w.rtb->toPlainText();
-    QVERIFY(greeting.startsWith(QStringLiteral("\nWelcome to Quorvel.")));
-    QVERIFY(greeting.contains(QStringLiteral("File > New Account")));
-    QVERIFY(greeting.contains(QStringLiteral("File > Sign on")));
+    QVERIFY(greeting.startsWith(u"\nWelcome to Quorvel."_s));
+    QVERIFY(greeting.contains(u"File > New Account"_s));
+    QVERIFY(greeting.contains(u"File > Sign on"_s));
     quint16 closedPort = 0;
     {
         QTcpServer probe;
         probe.listen(QHostAddress::LocalHost, 0);
         closedPort = probe.serverPort();
     }
-    r.w.setServerAddress(QStringLiteral("127.0.0.1"), closedPort);
-    r.w.setPassword(QStringLiteral("1"));
+    r.w.setServerAddress(u"127.0.0.1"_s, closedPort);
+    r.w.setPassword(u"1"_s);
     const QString failed =
-        QStringLiteral("\nCannot reach the chat server at 127.0.0.1:%1: Connection refused").arg(closedPort);
+        u"\nCannot reach the chat server at 127.0.0.1:%1: Connection refused"_s.arg(closedPort);
     for (int attempt = 1; attempt <= 2; ++attempt) {
         newAccount ? r.w.mnuNews->trigger() : r.w.signOn();
         QTRY_COMPARE(r.w.rtb->toPlainText(), greeting + failed.repeated(attempt));
-        QCOMPARE(r.w.statusText(), QStringLiteral("Signed Off"));
-        QCOMPARE(r.w.connectionText(), QStringLiteral("Not Connected"));
+        QCOMPARE(r.w.statusText(), u"Signed Off"_s);
+        QCOMPARE(r.w.connectionText(), u"Not Connected"_s);
         QVERIFY(r.w.mnucon->isEnabled());
     }
     QVERIFY(r.t.prompts.shown.isEmpty());
 
-    r.w.setServerAddress(QStringLiteral("127.0.0.1"), r.server.port());
-    r.w.Text3->setText(QStringLiteral("ann"));
+    r.w.setServerAddress(u"127.0.0.1"_s, r.server.port());
+    r.w.Text3->setText(u"ann"_s);
     r.w.signOn();
     QTRY_COMPARE(r.server.received(), QByteArray("LOGIN|\xbf|ann|\xbf|1"));
     QCOMPARE(r.w.rtb->toPlainText(), greeting + failed.repeated(2));
@@ -280,25 +279,24 @@ void SignOnTest::unreachableServerThenFirstSignOn() {
 void SignOnTest::dialogCaptionsAndTips() {
     Room r;
     Form7 dialog(r.w);
-    QCOMPARE(dialog.windowTitle(), QStringLiteral("Quorvel - Sign On"));
-    QCOMPARE(dialog.Command1->text(), QStringLiteral("Sign On"));
-    QCOMPARE(dialog.Command1->toolTip(), QStringLiteral("Sign on to Quorvel"));
-    QCOMPARE(dialog.Command2->text(), QStringLiteral("Cancel"));
-    QCOMPARE(dialog.Command2->toolTip(), QStringLiteral("Cancel this operation"));
-    Q_EMIT dialog.findChild<QLabel*>(QStringLiteral("lblMail"))->linkActivated(QStringLiteral("mailto:"));
-    QCOMPARE(r.t.desktop.opened, QStringList{QStringLiteral("mailto:")});
+    QCOMPARE(dialog.windowTitle(), u"Quorvel - Sign On"_s);
+    QCOMPARE(dialog.Command1->text(), u"Sign On"_s);
+    QCOMPARE(dialog.Command1->toolTip(), u"Sign on to Quorvel"_s);
+    QCOMPARE(dialog.Command2->text(), u"Cancel"_s);
+    QCOMPARE(dialog.Command2->toolTip(), u"Cancel this operation"_s);
+    Q_EMIT dialog.findChild<QLabel*>(u"lblMail"_s)->linkActivated(u"mailto:"_s);
+    QCOMPARE(r.t.desktop.opened, QStringList{u"mailto:"_s});
     const auto& f = dialog.fields.text1;
-    QCOMPARE(f[ProfileFields::Age]->toolTip(), QStringLiteral("Up to 3(chrs) :)"));
-    QCOMPARE(f[ProfileFields::Email]->toolTip(), QStringLiteral("Up to 50(chrs)"));
-    QCOMPARE(f[ProfileFields::Website]->toolTip(), QStringLiteral("Enter the full address / Up to 75(chrs)"));
-    QCOMPARE(f[ProfileFields::Website]->text(), QStringLiteral("http://"));
-    QCOMPARE(f[ProfileFields::Hobbies]->toolTip(), QStringLiteral("Up to 200(chrs)"));
+    QCOMPARE(f[ProfileFields::Age]->toolTip(), u"Up to 3(chrs) :)"_s);
+    QCOMPARE(f[ProfileFields::Email]->toolTip(), u"Up to 50(chrs)"_s);
+    QCOMPARE(f[ProfileFields::Website]->toolTip(), u"Enter the full address / Up to 75(chrs)"_s);
+    QCOMPARE(f[ProfileFields::Website]->text(), u"http://"_s);
+    QCOMPARE(f[ProfileFields::Hobbies]->toolTip(), u"Up to 200(chrs)"_s);
     QStringList captions;
     for (int i = 0; i < 6; ++i)
         captions.append(ProfileFields::caption(i));
-    QCOMPARE(captions, (QStringList{QStringLiteral("Account Name :"), QStringLiteral("Age :"), QStringLiteral("Email :"),
-                                    QStringLiteral("Website :"), QStringLiteral("Hobbys :"),
-                                    QStringLiteral("Password :")}));
+    QCOMPARE(captions, (QStringList{u"Account Name :"_s, u"Age :"_s, u"Email :"_s, u"Website :"_s,
+                                    u"Hobbys :"_s, u"Password :"_s}));
 }
 
 QTEST_MAIN(SignOnTest)
