@@ -17,24 +17,17 @@
 class SplashAboutTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void splashShowsWaitVersionAndPicture();
-    void splashLinkGoesToTheDesktopService();
+    void splashShowsWaitVersionAndLink();
     void splashClosesByItsTimerOnceMainIsReady();
-    void iconHasTheDesktopSizes();
     void aboutBoxListsTheSystem();
 };
 
-void SplashAboutTest::splashShowsWaitVersionAndPicture() {
+void SplashAboutTest::splashShowsWaitVersionAndLink() {
     FakeDesktop desktop;
     SplashWindow splash(desktop);
     QCOMPARE(splash.lblWait->text(), QStringLiteral("Please wait"));
     QCOMPARE(splash.lblVersion->text(), QStringLiteral("Version 1.0.0"));
     QCOMPARE(splash.imgLogo->pixmap().size(), QSize(480, 180));
-}
-
-void SplashAboutTest::splashLinkGoesToTheDesktopService() {
-    FakeDesktop desktop;
-    SplashWindow splash(desktop);
     splash.show();
     QTest::mouseClick(splash.lblURL, Qt::LeftButton);
     QCOMPARE(desktop.opened, QStringList{QStringLiteral("https://quorvel.org/")});
@@ -49,12 +42,6 @@ void SplashAboutTest::splashClosesByItsTimerOnceMainIsReady() {
     splash->mainWindowReady();
     QVERIFY(splash->tmrSplash->isActive());
     QTRY_VERIFY_WITH_TIMEOUT(splash.isNull(), 4 * SplashWindow::ShownAfterReadyMs);
-}
-
-void SplashAboutTest::iconHasTheDesktopSizes() {
-    const QList<QSize> sizes = Artwork::applicationIcon().availableSizes();
-    for (const int pixels : {16, 24, 32, 48, 64, 128, 256})
-        QVERIFY2(sizes.contains(QSize(pixels, pixels)), qPrintable(QString::number(pixels)));
 }
 
 void SplashAboutTest::aboutBoxListsTheSystem() {
