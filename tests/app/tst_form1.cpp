@@ -18,7 +18,6 @@ class Form1Test : public QObject {
 private Q_SLOTS:
     void startsSignedOffWithVersionCaption();
     void secondCopyIsRefused();
-    void missingSettingsFileSaysNothing();
     void settingsRoundTrip_data();
     void settingsRoundTrip();
     void exitSavesAndEnds_data();
@@ -40,6 +39,9 @@ void Form1Test::startsSignedOffWithVersionCaption() {
     QVERIFY(!w.mnutools->isEnabled());
     QVERIFY(!w.mnua->isEnabled());
     QCOMPARE(w.serverHost(), QStringLiteral("localhost"));
+    // No settings file yet: nothing is said about it.
+    QVERIFY(t.prompts.shown.isEmpty());
+    QCOMPARE(w.List2->count(), 0);
 }
 
 void Form1Test::secondCopyIsRefused() {
@@ -59,14 +61,6 @@ void Form1Test::secondCopyIsRefused() {
     Form1 elsewhere(other.services());
     QVERIFY(elsewhere.Form_Load());
     QVERIFY(other.prompts.shown.isEmpty());
-}
-
-void Form1Test::missingSettingsFileSaysNothing() {
-    TestServices t;
-    Form1 w(t.services());
-    QVERIFY(w.Form_Load());
-    QVERIFY(t.prompts.shown.isEmpty());
-    QCOMPARE(w.List2->count(), 0);
 }
 
 namespace {
