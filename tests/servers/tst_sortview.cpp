@@ -37,7 +37,6 @@ private Q_SLOTS:
     void sortColumn();
     void cellsThatAreNotNumbersOrDates_data();
     void cellsThatAreNotNumbersOrDates();
-    void hiddenWhileRewritten();
     void directionKeepsOrAlternates();
 };
 
@@ -115,18 +114,6 @@ void SortViewTest::cellsThatAreNotNumbersOrDates() {
     after.sort();
     rows.sort();
     QCOMPARE(after, rows);
-}
-
-void SortViewTest::hiddenWhileRewritten() {
-    List list({QStringLiteral("5"), QStringLiteral("40")});
-    QList<bool> visibleWhileChanged;
-    connect(&list.tree, &QTreeWidget::itemChanged, this, [&] { visibleWhileChanged.append(list.tree.isVisible()); });
-    FakePrompts prompts;
-    SortView(prompts).SortColumn(list.tree, 1, SortView::Number, SortView::Ascending);
-    QVERIFY(!visibleWhileChanged.isEmpty());
-    QVERIFY(!visibleWhileChanged.contains(true));
-    QVERIFY(list.tree.isVisible());
-    QCOMPARE(cellsOf(list.tree, 0), (QStringList{"5", "40"}));
 }
 
 void SortViewTest::directionKeepsOrAlternates() {
