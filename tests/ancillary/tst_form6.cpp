@@ -14,16 +14,15 @@
 #include <QTextEdit>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString kSettings = QStringLiteral("\\Quorvel.ini");
+const QString kSettings = u"\\Quorvel.ini"_s;
 
 // Lines 4 to 11 of the settings file as the default scheme writes them (line 5 is the font size).
 QStringList defaultColourLines(const QString& fontSize) {
-    return {QStringLiteral("16777215"), fontSize,
-            QStringLiteral("0"),        QStringLiteral("16777215"),
-            QStringLiteral("16777215"), QStringLiteral("0"),
-            QStringLiteral("16777215"), QStringLiteral("0")};
+    return {u"16777215"_s, fontSize, u"0"_s, u"16777215"_s, u"16777215"_s, u"0"_s, u"16777215"_s, u"0"_s};
 }
 
 QPushButton* button(QWidget& window, const QString& caption) {
@@ -89,20 +88,19 @@ void Form6Test::pickedColourShowsAtOnceAndIsSaved() {
     Form1 w(t.services());
     QVERIFY(w.Form_Load());
     w.mnucolors->trigger();
-    Form6* editor = w.findChild<Form6*>(QStringLiteral("Form6"));
+    Form6* editor = w.findChild<Form6*>(u"Form6"_s);
     QVERIFY(editor && editor->isVisible());
-    QCOMPARE(editor->windowTitle(), QStringLiteral("Custom Scheme"));
+    QCOMPARE(editor->windowTitle(), u"Custom Scheme"_s);
 
     t.prompts.colours.push_back(picked);
     QPushButton* b = button(*editor, caption);
     QVERIFY(b);
     QTest::mouseClick(b, Qt::LeftButton);
-    QCOMPARE(t.prompts.last().kind, QStringLiteral("chooseColour"));
+    QCOMPARE(t.prompts.last().kind, u"chooseColour"_s);
     QCOMPARE(t.prompts.last().title, caption);
 
     if (control == u"me" || control == u"msg") {
-        w.handleRead(control == u"me" ? QStringLiteral("MSG|\u00BF|<ann> /me waves")
-                                      : QStringLiteral("MSG|\u00BF|<ann> hi"));
+        w.handleRead(control == u"me" ? u"MSG|\u00BF|<ann> /me waves"_s : u"MSG|\u00BF|<ann> hi"_s);
         QCOMPARE(lastLineColour(w), shown);
     }
     if (paletteRole) {
@@ -127,17 +125,14 @@ void Form6Test::cancelledDialogChangesNothing() {
     Form6& editor = w.colourEditor();
     const QColor before = w.rtb->palette().color(QPalette::Base);
     editor.cmdColor[0]->click(); // no answer scripted: the dialog is cancelled
-    QCOMPARE(t.prompts.last().proposed, QStringLiteral("16777215"));
+    QCOMPARE(t.prompts.last().proposed, u"16777215"_s);
     QCOMPARE(w.rtb->palette().color(QPalette::Base), before);
 }
 
 void Form6Test::restoreDefaults() {
     TestServices t;
-    TextFile::writeLines(t.file(kSettings),
-                         {QStringLiteral("ann"), QStringLiteral("localhost"), QStringLiteral("27800"),
-                          QStringLiteral("1"), QStringLiteral("11"), QStringLiteral("2"), QStringLiteral("3"),
-                          QStringLiteral("4"), QStringLiteral("5"), QStringLiteral("6"),
-                          QStringLiteral("7")});
+    TextFile::writeLines(t.file(kSettings), {u"ann"_s, u"localhost"_s, u"27800"_s, u"1"_s, u"11"_s, u"2"_s,
+                                             u"3"_s, u"4"_s, u"5"_s, u"6"_s, u"7"_s});
     Form1 w(t.services());
     QVERIFY(w.Form_Load());
     QCOMPARE(w.LV1->palette().color(QPalette::Base), BgrColour::toColor(3));
@@ -156,7 +151,7 @@ void Form6Test::restoreDefaults() {
     QCOMPARE(editor.cmdColor[0]->icon().pixmap(editor.cmdColor[0]->iconSize()).toImage().pixelColor(1, 1),
              QColor(Qt::white));
     w.mnuExit->trigger();
-    QCOMPARE(TextFile::readLines(t.file(kSettings)).mid(3, 8), defaultColourLines(QStringLiteral("11")));
+    QCOMPARE(TextFile::readLines(t.file(kSettings)).mid(3, 8), defaultColourLines(u"11"_s));
 }
 
 QTEST_MAIN(Form6Test)

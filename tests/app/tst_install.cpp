@@ -8,6 +8,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool writeFile(const QString& path, const QByteArray& bytes) {
@@ -42,92 +44,84 @@ private Q_SLOTS:
 void InstallTest::programFolderRule() {
     QTemporaryDir tmp;
     QVERIFY(tmp.isValid());
-    qputenv("XDG_DATA_HOME", QFile::encodeName(tmp.filePath(QStringLiteral("data"))));
-    QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
-    const QString perUser = tmp.filePath(QStringLiteral("data/Quorvel"));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(tmp.filePath(u"data"_s)));
+    QCoreApplication::setApplicationName(u"Quorvel"_s);
+    const QString perUser = tmp.filePath(u"data/Quorvel"_s);
 
     // A build folder, or a copy unpacked anywhere, keeps its files beside the executable; so does a
     // "bin" folder with no shipped files beside it.
-    for (const QString& folder :
-         {tmp.filePath(QStringLiteral("build/app")), tmp.filePath(QStringLiteral("bin"))}) {
+    for (const QString& folder : {tmp.filePath(u"build/app"_s), tmp.filePath(u"bin"_s)}) {
         QVERIFY(QDir().mkpath(folder));
         QCOMPARE(ProgramFolder::forExecutable(folder).path(), folder);
     }
 
     // An installed copy: its shipped files go to the per-user folder, the user's own stay untouched.
-    const QString shipped = tmp.filePath(QStringLiteral("usr/share/quorvel"));
-    QVERIFY(writeFile(shipped + QStringLiteral("/enter.wav"), "shipped enter"));
-    QVERIFY(writeFile(shipped + QStringLiteral("/msg.wav"), "shipped msg"));
-    QVERIFY(writeFile(shipped + QStringLiteral("/qvllist-kingpin.qvl"), "list"));
-    QVERIFY(writeFile(shipped + QStringLiteral("/README"), "not ours to copy"));
-    QVERIFY(writeFile(perUser + QStringLiteral("/msg.wav"), "my own msg"));
-    const QString bin = tmp.filePath(QStringLiteral("usr/bin"));
+    const QString shipped = tmp.filePath(u"usr/share/quorvel"_s);
+    QVERIFY(writeFile(shipped + u"/enter.wav"_s, "shipped enter"));
+    QVERIFY(writeFile(shipped + u"/msg.wav"_s, "shipped msg"));
+    QVERIFY(writeFile(shipped + u"/qvllist-kingpin.qvl"_s, "list"));
+    QVERIFY(writeFile(shipped + u"/README"_s, "not ours to copy"));
+    QVERIFY(writeFile(perUser + u"/msg.wav"_s, "my own msg"));
+    const QString bin = tmp.filePath(u"usr/bin"_s);
     QVERIFY(QDir().mkpath(bin));
     QCOMPARE(ProgramFolder::installedDataFolder(bin), shipped);
     QCOMPARE(ProgramFolder::forExecutable(bin).path(), perUser);
-    QCOMPARE(filesUnder(perUser), (QStringList{QStringLiteral("enter.wav"), QStringLiteral("msg.wav"),
-                                               QStringLiteral("qvllist-kingpin.qvl")}));
-    QCOMPARE(readFile(perUser + QStringLiteral("/enter.wav")), QByteArray("shipped enter"));
-    QCOMPARE(readFile(perUser + QStringLiteral("/msg.wav")), QByteArray("my own msg"));
+    QCOMPARE(filesUnder(perUser), (QStringList{u"enter.wav"_s, u"msg.wav"_s, u"qvllist-kingpin.qvl"_s}));
+    QCOMPARE(readFile(perUser + u"/enter.wav"_s), QByteArray("shipped enter"));
+    QCOMPARE(readFile(perUser + u"/msg.wav"_s), QByteArray("my own msg"));
     QVERIFY(filesUnder(bin).isEmpty());
 }
 
 void InstallTest::installedTreeAndPerUserFiles() {
     QTemporaryDir tmp;
     QVERIFY(tmp.isValid());
-    const QString root = tmp.filePath(QStringLiteral("root"));
+    const QString root = tmp.filePath(u"root"_s);
     QProcess install;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("DESTDIR"), root);
+    env.insert(u"DESTDIR"_s, root);
     install.setProcessEnvironment(env);
     install.start(QStringLiteral(QUORVEL_CMAKE_COMMAND),
-                  {QStringLiteral("--install"), QStringLiteral(QUORVEL_BUILD_DIR), QStringLiteral("--prefix"),
-                   QStringLiteral("/usr")});
+                  {u"--install"_s, QStringLiteral(QUORVEL_BUILD_DIR), u"--prefix"_s, u"/usr"_s});
     QVERIFY(install.waitForFinished(120000));
     QVERIFY2(install.exitCode() == 0, install.readAllStandardError().constData());
 
-    QStringList expected{QStringLiteral("usr/bin/quorvel"), QStringLiteral("usr/bin/quorvel-server"),
-                         QStringLiteral("usr/lib/quorvel/quorvel-sounds.so"),
-                         QStringLiteral("usr/share/applications/quorvel.desktop")};
+    QStringList expected{u"usr/bin/quorvel"_s, u"usr/bin/quorvel-server"_s,
+                         u"usr/lib/quorvel/quorvel-sounds.so"_s, u"usr/share/applications/quorvel.desktop"_s};
     for (const int pixels : {16, 24, 32, 48, 64, 128, 256})
-        expected.append(QStringLiteral("usr/share/icons/hicolor/%1x%1/apps/quorvel.png").arg(pixels));
+        expected.append(u"usr/share/icons/hicolor/%1x%1/apps/quorvel.png"_s.arg(pixels));
     for (const char* sound : {"enter", "left", "msg", "play"})
-        expected.append(QStringLiteral("usr/share/quorvel/%1.wav").arg(QLatin1String(sound)));
+        expected.append(u"usr/share/quorvel/%1.wav"_s.arg(QLatin1String(sound)));
     expected.sort();
     QCOMPARE(filesUnder(root), expected);
-    const QStringList desktopEntry =
-        TextFile::readLines(root + QStringLiteral("/usr/share/applications/quorvel.desktop"));
-    QVERIFY(desktopEntry.contains(QStringLiteral("Exec=quorvel")));
-    QVERIFY(desktopEntry.contains(QStringLiteral("Icon=quorvel")));
-    QCOMPARE(QImage(root + QStringLiteral("/usr/share/icons/hicolor/48x48/apps/quorvel.png")).size(),
-             QSize(48, 48));
+    const QStringList desktopEntry = TextFile::readLines(root + u"/usr/share/applications/quorvel.desktop"_s);
+    QVERIFY(desktopEntry.contains(u"Exec=quorvel"_s));
+    QVERIFY(desktopEntry.contains(u"Icon=quorvel"_s));
+    QCOMPARE(QImage(root + u"/usr/share/icons/hicolor/48x48/apps/quorvel.png"_s).size(), QSize(48, 48));
 
     // The installed program, run by a user whose data folder is in the temporary folder: it takes its
     // sounds from share/quorvel into that folder and, told to end as a desktop session ends it, saves
     // its settings file there; nothing is written beside the executable.
     QProcess program;
-    const QString home = tmp.filePath(QStringLiteral("home"));
-    const QString perUser = home + QStringLiteral("/.local/share/Quorvel");
+    const QString home = tmp.filePath(u"home"_s);
+    const QString perUser = home + u"/.local/share/Quorvel"_s;
     QProcessEnvironment user = QProcessEnvironment::systemEnvironment();
-    user.insert(QStringLiteral("HOME"), home);
-    user.remove(QStringLiteral("XDG_DATA_HOME"));
-    user.insert(QStringLiteral("TMPDIR"), tmp.path()); // where the running copy's lock appears
-    user.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    user.insert(u"HOME"_s, home);
+    user.remove(u"XDG_DATA_HOME"_s);
+    user.insert(u"TMPDIR"_s, tmp.path()); // where the running copy's lock appears
+    user.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
     program.setProcessEnvironment(user);
-    program.start(root + QStringLiteral("/usr/bin/quorvel"), {});
+    program.start(root + u"/usr/bin/quorvel"_s, {});
     QVERIFY(program.waitForStarted(30000));
     // The lock is taken after the program is ready to be told to end.
-    QTRY_VERIFY_WITH_TIMEOUT(
-        !QDir(tmp.path()).entryList({QStringLiteral("quorvel-*.lock")}, QDir::Files).isEmpty(), 60000);
+    QTRY_VERIFY_WITH_TIMEOUT(!QDir(tmp.path()).entryList({u"quorvel-*.lock"_s}, QDir::Files).isEmpty(),
+                             60000);
     program.terminate();
     QVERIFY(program.waitForFinished(60000));
     QCOMPARE(program.exitStatus(), QProcess::NormalExit);
     QStringList files = filesUnder(perUser);
-    QCOMPARE(files, (QStringList{QStringLiteral("Quorvel.ini"), QStringLiteral("enter.wav"),
-                                 QStringLiteral("left.wav"), QStringLiteral("msg.wav"),
-                                 QStringLiteral("play.wav")}));
-    QCOMPARE(TextFile::readLines(perUser + QStringLiteral("/Quorvel.ini")).value(1),
-             QStringLiteral("localhost"));
+    QCOMPARE(files,
+             (QStringList{u"Quorvel.ini"_s, u"enter.wav"_s, u"left.wav"_s, u"msg.wav"_s, u"play.wav"_s}));
+    QCOMPARE(TextFile::readLines(perUser + u"/Quorvel.ini"_s).value(1), u"localhost"_s);
     QCOMPARE(filesUnder(root), expected);
 }
 

@@ -25,6 +25,8 @@
 #include <QTextEdit>
 #include <QtTest>
 
+using namespace Qt::StringLiterals;
+
 using Direction = TransferView::Direction;
 
 namespace {
@@ -67,9 +69,9 @@ struct Members {
     Form3* a = nullptr;
 
     Members() {
-        ann.w->Text3->setText(QStringLiteral("ann"));
-        bob.w->Text3->setText(QStringLiteral("bob"));
-        a = ann.w->openPrivateWindow(QStringLiteral("bob"));
+        ann.w->Text3->setText(u"ann"_s);
+        bob.w->Text3->setText(u"bob"_s);
+        a = ann.w->openPrivateWindow(u"bob"_s);
         bob.w->downloadFolder = downloads.path();
     }
     bool ready() const { return ann.ready && bob.ready && a; }
@@ -145,40 +147,38 @@ void PrivateChatTest::transfers() {
     Members m;
     QVERIFY(m.ready());
     QTemporaryDir source;
-    const QString path = source.filePath(QStringLiteral("data.bin"));
+    const QString path = source.filePath(u"data.bin"_s);
     QByteArray bytes(size, Qt::Uninitialized);
     QRandomGenerator::global()->fillRange(reinterpret_cast<quint32*>(bytes.data()), size / 4);
     writeFile(path, bytes);
     // A file of the same name in the download folder is replaced.
-    const QString saved = m.downloads.filePath(QStringLiteral("data.bin"));
+    const QString saved = m.downloads.filePath(u"data.bin"_s);
     writeFile(saved, QByteArray(5000, 'x'));
 
     const quint16 port = freePort();
     QCOMPARE(m.offer(path, QString::number(port)),
              pmsg("bob", "/SENDFILE|@|" + path + "|@|" + QString::number(port)));
-    QVERIFY(m.a->rtb->toPlainText().endsWith(QStringLiteral("\n<ann> Trying to send ") + path));
+    QVERIFY(m.a->rtb->toPlainText().endsWith(u"\n<ann> Trying to send "_s + path));
     QVERIFY(m.ann.w->privateChat().transferWindow().isVisible());
     QVERIFY(m.relayOffer(path, port));
     Path* dialog = m.offerDialog(0);
     QVERIFY(dialog && dialog->isVisible());
-    QCOMPARE(dialog->Text2->toPlainText(), QStringLiteral("Info : ann Would Like To Send You ") + path +
-                                               QStringLiteral(" Will You Accept?"));
+    QCOMPARE(dialog->Text2->toPlainText(),
+             u"Info : ann Would Like To Send You "_s + path + u" Will You Accept?"_s);
     dialog->Command1->click();
 
     QTRY_VERIFY_WITH_TIMEOUT(!m.bob.t.prompts.shown.isEmpty(), kWait);
-    QCOMPARE(m.bob.t.prompts.lines(), QStringList{QStringLiteral("Quorvel|File Transfer Complete|1")});
+    QCOMPARE(m.bob.t.prompts.lines(), QStringList{u"Quorvel|File Transfer Complete|1"_s});
     QCOMPARE(readFile(saved), padded(bytes));
-    QCOMPARE(m.ann.t.prompts.lastLine(),
-             QStringLiteral("Complete...|File Transfer Complete - ") + path + QStringLiteral("|0"));
+    QCOMPARE(m.ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
     Form3* b = m.bob.w->privateWindow(1);
     QVERIFY(b && b->isVisible());
-    QCOMPARE(b->windowTitle(), QStringLiteral("Chat With <ann>"));
+    QCOMPARE(b->windowTitle(), u"Chat With <ann>"_s);
     // Both frames are reset once the receiver has closed; ann's window can send again.
-    QCOMPARE(m.bobTransfers().status(Direction::Download), QStringLiteral("Disconnected..."));
+    QCOMPARE(m.bobTransfers().status(Direction::Download), u"Disconnected..."_s);
     QCOMPARE(m.bobTransfers().count(Direction::Download), 0);
     Form11& annTransfers = m.ann.w->privateChat().transferWindow();
-    QTRY_COMPARE_WITH_TIMEOUT(annTransfers.status(Direction::Upload), QStringLiteral("Disonnected..."),
-                              kWait);
+    QTRY_COMPARE_WITH_TIMEOUT(annTransfers.status(Direction::Upload), u"Disonnected..."_s, kWait);
     QCOMPARE(annTransfers.path(Direction::Upload), QString());
     QVERIFY(!m.a->sender().uploadBusy());
 }
@@ -189,8 +189,8 @@ void PrivateChatTest::rawSenderOutcomes_data() {
     QTest::addColumn<bool>("sendsDone");
     QTest::addColumn<QString>("outcome"); // "%1" stands for the saved file's path
     QTest::addColumn<QString>("status");
-    const QString suspect = QStringLiteral("Quorvel|File Transfer - Posible Error - Check %1|3");
-    const QString complete = QStringLiteral("Quorvel|File Transfer Complete|1");
+    const QString suspect = u"Quorvel|File Transfer - Posible Error - Check %1|3"_s;
+    const QString complete = u"Quorvel|File Transfer Complete|1"_s;
     QTest::newRow("sender dies half way") << QByteArray("5000") << 1 << false << suspect << "Disconnected...";
     QTest::newRow("done") << QByteArray("1028") << 1 << true << complete << "Disconnected...";
     QTest::newRow("more than announced") << QByteArray("10") << 3 << true << complete << "Disconnected...";
@@ -198,8 +198,7 @@ void PrivateChatTest::rawSenderOutcomes_data() {
         << QByteArray("99999999999999999999") << 1 << false << suspect << "Disconnected...";
     // Nobody listens: the error event reports, with its own titles, on the counts the frame holds.
     QTest::newRow("connection refused")
-        << QByteArray() << -1 << false << QStringLiteral("Complete...|File Transfer Complete|0")
-        << "disconnected...";
+        << QByteArray() << -1 << false << u"Complete...|File Transfer Complete|0"_s << "disconnected...";
 }
 
 void PrivateChatTest::rawSenderOutcomes() {
@@ -227,7 +226,7 @@ void PrivateChatTest::rawSenderOutcomes() {
         else
             sender.peer->abort();
     }
-    const QString saved = m.downloads.filePath(QStringLiteral("half.bin"));
+    const QString saved = m.downloads.filePath(u"half.bin"_s);
     QTRY_COMPARE_WITH_TIMEOUT(m.bob.t.prompts.lastLine(), outcome.arg(saved), kWait);
     QCOMPARE(m.bob.t.prompts.shown.size(), 1);
     QCOMPARE(readFile(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h'));
@@ -249,26 +248,25 @@ void PrivateChatTest::hostileDescriptionsWriteNothing() {
     Members m;
     QVERIFY(m.ready());
     RawSender sender;
-    QVERIFY(m.relayOffer(QStringLiteral("x"), sender.server.serverPort()));
+    QVERIFY(m.relayOffer(u"x"_s, sender.server.serverPort()));
     m.offerDialog(0)->Command1->click();
     QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFO"), kWait);
     sender.send(description);
     QTRY_VERIFY_WITH_TIMEOUT(!m.bob.t.prompts.shown.isEmpty(), kWait);
     QCOMPARE(m.bob.t.prompts.last().icon, Prompts::Icon::Exclamation);
-    QVERIFY(m.bob.t.prompts.last().text.endsWith(
-        QStringLiteral("has no name that can be saved here. Nothing was written.")));
+    QVERIFY(
+        m.bob.t.prompts.last().text.endsWith(u"has no name that can be saved here. Nothing was written."_s));
     QTRY_VERIFY_WITH_TIMEOUT(!sender.peer || sender.peer->state() != QAbstractSocket::ConnectedState, kWait);
     QCOMPARE(sender.received, QByteArray("INFO")); // no SEND
     QCOMPARE(QDir(m.downloads.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
-    QCOMPARE(QDir(m.downloads.path() + QStringLiteral("/..")).entryList({QStringLiteral("passwd")}),
-             QStringList());
+    QCOMPARE(QDir(m.downloads.path() + u"/.."_s).entryList({u"passwd"_s}), QStringList());
 }
 
 void PrivateChatTest::senderWireAndMergedAnswers() {
     Members m;
     QVERIFY(m.ready());
     QTemporaryDir source;
-    const QString path = source.filePath(QStringLiteral("two.bin"));
+    const QString path = source.filePath(u"two.bin"_s);
     const QByteArray bytes = QByteArray(1028, 'a') + QByteArray(1028, 'b');
     writeFile(path, bytes);
     const quint16 port = freePort();
@@ -302,8 +300,7 @@ void PrivateChatTest::senderWireAndMergedAnswers() {
     // The last answer brings the box and, once dismissed, "DONE".
     QVERIFY(say("MORE", 4));
     QCOMPARE(got, QByteArray("DONE"));
-    QCOMPARE(m.ann.t.prompts.lastLine(),
-             QStringLiteral("Complete...|File Transfer Complete - ") + path + QStringLiteral("|0"));
+    QCOMPARE(m.ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
     QCOMPARE(m.ann.w->privateChat().transferWindow().count(Direction::Upload), 3 * 1028);
 }
 
@@ -330,7 +327,7 @@ void PrivateChatTest::portAnswers() {
     QFETCH(bool, listening);
     // 10 and 50000 are accepted answers; on a busy machine something else may hold them already.
     bool held = false;
-    for (const QString& fixed : {QStringLiteral("10"), QStringLiteral("50000")}) {
+    for (const QString& fixed : {u"10"_s, u"50000"_s}) {
         QTcpServer probe;
         if (answers.contains(fixed) && !probe.listen(QHostAddress::Any, fixed.toUShort()))
             held = true;
@@ -344,25 +341,24 @@ void PrivateChatTest::portAnswers() {
     }
     FakePrompts& prompts = m.ann.t.prompts;
     m.ann.t.random.values = {100, 9999, 1234};
-    prompts.files.push_back(QStringLiteral("/tmp/file.bin"));
+    prompts.files.push_back(u"/tmp/file.bin"_s);
     for (const QString& a : answers)
         prompts.inputs.push_back(a == u"free" ? QString::number(freePort()) : a);
     m.a->mnuSNDFile_Click();
 
-    QCOMPARE(prompts.shown.first().line(), QStringLiteral("Select a File To Send.|All Files|0"));
+    QCOMPARE(prompts.shown.first().line(), u"Select a File To Send.|All Files|0"_s);
     QStringList proposed;
     for (const auto& s : prompts.shown) {
         if (s.kind == u"input") {
-            QCOMPARE(
-                s.line(),
-                QStringLiteral("PORT|Select a port... Must allow connections through firewall/router...|0"));
+            QCOMPARE(s.line(),
+                     u"PORT|Select a port... Must allow connections through firewall/router...|0"_s);
             proposed.append(s.proposed);
         }
     }
     // A new default each time, drawn from 200 to 5199.
     QCOMPARE(proposed, (QStringList{"200", "5199", "1234"}.mid(0, proposed.size())));
-    QCOMPARE(prompts.texts().count(QStringLiteral("Unusable Port")), refusals);
-    QCOMPARE(prompts.texts().filter(QStringLiteral("Unable to listen on port")).size(), held ? 1 : 0);
+    QCOMPARE(prompts.texts().count(u"Unusable Port"_s), refusals);
+    QCOMPARE(prompts.texts().filter(u"Unable to listen on port"_s).size(), held ? 1 : 0);
     QCOMPARE(m.a->sender().isListening(), listening);
     QCOMPARE(m.a->sender().uploadBusy(), listening);
     QCOMPARE(m.ann.w->privateChat().transferWindow().isVisible(), listening && connected);
@@ -388,10 +384,10 @@ void PrivateChatTest::declines() {
     Members m;
     QVERIFY(m.ready());
     const quint16 port = freePort();
-    m.offer(QStringLiteral("/tmp/a.zip"), QString::number(port));
+    m.offer(u"/tmp/a.zip"_s, QString::number(port));
     QVERIFY(m.a->sender().isListening());
     m.bob.w->mnuDEC->setChecked(refuseAll);
-    QVERIFY(m.relayOffer(QStringLiteral("/tmp/a.zip"), port));
+    QVERIFY(m.relayOffer(u"/tmp/a.zip"_s, port));
     if (!refuseAll) {
         m.offerDialog(0)->chooseFolder(QDir::tempPath());
         m.offerDialog(0)->Command2->click();
@@ -403,35 +399,34 @@ void PrivateChatTest::declines() {
     QCOMPARE(QDir(m.bob.w->downloadFolder) == QDir(QDir::tempPath()), !refuseAll);
 
     QVERIFY(m.ann.deliver("PMSG|\xbf|<bob> /SENDDECLINE\r\n"));
-    QCOMPARE(m.ann.t.prompts.lastLine(), QStringLiteral("Declined|Transfer Declined...|0"));
+    QCOMPARE(m.ann.t.prompts.lastLine(), u"Declined|Transfer Declined...|0"_s);
     QVERIFY(!m.a->sender().isListening());
     QVERIFY(!m.a->sender().uploadBusy());
-    QCOMPARE(m.ann.w->privateChat().transferWindow().status(Direction::Upload),
-             QStringLiteral("Disonnected..."));
+    QCOMPARE(m.ann.w->privateChat().transferWindow().status(Direction::Upload), u"Disonnected..."_s);
 }
 
 void PrivateChatTest::offerDialogs() {
     Members m;
     QVERIFY(m.ready());
-    QVERIFY(m.relayOffer(QStringLiteral("/a"), 2000));
-    QVERIFY(m.relayOffer(QStringLiteral("/b"), 2001));
+    QVERIFY(m.relayOffer(u"/a"_s, 2000));
+    QVERIFY(m.relayOffer(u"/b"_s, 2001));
     QVERIFY(m.offerDialog(0) && m.offerDialog(1));
-    QCOMPARE(m.offerDialog(1)->offerFrom, QStringLiteral("<ann>"));
-    QCOMPARE(m.offerDialog(1)->offerPort, QStringLiteral("2001"));
-    QCOMPARE(m.offerDialog(1)->offerHost, QStringLiteral("127.0.0.1"));
+    QCOMPARE(m.offerDialog(1)->offerFrom, u"<ann>"_s);
+    QCOMPARE(m.offerDialog(1)->offerPort, u"2001"_s);
+    QCOMPARE(m.offerDialog(1)->offerHost, u"127.0.0.1"_s);
     // The close box cannot dismiss an unanswered offer.
     QVERIFY(!m.offerDialog(0)->close());
     QVERIFY(m.offerDialog(0)->isVisible());
     m.offerDialog(0)->Command2->click();
     QTRY_VERIFY_WITH_TIMEOUT(!m.offerDialog(0), kWait); // answered dialogs are unloaded
-    QVERIFY(m.relayOffer(QStringLiteral("/c"), 2002));
-    QCOMPARE(m.offerDialog(0)->offerPort, QStringLiteral("2002"));
+    QVERIFY(m.relayOffer(u"/c"_s, 2002));
+    QCOMPARE(m.offerDialog(0)->offerPort, u"2002"_s);
     // With all 51 dialogs waiting, further offers are refused without a word.
     for (int i = 2; i < PrivateChat::OfferDialogs; ++i)
-        QVERIFY(m.relayOffer(QStringLiteral("/d"), 3000));
+        QVERIFY(m.relayOffer(u"/d"_s, 3000));
     QVERIFY(m.offerDialog(50)->isVisible());
     m.bob.sentSoFar();
-    QVERIFY(m.relayOffer(QStringLiteral("/e"), 3001));
+    QVERIFY(m.relayOffer(u"/e"_s, 3001));
     QCOMPARE(m.bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
     QCOMPARE(m.bob.t.prompts.shown.size(), 0);
 }
@@ -439,21 +434,21 @@ void PrivateChatTest::offerDialogs() {
 void PrivateChatTest::transferWindowActsOnThePrimaryWindow() {
     Members m;
     QVERIFY(m.ready());
-    m.offer(QStringLiteral("/tmp/a.zip"), QString::number(freePort()));
+    m.offer(u"/tmp/a.zip"_s, QString::number(freePort()));
     Form11& w = m.ann.w->privateChat().transferWindow();
     QVERIFY(w.isVisible());
     // The buttons act on the primary private window, not on the window that made the offer.
-    w.findChild<QPushButton*>(QStringLiteral("cmdUploadCancel"))->click();
-    QCOMPARE(w.status(Direction::Upload), QStringLiteral("Disonnected..."));
+    w.findChild<QPushButton*>(u"cmdUploadCancel"_s)->click();
+    QCOMPARE(w.status(Direction::Upload), u"Disonnected..."_s);
     QVERIFY(m.a->sender().isListening());
     QVERIFY(m.a->sender().uploadBusy());
-    w.findChild<QPushButton*>(QStringLiteral("cmdDownloadCancel"))->click();
-    QCOMPARE(m.ann.t.prompts.lastLine(), QStringLiteral("Quorvel|File Transfer Complete|1"));
-    QCOMPARE(w.status(Direction::Download), QStringLiteral("Disconnected..."));
+    w.findChild<QPushButton*>(u"cmdDownloadCancel"_s)->click();
+    QCOMPARE(m.ann.t.prompts.lastLine(), u"Quorvel|File Transfer Complete|1"_s);
+    QCOMPARE(w.status(Direction::Download), u"Disconnected..."_s);
     w.close();
     QVERIFY(m.a->sender().isListening());
     // "/cancel" in the offering window is what ends its offer.
-    m.a->Text1->setText(QStringLiteral("/cancel"));
+    m.a->Text1->setText(u"/cancel"_s);
     QTest::keyClick(m.a->Text1, Qt::Key_Return);
     QVERIFY(!m.a->sender().isListening());
     QVERIFY(!m.a->sender().uploadBusy());
@@ -465,7 +460,7 @@ void PrivateChatTest::typedLines_data() {
     QTest::addColumn<QByteArray>("wire");
     QTest::addColumn<QString>("conversation");
     QTest::addColumn<QString>("prompt");
-    const QString start = QStringLiteral("\n<bob> hello");
+    const QString start = u"\n<bob> hello"_s;
     QTest::newRow("line") << "hi" << true << pmsg("bob", "hi") << start + "\n<ann> hi"
                           << "";
     QTest::newRow("empty") << "" << true << QByteArray() << start << "";
@@ -506,21 +501,21 @@ void PrivateChatTest::typedLines() {
 void PrivateChatTest::inputLineGuardAndKeys() {
     Members m;
     QVERIFY(m.ready());
-    QTest::keyClicks(m.a->Text1, QStringLiteral("say /WHOYOU"));
-    QCOMPARE(m.a->Text1->text(), QStringLiteral("say /whoyou"));
-    m.a->Text1->setText(QStringLiteral("/WhoYou"));
-    QCOMPARE(m.a->Text1->text(), QStringLiteral("/WhoYou"));
+    QTest::keyClicks(m.a->Text1, u"say /WHOYOU"_s);
+    QCOMPARE(m.a->Text1->text(), u"say /whoyou"_s);
+    m.a->Text1->setText(u"/WhoYou"_s);
+    QCOMPARE(m.a->Text1->text(), u"/WhoYou"_s);
     m.a->Text1->clear();
     // Typing in the conversation goes to the input line; Ctrl+C stays.
     QTest::keyClick(m.a->rtb, Qt::Key_C, Qt::ControlModifier);
     QCOMPARE(m.a->Text1->text(), QString());
-    QTest::keyClicks(m.a->rtb, QStringLiteral("ok"));
-    QCOMPARE(m.a->Text1->text(), QStringLiteral("ok"));
+    QTest::keyClicks(m.a->rtb, u"ok"_s);
+    QCOMPARE(m.a->Text1->text(), u"ok"_s);
     // The two transfer-display items do nothing; clearing empties the conversation.
-    m.a->rtb->setPlainText(QStringLiteral("x"));
+    m.a->rtb->setPlainText(u"x"_s);
     m.a->mnuHide->trigger();
     m.a->mnuShow->trigger();
-    QCOMPARE(m.a->rtb->toPlainText(), QStringLiteral("x"));
+    QCOMPARE(m.a->rtb->toPlainText(), u"x"_s);
     m.a->mnuClearPersonalChat->trigger();
     QCOMPARE(m.a->rtb->toPlainText(), QString());
 }
@@ -535,7 +530,7 @@ void PrivateChatTest::closedWindowComesBackWithALine() {
     w->close();
     QVERIFY(c.deliver("PMSG|\xbf|<bob> two\r\n"));
     QVERIFY(w->isVisible());
-    QCOMPARE(w->rtb->toPlainText(), QStringLiteral("\n<bob> one\n<bob> two"));
+    QCOMPARE(w->rtb->toPlainText(), u"\n<bob> one\n<bob> two"_s);
 }
 
 void PrivateChatTest::composerLines_data() {
@@ -552,16 +547,16 @@ void PrivateChatTest::composerLines() {
     QFETCH(QByteArray, wire);
     Members m;
     QVERIFY(m.ready());
-    m.ann.w->LV1->addItems({QStringLiteral("carl"), QStringLiteral("bob")});
+    m.ann.w->LV1->addItems({u"carl"_s, u"bob"_s});
     m.a->mnuSND->trigger();
     Form5* c = m.ann.w->privateChat().composer();
     QVERIFY(c && c->isVisible());
     QCOMPARE(c->Combo1->count(), 2);
-    QCOMPARE(c->Combo1->itemText(0), QStringLiteral("carl"));
-    QCOMPARE(c->Combo1->currentText(), QStringLiteral("bob"));
+    QCOMPARE(c->Combo1->itemText(0), u"carl"_s);
+    QCOMPARE(c->Combo1->currentText(), u"bob"_s);
     // The recipient cannot be typed.
     QTest::keyClick(c->Combo1, Qt::Key_X);
-    QCOMPARE(c->Combo1->currentText(), QStringLiteral("bob"));
+    QCOMPARE(c->Combo1->currentText(), u"bob"_s);
     c->rtb->setPlainText(text);
     c->mnuSend->trigger();
     QVERIFY(c->isSending());
@@ -575,7 +570,7 @@ void PrivateChatTest::composerCoolDown() {
     QVERIFY(m.ready());
     m.a->mnuSND->trigger();
     Form5* c = m.ann.w->privateChat().composer();
-    c->rtb->setPlainText(QStringLiteral("x"));
+    c->rtb->setPlainText(u"x"_s);
     c->mnuSend->trigger();
     QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
     QCOMPARE(m.ann.sentSoFar(), pmsg("bob", "x\r\n"));
