@@ -1,4 +1,5 @@
 #include "FakeServices.h"
+#include "TestFiles.h"
 
 #include "app/Form1.h"
 #include "common/TextFile.h"
@@ -138,10 +139,7 @@ void Form1Test::settingsRoundTrip() {
     lines[line - 1] = value;
     const QString path = t.file(QStringLiteral("\\Quorvel.ini"));
     QVERIFY(TextFile::writeLines(path, lines));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray written = file.readAll();
-    file.close();
+    const QByteArray written = readBytes(path);
     {
         Form1 w(t.services());
         QVERIFY(w.Form_Load());
@@ -150,8 +148,7 @@ void Form1Test::settingsRoundTrip() {
         QFile::remove(path);
         w.mnuExit->trigger();
     }
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), written);
+    QCOMPARE(readBytes(path), written);
 }
 
 void Form1Test::exitSavesAndEnds_data() {
