@@ -1,3 +1,5 @@
+#include "TestFiles.h"
+
 #include "common/ProgramFolder.h"
 #include "common/TextFile.h"
 
@@ -11,17 +13,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-bool writeFile(const QString& path, const QByteArray& bytes) {
-    QDir().mkpath(QFileInfo(path).path());
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
-
-QByteArray readFile(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 // Every file under a folder, as sorted paths relative to it.
 QStringList filesUnder(const QString& root) {
@@ -57,18 +48,18 @@ void InstallTest::programFolderRule() {
 
     // An installed copy: its shipped files go to the per-user folder, the user's own stay untouched.
     const QString shipped = tmp.filePath(u"usr/share/quorvel"_s);
-    QVERIFY(writeFile(shipped + u"/enter.wav"_s, "shipped enter"));
-    QVERIFY(writeFile(shipped + u"/msg.wav"_s, "shipped msg"));
-    QVERIFY(writeFile(shipped + u"/qvllist-kingpin.qvl"_s, "list"));
-    QVERIFY(writeFile(shipped + u"/README"_s, "not ours to copy"));
-    QVERIFY(writeFile(perUser + u"/msg.wav"_s, "my own msg"));
+    QVERIFY(writeBytes(shipped + u"/enter.wav"_s, "shipped enter"));
+    QVERIFY(writeBytes(shipped + u"/msg.wav"_s, "shipped msg"));
+    QVERIFY(writeBytes(shipped + u"/qvllist-kingpin.qvl"_s, "list"));
+    QVERIFY(writeBytes(shipped + u"/README"_s, "not ours to copy"));
+    QVERIFY(writeBytes(perUser + u"/msg.wav"_s, "my own msg"));
     const QString bin = tmp.filePath(u"usr/bin"_s);
     QVERIFY(QDir().mkpath(bin));
     QCOMPARE(ProgramFolder::installedDataFolder(bin), shipped);
     QCOMPARE(ProgramFolder::forExecutable(bin).path(), perUser);
     QCOMPARE(filesUnder(perUser), (QStringList{u"enter.wav"_s, u"msg.wav"_s, u"qvllist-kingpin.qvl"_s}));
-    QCOMPARE(readFile(perUser + u"/enter.wav"_s), QByteArray("shipped enter"));
-    QCOMPARE(readFile(perUser + u"/msg.wav"_s), QByteArray("my own msg"));
+    QCOMPARE(readBytes(perUser + u"/enter.wav"_s), QByteArray("shipped enter"));
+    QCOMPARE(readBytes(perUser + u"/msg.wav"_s), QByteArray("my own msg"));
     QVERIFY(filesUnder(bin).isEmpty());
 }
 
