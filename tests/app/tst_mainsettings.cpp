@@ -1,3 +1,5 @@
+#include "TestFiles.h"
+
 #include "app/MainSettings.h"
 
 #include <QTemporaryDir>
@@ -79,12 +81,8 @@ void MainSettingsTest::hostileFilesLoadWhatTheyCan() {
     QFETCH(QString, nickname);
     QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("Quorvel.ini"));
-    QFile f(path);
-    if (bytes != "<missing>") {
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
-        f.close();
-    }
+    if (bytes != "<missing>")
+        QVERIFY(writeBytes(path, bytes));
     const MainSettings s = MainSettings::load(path);
     QCOMPARE(s.nickname.value_or(QString()), nickname);
 }
