@@ -1,4 +1,5 @@
 #include "FakeServices.h"
+#include "TestFiles.h"
 
 #include "browser/Form10.h"
 #include "browser/GameStarter.h"
@@ -46,16 +47,8 @@ struct Browser {
             put(it.key(), it.value());
         w = std::make_unique<GameStarter>(t.services());
     }
-    void put(const QString& name, const QByteArray& bytes) {
-        QFile f(t.file(name));
-        QDir().mkpath(QFileInfo(f).path());
-        if (f.open(QIODevice::WriteOnly))
-            f.write(bytes);
-    }
-    QByteArray bytes(const QString& name) const {
-        QFile f(t.file(name));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("-");
-    }
+    void put(const QString& name, const QByteArray& bytes) { writeBytes(t.file(name), bytes); }
+    QByteArray bytes(const QString& name) const { return readBytes(t.file(name)); }
     QStringList items(const QListWidget* list) const {
         QStringList out;
         for (int i = 0; i < list->count(); ++i)
@@ -192,9 +185,7 @@ void GameStarterTest::gameChange() {
 
 void GameStarterTest::homeKeepsPathAndEmptiesLists() {
     QTemporaryDir games;
-    QDir(games.path()).mkpath(QStringLiteral("kp"));
-    QFile exe(games.filePath(QStringLiteral("kp/Kingpin.exe"))); // found whatever its case
-    QVERIFY(exe.open(QIODevice::WriteOnly));
+    QVERIFY(writeBytes(games.filePath(QStringLiteral("kp/Kingpin.exe")), "")); // found whatever its case
     const QString folder = QDir::toNativeSeparators(games.filePath(QStringLiteral("kp")));
     Browser b({{QStringLiteral("\\kingpin-path.qvl"), folder.toUtf8()},
                {"\\kingpin-serverlist.qvl", "A - 1 - 2\r\n"}});
@@ -291,14 +282,13 @@ void GameStarterTest::browseForPath() {
         b.t.prompts.answers.push_back(Prompts::Answer(answer));
     QTemporaryDir games;
     const QString exe = games.filePath(QStringLiteral("Games/X/") + w.proposedFileName());
-    QDir().mkpath(QFileInfo(exe).path());
-    QFile(exe).open(QIODevice::WriteOnly);
+    writeBytes(exe, ""); // with no game chosen there is no file name, and nothing to write
     b.t.prompts.files.push_back(exe);
 
     w.options().cmdGetPath0->click();
     const QString folder = QDir::toNativeSeparators(QFileInfo(exe).path());
     const QString pathFile = game == u"RTCW" ? "\\rtcw-path.qvl" : "\\kingpin-path.qvl";
-    QCOMPARE(b.bytes(pathFile), saved ? folder.toUtf8() + "\r\n" : QByteArray("-"));
+    QCOMPARE(b.bytes(pathFile), saved ? folder.toUtf8() + "\r\n" : QByteArray("<missing>"));
     QCOMPARE(w.options().Text1->text(), saved ? folder : pathBefore);
     QCOMPARE(w.lblStatus->text(), status);
     QStringList expected;
@@ -582,9 +572,7 @@ void GameStarterTest::fetch() {
     QVERIFY(!w.fetchDialog()->isVisible());
     QCOMPARE(f.items(w.lstMasterServers), items);
     QCOMPARE(w.lblMasterServers->text(), caption);
-    QFile copy(f.t.file(file));
-    QVERIFY(copy.open(QIODevice::ReadOnly));
-    QCOMPARE(copy.readAll(), body + "\r\n");
+    QCOMPARE(f.bytes(file), body + "\r\n");
     const QString url = file.mid(1);
     QStringList requests{QStringLiteral("GET /quorvel/") + url + QStringLiteral(" HTTP/1.1")};
     if (game != u"RTCW")
