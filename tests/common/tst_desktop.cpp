@@ -1,6 +1,8 @@
 // Starting games where Windows is not: through Wine when it is on the PATH, from the game folder,
 // and a batch file followed line by line. A script named "wine" on a PATH of the test's own
 // records what it was asked to run.
+#include "TestFiles.h"
+
 #include "common/BatchScript.h"
 #include "common/SystemServices.h"
 #include "common/TextFile.h"
@@ -10,15 +12,6 @@
 #include <QtTest>
 
 namespace {
-
-void writeFile(const QString& path, const QByteArray& bytes, bool executable = false) {
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(bytes);
-    f.close();
-    if (executable)
-        f.setPermissions(f.permissions() | QFile::ExeOwner);
-}
 
 const QByteArray kRecorder("#!/bin/sh\nprintf '%s\\n' \"$PWD\" \"$*\" > \"$RECORD.part\" && /bin/mv \"$RECORD.part\" \"$RECORD\"\n");
 
@@ -97,9 +90,9 @@ void DesktopTest::startsGames() {
     QFETCH(QStringList, recorded);
     const QString gameFolder = m_dir.filePath(QStringLiteral("game"));
     if (!game.isEmpty())
-        writeFile(gameFolder + QStringLiteral("/hl.exe"), game, true);
+        QVERIFY(writeBytes(gameFolder + QStringLiteral("/hl.exe"), game, true));
     if (wineOnPath)
-        writeFile(m_dir.filePath(QStringLiteral("bin/wine")), kRecorder, true);
+        QVERIFY(writeBytes(m_dir.filePath(QStringLiteral("bin/wine")), kRecorder, true));
     qputenv("PATH", m_dir.filePath(QStringLiteral("bin")).toLocal8Bit());
 
     SystemDesktop desktop;
