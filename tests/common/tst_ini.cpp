@@ -1,3 +1,5 @@
+#include "TestFiles.h"
+
 #include "common/INI.h"
 
 #include <QFile>
@@ -7,11 +9,8 @@
 namespace {
 // "-" stands for a file that does not exist.
 void put(const QString& path, const QByteArray& bytes) {
-    if (bytes == "-")
-        return;
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(bytes);
+    if (bytes != "-")
+        QVERIFY(writeBytes(path, bytes));
 }
 } // namespace
 
@@ -80,9 +79,7 @@ void IniTest::writeString() {
     const QString path = dir.filePath(QStringLiteral("Settings.ini"));
     put(path, before);
     QVERIFY(INI::writeString(path, QStringLiteral("Options"), QStringLiteral("KingpinMMClient"), value));
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::ReadOnly));
-    QCOMPARE(f.readAll(), after);
+    QCOMPARE(readBytes(path), after);
 }
 
 QTEST_GUILESS_MAIN(IniTest)
