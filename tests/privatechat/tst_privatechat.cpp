@@ -1,6 +1,7 @@
 // Two members' clients in one process: private windows, composer, offers and direct file transfers
 // over 127.0.0.1, with the chat messages passing through scripted chat servers.
 #include "SignedOnClient.h"
+#include "TestFiles.h"
 
 #include "common/Windows1252.h"
 #include "privatechat/FileReceiver.h"
@@ -48,17 +49,6 @@ quint16 freePort() {
 QByteArray padded(QByteArray bytes) {
     bytes.append(QByteArray(1028 - bytes.size() % 1028, '\0'));
     return bytes;
-}
-
-QByteArray readFile(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
-}
-
-void writeFile(const QString& path, const QByteArray& bytes) {
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(bytes);
 }
 
 // ann and bob, signed on to their own scripted servers; ann has a private window open for bob.
@@ -150,10 +140,10 @@ void PrivateChatTest::transfers() {
     const QString path = source.filePath(u"data.bin"_s);
     QByteArray bytes(size, Qt::Uninitialized);
     QRandomGenerator::global()->fillRange(reinterpret_cast<quint32*>(bytes.data()), size / 4);
-    writeFile(path, bytes);
+    QVERIFY(writeBytes(path, bytes));
     // A file of the same name in the download folder is replaced.
     const QString saved = m.downloads.filePath(u"data.bin"_s);
-    writeFile(saved, QByteArray(5000, 'x'));
+    QVERIFY(writeBytes(saved, QByteArray(5000, 'x')));
 
     const quint16 port = freePort();
     QCOMPARE(m.offer(path, QString::number(port)),
@@ -169,7 +159,7 @@ void PrivateChatTest::transfers() {
 
     QTRY_VERIFY_WITH_TIMEOUT(!m.bob.t.prompts.shown.isEmpty(), kWait);
     QCOMPARE(m.bob.t.prompts.lines(), QStringList{u"Quorvel|File Transfer Complete|1"_s});
-    QCOMPARE(readFile(saved), padded(bytes));
+    QCOMPARE(readBytes(saved), padded(bytes));
     QCOMPARE(m.ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
     Form3* b = m.bob.w->privateWindow(1);
     QVERIFY(b && b->isVisible());
@@ -229,7 +219,7 @@ void PrivateChatTest::rawSenderOutcomes() {
     const QString saved = m.downloads.filePath(u"half.bin"_s);
     QTRY_COMPARE_WITH_TIMEOUT(m.bob.t.prompts.lastLine(), outcome.arg(saved), kWait);
     QCOMPARE(m.bob.t.prompts.shown.size(), 1);
-    QCOMPARE(readFile(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h'));
+    QCOMPARE(readBytes(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h'));
     QCOMPARE(m.bobTransfers().status(Direction::Download), status);
     QCOMPARE(m.bobTransfers().count(Direction::Download), 0);
     QVERIFY(!m.bob.w->privateWindow(1)->receiver().isBusy());
@@ -268,7 +258,7 @@ void PrivateChatTest::senderWireAndMergedAnswers() {
     QTemporaryDir source;
     const QString path = source.filePath(u"two.bin"_s);
     const QByteArray bytes = QByteArray(1028, 'a') + QByteArray(1028, 'b');
-    writeFile(path, bytes);
+    QVERIFY(writeBytes(path, bytes));
     const quint16 port = freePort();
     m.offer(path, QString::number(port));
 
