@@ -1,5 +1,7 @@
 // The master lists over HTTP: GET and HEAD of the six lists, 404 for everything else,
 // nothing outside the data folder reachable, and the samples copied in at start.
+#include "TestFiles.h"
+
 #include "server/MasterListFolder.h"
 #include "server/MasterListHttp.h"
 #include "server/ServerLimits.h"
@@ -102,15 +104,8 @@ private:
 void TestMasterListHttp::initTestCase() {
     QVERIFY(m_dir.isValid());
     // A file beside the lists that no request may reach.
-    QFile secret(m_dir.filePath(QStringLiteral("quorvel.sqlite")));
-    QVERIFY(secret.open(QIODevice::WriteOnly));
-    secret.write("secret");
-    secret.close();
-    QDir().mkpath(m_dir.filePath(QStringLiteral("quorvel")));
-    QFile inner(m_dir.filePath(QStringLiteral("quorvel/qvllist-inner.qvl")));
-    QVERIFY(inner.open(QIODevice::WriteOnly));
-    inner.write("inner");
-    inner.close();
+    QVERIFY(writeBytes(m_dir.filePath(QStringLiteral("quorvel.sqlite")), "secret"));
+    QVERIFY(writeBytes(m_dir.filePath(QStringLiteral("quorvel/qvllist-inner.qvl")), "inner"));
     QVERIFY(MasterListFolder::fillMissing(m_dir.path(), nullptr));
     m_http = std::make_unique<MasterListHttp>(m_dir.path());
     m_port = m_http->listen(QHostAddress::LocalHost, 0);
@@ -120,18 +115,11 @@ void TestMasterListHttp::initTestCase() {
 void TestMasterListHttp::samplesAreCopiedOnlyWhenMissing() {
     QTemporaryDir dir;
     const QString kingpin = dir.filePath(QStringLiteral("qvllist-kingpin.qvl"));
-    QFile own(kingpin);
-    QVERIFY(own.open(QIODevice::WriteOnly));
-    own.write("Our own - 10.0.0.1 - 31510\r\n");
-    own.close();
+    QVERIFY(writeBytes(kingpin, "Our own - 10.0.0.1 - 31510\r\n"));
     QVERIFY(MasterListFolder::fillMissing(dir.path(), nullptr));
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 6);
-    QFile check(kingpin);
-    QVERIFY(check.open(QIODevice::ReadOnly));
-    QCOMPARE(check.readAll(), QByteArray("Our own - 10.0.0.1 - 31510\r\n"));
-    QFile rtcw(dir.filePath(QStringLiteral("qvllist-rtcw.qvl")));
-    QVERIFY(rtcw.open(QIODevice::ReadOnly));
-    const QByteArray sample = rtcw.readAll();
+    QCOMPARE(readBytes(kingpin), QByteArray("Our own - 10.0.0.1 - 31510\r\n"));
+    const QByteArray sample = readBytes(dir.filePath(QStringLiteral("qvllist-rtcw.qvl")));
     QVERIFY(sample.endsWith("\r\n"));
     // Every entry is "description - address - port".
     for (const QByteArray& line : sample.split('\n')) {
@@ -149,10 +137,8 @@ void TestMasterListHttp::getAndHead_data() {
 
 void TestMasterListHttp::getAndHead() {
     QFETCH(QString, name);
-    QFile file(m_dir.filePath(name));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray body = file.readAll();
-    QVERIFY(!body.isEmpty());
+    const QByteArray body = readBytes(m_dir.filePath(name));
+    QVERIFY(!body.isEmpty() && body != "<missing>");
     const QByteArray path = "/quorvel/" + name.toLatin1();
 
     const QByteArray get = exchange(m_port, "GET " + path + " HTTP/1.1\r\nHost: localhost\r\n\r\n",
