@@ -1,6 +1,7 @@
 // Launching a game from the browser of a signed-on client: the batch files, the Half-Life command
 // lines, the room's announcements, the playing state and the return.
 #include "SignedOnClient.h"
+#include "TestFiles.h"
 
 #include "browser/GameStarter.h"
 #include "browser/StarterOptions.h"
@@ -32,10 +33,7 @@ struct Launch : SignedOnClient {
         g.Text2->setText(QStringLiteral("10.0.0.5"));
         g.Text4->setText(QStringLiteral("31510"));
     }
-    QByteArray file(const QString& backslashName) const {
-        QFile f(t.file(backslashName));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
-    }
+    QByteArray file(const QString& backslashName) const { return readBytes(t.file(backslashName)); }
     Form4* resume() const { return g.findChild<Form4*>(); }
 };
 
