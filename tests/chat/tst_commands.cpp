@@ -18,6 +18,11 @@
 class CommandsTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    void init() {
+        c = std::make_unique<SignedOnClient>();
+        QVERIFY(c->ready);
+    }
+    void cleanup() { c.reset(); }
     void inputLine_data();
     void inputLine();
     void lineTypedBeforeTheConnectionIsUpIsKept();
@@ -29,6 +34,9 @@ private Q_SLOTS:
     void addressBox();
     void newsDialogPosts();
     void switchItemsAndClearChat();
+
+private:
+    std::unique_ptr<SignedOnClient> c; // a new client for every test
 };
 
 void CommandsTest::inputLine_data() {
@@ -71,22 +79,20 @@ void CommandsTest::inputLine() {
     QFETCH(QString, status);
     QFETCH(QString, prompt);
     QFETCH(QString, effect);
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    QVERIFY(c.deliver("MSG|\xbf|<ann> earlier\r\n"));
+    QVERIFY(c->deliver("MSG|\xbf|<ann> earlier\r\n"));
     QGuiApplication::clipboard()->setText(QStringLiteral("before"));
-    c.w->Text1->setText(line);
-    QTest::keyClick(c.w->Text1, Qt::Key_Return);
-    QCOMPARE(c.sentSoFar(), sent);
-    QCOMPARE(c.w->statusText(), status);
-    QCOMPARE(c.t.prompts.lastLine(), prompt);
+    c->w->Text1->setText(line);
+    QTest::keyClick(c->w->Text1, Qt::Key_Return);
+    QCOMPARE(c->sentSoFar(), sent);
+    QCOMPARE(c->w->statusText(), status);
+    QCOMPARE(c->t.prompts.lastLine(), prompt);
     // Emptied after every command, so the next line never starts with the last one.
-    QCOMPARE(c.w->Text1->text(), QString());
-    QCOMPARE(c.w->rtb->toPlainText().isEmpty(), effect == u"cleared");
-    QCOMPARE(c.w->gameStarter().isVisible(), effect == u"browser");
+    QCOMPARE(c->w->Text1->text(), QString());
+    QCOMPARE(c->w->rtb->toPlainText().isEmpty(), effect == u"cleared");
+    QCOMPARE(c->w->gameStarter().isVisible(), effect == u"browser");
     QCOMPARE(QGuiApplication::clipboard()->text(),
              effect == u"clipboard" ? QStringLiteral("127.0.0.1") : QStringLiteral("before"));
-    QCOMPARE(c.t.desktop.opened, effect == u"mail" ? QStringList{QStringLiteral("mailto:")} : QStringList());
+    QCOMPARE(c->t.desktop.opened, effect == u"mail" ? QStringList{QStringLiteral("mailto:")} : QStringList());
 }
 
 void CommandsTest::lineTypedBeforeTheConnectionIsUpIsKept() {
@@ -145,57 +151,51 @@ void CommandsTest::userMenu() {
     QFETCH(QString, selected);
     QFETCH(QByteArray, sent);
     QFETCH(QString, prompt);
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    QVERIFY(c.deliver("LIST|\xbf|me\r\nLIST|\xbf|bob\r\n"));
-    c.w->selectUser(selected);
-    c.w->findChild<QAction*>(item)->trigger();
-    QCOMPARE(c.sentSoFar(), sent);
-    QCOMPARE(c.t.prompts.lastLine(), prompt);
-    QCOMPARE(c.w->List1->count(), 0);
-    QVERIFY(!c.w->privateWindow(1));
+    QVERIFY(c->deliver("LIST|\xbf|me\r\nLIST|\xbf|bob\r\n"));
+    c->w->selectUser(selected);
+    c->w->findChild<QAction*>(item)->trigger();
+    QCOMPARE(c->sentSoFar(), sent);
+    QCOMPARE(c->t.prompts.lastLine(), prompt);
+    QCOMPARE(c->w->List1->count(), 0);
+    QVERIFY(!c->w->privateWindow(1));
 }
 
 void CommandsTest::privateWindowOpensOnce() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    QVERIFY(c.deliver("LIST|\xbf|bob\r\n"));
-    c.w->show();
-    QListWidgetItem* bob = c.w->LV1->item(0);
+    QVERIFY(c->deliver("LIST|\xbf|bob\r\n"));
+    c->w->show();
+    QListWidgetItem* bob = c->w->LV1->item(0);
     // A double click on a member opens the window as "Message" does.
-    QTest::mouseDClick(c.w->LV1->viewport(), Qt::LeftButton, {}, c.w->LV1->visualItemRect(bob).center());
-    c.w->mnuPM->trigger();
-    QVERIFY(c.w->privateWindow(1));
-    QCOMPARE(c.w->privateWindow(1)->windowTitle(), QStringLiteral("Chat With <bob>"));
-    QVERIFY(!c.w->privateWindow(2));
+    QTest::mouseDClick(c->w->LV1->viewport(), Qt::LeftButton, {}, c->w->LV1->visualItemRect(bob).center());
+    c->w->mnuPM->trigger();
+    QVERIFY(c->w->privateWindow(1));
+    QCOMPARE(c->w->privateWindow(1)->windowTitle(), QStringLiteral("Chat With <bob>"));
+    QVERIFY(!c->w->privateWindow(2));
     // A line from bob lands in the window the menu opened.
-    QVERIFY(c.deliver("PMSG|\xbf|<bob> hi\r\n"));
-    QCOMPARE(c.w->privateWindow(1)->rtb->toPlainText(), QStringLiteral("\n<bob> hi"));
-    QVERIFY(!c.w->privateWindow(2));
+    QVERIFY(c->deliver("PMSG|\xbf|<bob> hi\r\n"));
+    QCOMPARE(c->w->privateWindow(1)->rtb->toPlainText(), QStringLiteral("\n<bob> hi"));
+    QVERIFY(!c->w->privateWindow(2));
 }
 
 void CommandsTest::ignoreList() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    QVERIFY(c.deliver("LIST|\xbf|bob\r\nLIST|\xbf|ann\r\n"));
-    c.w->mnuVI->trigger();
-    QCOMPARE(c.t.prompts.lastLine(), QStringLiteral("Quorvel|You have no ignored users.|0"));
-    c.w->mnucI->trigger();
-    QCOMPARE(c.t.prompts.lastLine(), QStringLiteral("Quorvel|You have no ignored users to clear.|2"));
-    c.w->selectUser(QStringLiteral("bob"));
-    c.w->mnuIG->trigger();
-    c.w->selectUser(QStringLiteral("ann"));
-    c.w->mnuIG->trigger();
-    c.w->mnuVI->trigger();
-    QCOMPARE(c.t.prompts.lastLine(), QStringLiteral("Quorvel|<bob>\r\n<ann>|0"));
-    QVERIFY(c.deliver("MSG|\xbf|<ann> hidden\r\n"));
-    QCOMPARE(c.w->rtb->toPlainText(), QString());
-    c.w->mnuUn->trigger();
-    QVERIFY(c.deliver("MSG|\xbf|<ann> shown\r\n"));
-    QCOMPARE(c.w->rtb->toPlainText(), QStringLiteral("\n<ann> shown"));
-    c.w->mnucI->trigger();
-    QCOMPARE(c.t.prompts.lastLine(), QStringLiteral("Quorvel|Ignored users, cleared....|1"));
-    QCOMPARE(c.w->List1->count(), 0);
+    QVERIFY(c->deliver("LIST|\xbf|bob\r\nLIST|\xbf|ann\r\n"));
+    c->w->mnuVI->trigger();
+    QCOMPARE(c->t.prompts.lastLine(), QStringLiteral("Quorvel|You have no ignored users.|0"));
+    c->w->mnucI->trigger();
+    QCOMPARE(c->t.prompts.lastLine(), QStringLiteral("Quorvel|You have no ignored users to clear.|2"));
+    c->w->selectUser(QStringLiteral("bob"));
+    c->w->mnuIG->trigger();
+    c->w->selectUser(QStringLiteral("ann"));
+    c->w->mnuIG->trigger();
+    c->w->mnuVI->trigger();
+    QCOMPARE(c->t.prompts.lastLine(), QStringLiteral("Quorvel|<bob>\r\n<ann>|0"));
+    QVERIFY(c->deliver("MSG|\xbf|<ann> hidden\r\n"));
+    QCOMPARE(c->w->rtb->toPlainText(), QString());
+    c->w->mnuUn->trigger();
+    QVERIFY(c->deliver("MSG|\xbf|<ann> shown\r\n"));
+    QCOMPARE(c->w->rtb->toPlainText(), QStringLiteral("\n<ann> shown"));
+    c->w->mnucI->trigger();
+    QCOMPARE(c->t.prompts.lastLine(), QStringLiteral("Quorvel|Ignored users, cleared....|1"));
+    QCOMPARE(c->w->List1->count(), 0);
 }
 
 void CommandsTest::addressBox_data() {
@@ -218,27 +218,23 @@ void CommandsTest::addressBox() {
 }
 
 void CommandsTest::newsDialogPosts() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    Form9 news(*c.w->Winsock1);
+    Form9 news(*c->w->Winsock1);
     news.Text1->setText(QStringLiteral("Tourney"));
     news.Text2->setText(QStringLiteral("Saturday 8pm"));
     news.Command1->click();
-    QCOMPARE(c.sentSoFar(), QByteArray("NEWS|\xbf|Tourney|\xbf|Saturday 8pm"));
+    QCOMPARE(c->sentSoFar(), QByteArray("NEWS|\xbf|Tourney|\xbf|Saturday 8pm"));
 }
 
 void CommandsTest::switchItemsAndClearChat() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    c.w->mnuSoundEffects->trigger();
-    QVERIFY(!c.w->mnuSoundEffects->isChecked());
-    QVERIFY(c.deliver("JOIN|\xbf|ann\r\n"));
-    QVERIFY(c.t.sounds.played.isEmpty());
-    c.w->mnuSoundEffects->trigger();
-    QVERIFY(c.deliver("JOIN|\xbf|bob\r\n"));
-    QCOMPARE(c.t.sounds.played, QStringList{c.t.file(QStringLiteral("\\enter.wav"))});
-    c.w->mnuClearChat->trigger();
-    QCOMPARE(c.w->rtb->toPlainText(), QString());
+    c->w->mnuSoundEffects->trigger();
+    QVERIFY(!c->w->mnuSoundEffects->isChecked());
+    QVERIFY(c->deliver("JOIN|\xbf|ann\r\n"));
+    QVERIFY(c->t.sounds.played.isEmpty());
+    c->w->mnuSoundEffects->trigger();
+    QVERIFY(c->deliver("JOIN|\xbf|bob\r\n"));
+    QCOMPARE(c->t.sounds.played, QStringList{c->t.file(QStringLiteral("\\enter.wav"))});
+    c->w->mnuClearChat->trigger();
+    QCOMPARE(c->w->rtb->toPlainText(), QString());
 }
 
 QTEST_MAIN(CommandsTest)
