@@ -21,6 +21,11 @@ using Reads = QList<QByteArray>;
 class DispatcherTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    void init() {
+        c = std::make_unique<SignedOnClient>();
+        QVERIFY(c->ready);
+    }
+    void cleanup() { c.reset(); }
     void serverMessages_data();
     void serverMessages();
     void lineColours();
@@ -34,6 +39,9 @@ private Q_SLOTS:
     void emoticonsAfterCompletedReads();
     void readerScrolledBackKeepsTheirPlace();
     void linesBeforeABoxAreLaidOutWhenItOpens();
+
+private:
+    std::unique_ptr<SignedOnClient> c; // a new client for every test
 };
 
 namespace {
@@ -164,25 +172,21 @@ void DispatcherTest::serverMessages() {
     QFETCH(QStringList, sounds);
     QFETCH(QByteArray, sent);
     QFETCH(QStringList, prompts);
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    setUp(c, setup);
+    setUp(*c, setup);
     for (const QByteArray& read : reads)
-        QVERIFY(c.deliver(read));
-    QCOMPARE(c.w->rtb->toPlainText(), display);
-    QCOMPARE(::users(*c.w), users);
-    QCOMPARE(c.sentSoFar(), sent);
-    QCOMPARE(c.t.prompts.lines(), prompts);
-    QCOMPARE(soundNames(c.t.sounds), sounds);
+        QVERIFY(c->deliver(read));
+    QCOMPARE(c->w->rtb->toPlainText(), display);
+    QCOMPARE(::users(*c->w), users);
+    QCOMPARE(c->sentSoFar(), sent);
+    QCOMPARE(c->t.prompts.lines(), prompts);
+    QCOMPARE(soundNames(c->t.sounds), sounds);
 }
 
 void DispatcherTest::lineColours() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    c.w->LV1->addItem(QStringLiteral("zed"));
-    QVERIFY(c.deliver("JOIN|\xbf|ann\r\nMSG|\xbf|<ann> hi\r\nPART|\xbf|zed\r\n"));
-    QVERIFY(c.deliver("MSG|\xbf|<ann> /me waves\r\n"));
-    const QTextDocument* doc = c.w->rtb->document();
+    c->w->LV1->addItem(QStringLiteral("zed"));
+    QVERIFY(c->deliver("JOIN|\xbf|ann\r\nMSG|\xbf|<ann> hi\r\nPART|\xbf|zed\r\n"));
+    QVERIFY(c->deliver("MSG|\xbf|<ann> /me waves\r\n"));
+    const QTextDocument* doc = c->w->rtb->document();
     auto colourOf = [doc](int block) {
         return doc->findBlockByNumber(block).begin().fragment().charFormat().foreground().color();
     };
@@ -203,57 +207,49 @@ void DispatcherTest::newNick_data() {
 void DispatcherTest::newNick() {
     QFETCH(std::optional<QString>, answer);
     QFETCH(QByteArray, sent);
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    c.t.prompts.inputs.push_back(answer);
-    QVERIFY(c.deliver("NICK\r\nJOIN|\xbf|lost\r\n"));
-    QCOMPARE(c.t.prompts.last().kind, QStringLiteral("input"));
-    QCOMPARE(c.t.prompts.last().title, QStringLiteral("NewNick"));
-    QCOMPARE(c.t.prompts.last().text, QStringLiteral("Please Select a New Nick..."));
-    QCOMPARE(c.t.prompts.last().proposed, QStringLiteral("NewNick"));
-    QCOMPARE(c.w->Text3->text(), answer.value_or(QString()));
-    QCOMPARE(c.sentSoFar(), sent);
-    QCOMPARE(c.w->LV1->count(), 0);
+    c->t.prompts.inputs.push_back(answer);
+    QVERIFY(c->deliver("NICK\r\nJOIN|\xbf|lost\r\n"));
+    QCOMPARE(c->t.prompts.last().kind, QStringLiteral("input"));
+    QCOMPARE(c->t.prompts.last().title, QStringLiteral("NewNick"));
+    QCOMPARE(c->t.prompts.last().text, QStringLiteral("Please Select a New Nick..."));
+    QCOMPARE(c->t.prompts.last().proposed, QStringLiteral("NewNick"));
+    QCOMPARE(c->w->Text3->text(), answer.value_or(QString()));
+    QCOMPARE(c->sentSoFar(), sent);
+    QCOMPARE(c->w->LV1->count(), 0);
 }
 
 void DispatcherTest::invalidSignsOff() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    QVERIFY(c.deliver("INVALID\r\nJOIN|\xbf|lost\r\n"));
-    QCOMPARE(c.t.prompts.lines(), QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});
+    QVERIFY(c->deliver("INVALID\r\nJOIN|\xbf|lost\r\n"));
+    QCOMPARE(c->t.prompts.lines(), QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});
     // The same handling as the server closing the connection.
-    QCOMPARE(c.w->rtb->toPlainText(), QStringLiteral("\nDisconnected..."));
-    QCOMPARE(c.w->statusText(), QStringLiteral("Signed Off"));
-    QCOMPARE(c.w->connectionText(), QStringLiteral("Not Connected"));
-    QVERIFY(!c.w->isConnected());
-    QVERIFY(c.w->mnucon->isEnabled());
-    QCOMPARE(c.w->LV1->count(), 0);
+    QCOMPARE(c->w->rtb->toPlainText(), QStringLiteral("\nDisconnected..."));
+    QCOMPARE(c->w->statusText(), QStringLiteral("Signed Off"));
+    QCOMPARE(c->w->connectionText(), QStringLiteral("Not Connected"));
+    QVERIFY(!c->w->isConnected());
+    QVERIFY(c->w->mnucon->isEnabled());
+    QCOMPARE(c->w->LV1->count(), 0);
 }
 
 void DispatcherTest::privateLinesFillTenWindows() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
     for (int i = 1; i <= 11; ++i)
-        QVERIFY(c.deliver(QByteArray("PMSG|\xbf|<p") + QByteArray::number(i) + "> hello\r\n"));
-    QVERIFY(c.deliver("PMSG|\xbf|<p3> again\r\n"));
-    QVERIFY(!c.w->privateWindow(0));
+        QVERIFY(c->deliver(QByteArray("PMSG|\xbf|<p") + QByteArray::number(i) + "> hello\r\n"));
+    QVERIFY(c->deliver("PMSG|\xbf|<p3> again\r\n"));
+    QVERIFY(!c->w->privateWindow(0));
     for (int slot = 1; slot <= 10; ++slot) {
-        QVERIFY(c.w->privateWindow(slot));
-        QCOMPARE(c.w->privateWindow(slot)->windowTitle(), QStringLiteral("Chat With <p%1>").arg(slot));
+        QVERIFY(c->w->privateWindow(slot));
+        QCOMPARE(c->w->privateWindow(slot)->windowTitle(), QStringLiteral("Chat With <p%1>").arg(slot));
     }
-    QCOMPARE(c.w->privateWindow(3)->rtb->toPlainText(), QStringLiteral("\n<p3> hello\n<p3> again"));
-    QCOMPARE(c.w->privateWindow(3)->peer(), QStringLiteral("p3"));
+    QCOMPARE(c->w->privateWindow(3)->rtb->toPlainText(), QStringLiteral("\n<p3> hello\n<p3> again"));
+    QCOMPARE(c->w->privateWindow(3)->peer(), QStringLiteral("p3"));
     // The eleventh member finds no free slot; the line is dropped.
     for (int slot = 1; slot <= 10; ++slot)
-        QVERIFY(!c.w->privateWindow(slot)->rtb->toPlainText().contains(QStringLiteral("p11")));
+        QVERIFY(!c->w->privateWindow(slot)->rtb->toPlainText().contains(QStringLiteral("p11")));
 }
 
 void DispatcherTest::whoYouFillsUserInfoInOrder() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    QVERIFY(c.deliver(
+    QVERIFY(c->deliver(
         "PMSG|\xbf|<bob> /WHOYOU Age : 23|@|Email : b@c|@|Website : http://x|@|Hobbys : kp|@|\r\n"));
-    Form2& info = c.w->userInfo();
+    Form2& info = c->w->userInfo();
     QVERIFY(info.isVisible());
     QCOMPARE(info.windowTitle(), QStringLiteral("User Info - bob"));
     QCOMPARE(info.lblUser->text(), QStringLiteral("Details of bob"));
@@ -264,87 +260,77 @@ void DispatcherTest::whoYouFillsUserInfoInOrder() {
 }
 
 void DispatcherTest::followUserFinalJoinsTheGame() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    QSignalSpy join(&c.w->gameStarter(), &GameStarter::joinRequested);
-    QVERIFY(c.deliver(
+    QSignalSpy join(&c->w->gameStarter(), &GameStarter::joinRequested);
+    QVERIFY(c->deliver(
         "FOLLOWUSERFINAL|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin\r\nJOIN|\xbf|ann\r\n"));
-    GameStarter& g = c.w->gameStarter();
+    GameStarter& g = c->w->gameStarter();
     // The join went through to the launch, which hides the browser while the game runs.
     QVERIFY(g.isPlaying());
-    QCOMPARE(c.t.desktop.started.size(), 1);
+    QCOMPARE(c->t.desktop.started.size(), 1);
     QCOMPARE(g.Text3->text(), QStringLiteral("Fred's Bar"));
     QCOMPARE(g.Text2->text(), QStringLiteral("10.0.0.5"));
     QCOMPARE(g.Text4->text(), QStringLiteral("31510"));
     QCOMPARE(g.gameKey(), QStringLiteral("Kingpin"));
     QCOMPARE(join.count(), 1);
-    QCOMPARE(c.w->LV1->count(), 1);
+    QCOMPARE(c->w->LV1->count(), 1);
 }
 
 void DispatcherTest::dataArrivingDuringAPromptIsTheNextRead() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
     bool sentLate = false;
-    c.t.prompts.whileOpen = [&](const FakePrompts::Shown&) {
+    c->t.prompts.whileOpen = [&](const FakePrompts::Shown&) {
         if (sentLate)
             return;
         sentLate = true;
         // While the box is open the event loop runs and more data reaches the socket.
-        c.server.send("JOIN|\xbf|late\r\nMSG|\xbf|<late> hi\r\n");
-        QVERIFY(QTest::qWaitFor([&] { return c.w->Winsock1->bytesAvailable() > 0; }, 5000));
+        c->server.send("JOIN|\xbf|late\r\nMSG|\xbf|<late> hi\r\n");
+        QVERIFY(QTest::qWaitFor([&] { return c->w->Winsock1->bytesAvailable() > 0; }, 5000));
     };
-    QVERIFY(c.deliver("SMSG|\xbf|notice\r\nJOIN|\xbf|first\r\n"));
-    QTRY_COMPARE(::users(*c.w), (QStringList{QStringLiteral("first"), QStringLiteral("late")}));
-    QCOMPARE(c.w->rtb->toPlainText(),
+    QVERIFY(c->deliver("SMSG|\xbf|notice\r\nJOIN|\xbf|first\r\n"));
+    QTRY_COMPARE(::users(*c->w), (QStringList{QStringLiteral("first"), QStringLiteral("late")}));
+    QCOMPARE(c->w->rtb->toPlainText(),
              QStringLiteral("\n ^ first Has entered...\n ^ late Has entered...\n<late> hi"));
 }
 
 void DispatcherTest::emoticonsAfterCompletedReads() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
     const QChar picture(QChar::ObjectReplacementCharacter);
-    QVERIFY(c.deliver("MSG|\xbf|<ann> hi :) :D\r\n"));
-    QCOMPARE(c.w->rtb->toPlainText(), QStringLiteral("\n<ann> hi ") + picture + QStringLiteral(" :D"));
+    QVERIFY(c->deliver("MSG|\xbf|<ann> hi :) :D\r\n"));
+    QCOMPARE(c->w->rtb->toPlainText(), QStringLiteral("\n<ann> hi ") + picture + QStringLiteral(" :D"));
     // A "/me" line ends its read before the pass: its code waits for the next completed read.
-    QVERIFY(c.deliver("MSG|\xbf|<ann> /me winks ;)\r\n"));
-    QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ;)")));
-    QVERIFY(c.deliver("JOIN|\xbf|bob\r\n"));
-    QVERIFY(c.w->rtb->toPlainText().endsWith(QStringLiteral("winks ") + picture +
-                                             QStringLiteral("\n ^ bob Has entered...")));
+    QVERIFY(c->deliver("MSG|\xbf|<ann> /me winks ;)\r\n"));
+    QVERIFY(c->w->rtb->toPlainText().endsWith(QStringLiteral("winks ;)")));
+    QVERIFY(c->deliver("JOIN|\xbf|bob\r\n"));
+    QVERIFY(c->w->rtb->toPlainText().endsWith(QStringLiteral("winks ") + picture +
+                                              QStringLiteral("\n ^ bob Has entered...")));
 }
 
 void DispatcherTest::readerScrolledBackKeepsTheirPlace() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    c.w->show();
-    QScrollBar* bar = c.w->rtb->verticalScrollBar();
+    c->w->show();
+    QScrollBar* bar = c->w->rtb->verticalScrollBar();
     for (int i = 0; i < 5; ++i)
-        QVERIFY(c.deliver(QByteArray("MSG|\xbf|<ann> line\r\n").repeated(20)));
+        QVERIFY(c->deliver(QByteArray("MSG|\xbf|<ann> line\r\n").repeated(20)));
     QTRY_VERIFY(bar->maximum() > 0);
     QTRY_COMPARE(bar->value(), bar->maximum());
     bar->setValue(bar->maximum() / 2);
     const int place = bar->value();
-    QVERIFY(c.deliver("MSG|\xbf|<ann> while reading\r\n"));
-    c.w->appendLine(QStringLiteral("outside a read"), 0);
+    QVERIFY(c->deliver("MSG|\xbf|<ann> while reading\r\n"));
+    c->w->appendLine(QStringLiteral("outside a read"), 0);
     QCOMPARE(bar->value(), place);
     // Back at the bottom, new lines are followed again.
     bar->setValue(bar->maximum());
     const int bottom = bar->maximum();
-    QVERIFY(c.deliver(QByteArray("MSG|\xbf|<ann> newest\r\n").repeated(5)));
+    QVERIFY(c->deliver(QByteArray("MSG|\xbf|<ann> newest\r\n").repeated(5)));
     QTRY_VERIFY(bar->maximum() > bottom);
     QTRY_COMPARE(bar->value(), bar->maximum());
 }
 
 void DispatcherTest::linesBeforeABoxAreLaidOutWhenItOpens() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    c.w->show();
+    c->w->show();
     qreal heightWhileOpen = -1;
-    c.t.prompts.whileOpen = [&](const FakePrompts::Shown&) {
-        QTextDocument* doc = c.w->rtb->document();
+    c->t.prompts.whileOpen = [&](const FakePrompts::Shown&) {
+        QTextDocument* doc = c->w->rtb->document();
         heightWhileOpen = doc->documentLayout()->blockBoundingRect(doc->lastBlock()).height();
     };
-    QVERIFY(c.deliver("JOIN|\xbf|first\r\nSMSG|\xbf|notice\r\n"));
+    QVERIFY(c->deliver("JOIN|\xbf|first\r\nSMSG|\xbf|notice\r\n"));
     QVERIFY(heightWhileOpen > 0);
 }
 
