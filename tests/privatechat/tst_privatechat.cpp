@@ -104,6 +104,11 @@ struct RawSender {
 class PrivateChatTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    void init() {
+        m = std::make_unique<Members>();
+        QVERIFY(m->ready());
+    }
+    void cleanup() { m.reset(); }
     void transfers_data();
     void transfers();
     void rawSenderOutcomes_data();
@@ -124,6 +129,9 @@ private Q_SLOTS:
     void composerLines_data();
     void composerLines();
     void composerCoolDown();
+
+private:
+    std::unique_ptr<Members> m; // ann and bob afresh for every test
 };
 
 void PrivateChatTest::transfers_data() {
@@ -134,43 +142,41 @@ void PrivateChatTest::transfers_data() {
 
 void PrivateChatTest::transfers() {
     QFETCH(int, size);
-    Members m;
-    QVERIFY(m.ready());
     QTemporaryDir source;
     const QString path = source.filePath(u"data.bin"_s);
     QByteArray bytes(size, Qt::Uninitialized);
     QRandomGenerator::global()->fillRange(reinterpret_cast<quint32*>(bytes.data()), size / 4);
     QVERIFY(writeBytes(path, bytes));
     // A file of the same name in the download folder is replaced.
-    const QString saved = m.downloads.filePath(u"data.bin"_s);
+    const QString saved = m->downloads.filePath(u"data.bin"_s);
     QVERIFY(writeBytes(saved, QByteArray(5000, 'x')));
 
     const quint16 port = freePort();
-    QCOMPARE(m.offer(path, QString::number(port)),
+    QCOMPARE(m->offer(path, QString::number(port)),
              pmsg("bob", "/SENDFILE|@|" + path + "|@|" + QString::number(port)));
-    QVERIFY(m.a->rtb->toPlainText().endsWith(u"\n<ann> Trying to send "_s + path));
-    QVERIFY(m.ann.w->privateChat().transferWindow().isVisible());
-    QVERIFY(m.relayOffer(path, port));
-    Path* dialog = m.offerDialog(0);
+    QVERIFY(m->a->rtb->toPlainText().endsWith(u"\n<ann> Trying to send "_s + path));
+    QVERIFY(m->ann.w->privateChat().transferWindow().isVisible());
+    QVERIFY(m->relayOffer(path, port));
+    Path* dialog = m->offerDialog(0);
     QVERIFY(dialog && dialog->isVisible());
     QCOMPARE(dialog->Text2->toPlainText(),
              u"Info : ann Would Like To Send You "_s + path + u" Will You Accept?"_s);
     dialog->Command1->click();
 
-    QTRY_VERIFY_WITH_TIMEOUT(!m.bob.t.prompts.shown.isEmpty(), kWait);
-    QCOMPARE(m.bob.t.prompts.lines(), QStringList{u"Quorvel|File Transfer Complete|1"_s});
+    QTRY_VERIFY_WITH_TIMEOUT(!m->bob.t.prompts.shown.isEmpty(), kWait);
+    QCOMPARE(m->bob.t.prompts.lines(), QStringList{u"Quorvel|File Transfer Complete|1"_s});
     QCOMPARE(readBytes(saved), padded(bytes));
-    QCOMPARE(m.ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
-    Form3* b = m.bob.w->privateWindow(1);
+    QCOMPARE(m->ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
+    Form3* b = m->bob.w->privateWindow(1);
     QVERIFY(b && b->isVisible());
     QCOMPARE(b->windowTitle(), u"Chat With <ann>"_s);
     // Both frames are reset once the receiver has closed; ann's window can send again.
-    QCOMPARE(m.bobTransfers().status(Direction::Download), u"Disconnected..."_s);
-    QCOMPARE(m.bobTransfers().count(Direction::Download), 0);
-    Form11& annTransfers = m.ann.w->privateChat().transferWindow();
+    QCOMPARE(m->bobTransfers().status(Direction::Download), u"Disconnected..."_s);
+    QCOMPARE(m->bobTransfers().count(Direction::Download), 0);
+    Form11& annTransfers = m->ann.w->privateChat().transferWindow();
     QTRY_COMPARE_WITH_TIMEOUT(annTransfers.status(Direction::Upload), u"Disonnected..."_s, kWait);
     QCOMPARE(annTransfers.path(Direction::Upload), QString());
-    QVERIFY(!m.a->sender().uploadBusy());
+    QVERIFY(!m->a->sender().uploadBusy());
 }
 
 void PrivateChatTest::rawSenderOutcomes_data() {
@@ -197,12 +203,10 @@ void PrivateChatTest::rawSenderOutcomes() {
     QFETCH(bool, sendsDone);
     QFETCH(QString, outcome);
     QFETCH(QString, status);
-    Members m;
-    QVERIFY(m.ready());
     RawSender sender;
     const quint16 port = blocks < 0 ? freePort() : sender.server.serverPort();
-    QVERIFY(m.relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), port));
-    m.offerDialog(0)->Command1->click();
+    QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), port));
+    m->offerDialog(0)->Command1->click();
     QByteArray expected = "INFO";
     for (int i = 0; i <= blocks; ++i) {
         QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
@@ -216,13 +220,13 @@ void PrivateChatTest::rawSenderOutcomes() {
         else
             sender.peer->abort();
     }
-    const QString saved = m.downloads.filePath(u"half.bin"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(m.bob.t.prompts.lastLine(), outcome.arg(saved), kWait);
-    QCOMPARE(m.bob.t.prompts.shown.size(), 1);
+    const QString saved = m->downloads.filePath(u"half.bin"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(m->bob.t.prompts.lastLine(), outcome.arg(saved), kWait);
+    QCOMPARE(m->bob.t.prompts.shown.size(), 1);
     QCOMPARE(readBytes(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h'));
-    QCOMPARE(m.bobTransfers().status(Direction::Download), status);
-    QCOMPARE(m.bobTransfers().count(Direction::Download), 0);
-    QVERIFY(!m.bob.w->privateWindow(1)->receiver().isBusy());
+    QCOMPARE(m->bobTransfers().status(Direction::Download), status);
+    QCOMPARE(m->bobTransfers().count(Direction::Download), 0);
+    QVERIFY(!m->bob.w->privateWindow(1)->receiver().isBusy());
 }
 
 void PrivateChatTest::hostileDescriptionsWriteNothing_data() {
@@ -235,32 +239,28 @@ void PrivateChatTest::hostileDescriptionsWriteNothing_data() {
 
 void PrivateChatTest::hostileDescriptionsWriteNothing() {
     QFETCH(QByteArray, description);
-    Members m;
-    QVERIFY(m.ready());
     RawSender sender;
-    QVERIFY(m.relayOffer(u"x"_s, sender.server.serverPort()));
-    m.offerDialog(0)->Command1->click();
+    QVERIFY(m->relayOffer(u"x"_s, sender.server.serverPort()));
+    m->offerDialog(0)->Command1->click();
     QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFO"), kWait);
     sender.send(description);
-    QTRY_VERIFY_WITH_TIMEOUT(!m.bob.t.prompts.shown.isEmpty(), kWait);
-    QCOMPARE(m.bob.t.prompts.last().icon, Prompts::Icon::Exclamation);
+    QTRY_VERIFY_WITH_TIMEOUT(!m->bob.t.prompts.shown.isEmpty(), kWait);
+    QCOMPARE(m->bob.t.prompts.last().icon, Prompts::Icon::Exclamation);
     QVERIFY(
-        m.bob.t.prompts.last().text.endsWith(u"has no name that can be saved here. Nothing was written."_s));
+        m->bob.t.prompts.last().text.endsWith(u"has no name that can be saved here. Nothing was written."_s));
     QTRY_VERIFY_WITH_TIMEOUT(!sender.peer || sender.peer->state() != QAbstractSocket::ConnectedState, kWait);
     QCOMPARE(sender.received, QByteArray("INFO")); // no SEND
-    QCOMPARE(QDir(m.downloads.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
-    QCOMPARE(QDir(m.downloads.path() + u"/.."_s).entryList({u"passwd"_s}), QStringList());
+    QCOMPARE(QDir(m->downloads.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
+    QCOMPARE(QDir(m->downloads.path() + u"/.."_s).entryList({u"passwd"_s}), QStringList());
 }
 
 void PrivateChatTest::senderWireAndMergedAnswers() {
-    Members m;
-    QVERIFY(m.ready());
     QTemporaryDir source;
     const QString path = source.filePath(u"two.bin"_s);
     const QByteArray bytes = QByteArray(1028, 'a') + QByteArray(1028, 'b');
     QVERIFY(writeBytes(path, bytes));
     const quint16 port = freePort();
-    m.offer(path, QString::number(port));
+    m->offer(path, QString::number(port));
 
     QTcpSocket receiver;
     QByteArray got;
@@ -273,7 +273,7 @@ void PrivateChatTest::senderWireAndMergedAnswers() {
     };
     receiver.connectToHost(QHostAddress::LocalHost, port);
     QVERIFY(receiver.waitForConnected(kWait));
-    QTRY_VERIFY_WITH_TIMEOUT(!m.a->sender().isListening(), kWait); // one peer per offer
+    QTRY_VERIFY_WITH_TIMEOUT(!m->a->sender().isListening(), kWait); // one peer per offer
     const QByteArray description = "INFO|@|" + Windows1252::encode(path) + "|@|2056";
     QVERIFY(say("INFO", description.size()));
     QCOMPARE(got, description);
@@ -290,8 +290,8 @@ void PrivateChatTest::senderWireAndMergedAnswers() {
     // The last answer brings the box and, once dismissed, "DONE".
     QVERIFY(say("MORE", 4));
     QCOMPARE(got, QByteArray("DONE"));
-    QCOMPARE(m.ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
-    QCOMPARE(m.ann.w->privateChat().transferWindow().count(Direction::Upload), 3 * 1028);
+    QCOMPARE(m->ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
+    QCOMPARE(m->ann.w->privateChat().transferWindow().count(Direction::Upload), 3 * 1028);
 }
 
 void PrivateChatTest::portAnswers_data() {
@@ -323,18 +323,16 @@ void PrivateChatTest::portAnswers() {
             held = true;
     }
     listening = listening && !held;
-    Members m;
-    QVERIFY(m.ready());
     if (!connected) {
-        m.ann.server.dropClient();
-        QTRY_VERIFY_WITH_TIMEOUT(!m.ann.w->isConnected(), kWait);
+        m->ann.server.dropClient();
+        QTRY_VERIFY_WITH_TIMEOUT(!m->ann.w->isConnected(), kWait);
     }
-    FakePrompts& prompts = m.ann.t.prompts;
-    m.ann.t.random.values = {100, 9999, 1234};
+    FakePrompts& prompts = m->ann.t.prompts;
+    m->ann.t.random.values = {100, 9999, 1234};
     prompts.files.push_back(u"/tmp/file.bin"_s);
     for (const QString& a : answers)
         prompts.inputs.push_back(a == u"free" ? QString::number(freePort()) : a);
-    m.a->mnuSNDFile_Click();
+    m->a->mnuSNDFile_Click();
 
     QCOMPARE(prompts.shown.first().line(), u"Select a File To Send.|All Files|0"_s);
     QStringList proposed;
@@ -349,18 +347,18 @@ void PrivateChatTest::portAnswers() {
     QCOMPARE(proposed, (QStringList{"200", "5199", "1234"}.mid(0, proposed.size())));
     QCOMPARE(prompts.texts().count(u"Unusable Port"_s), refusals);
     QCOMPARE(prompts.texts().filter(u"Unable to listen on port"_s).size(), held ? 1 : 0);
-    QCOMPARE(m.a->sender().isListening(), listening);
-    QCOMPARE(m.a->sender().uploadBusy(), listening);
-    QCOMPARE(m.ann.w->privateChat().transferWindow().isVisible(), listening && connected);
+    QCOMPARE(m->a->sender().isListening(), listening);
+    QCOMPARE(m->a->sender().uploadBusy(), listening);
+    QCOMPARE(m->ann.w->privateChat().transferWindow().isVisible(), listening && connected);
     if (connected)
-        QCOMPARE(m.ann.sentSoFar().startsWith("PMSG|\xbf|bob|\xbf|/SENDFILE|@|/tmp/file.bin|@|"), listening);
+        QCOMPARE(m->ann.sentSoFar().startsWith("PMSG|\xbf|bob|\xbf|/SENDFILE|@|/tmp/file.bin|@|"), listening);
 
     // While an offer is pending a second "Send File" does nothing at all.
     const qsizetype before = prompts.shown.size();
-    m.a->mnuSNDFile->trigger();
+    m->a->mnuSNDFile->trigger();
     QCOMPARE(prompts.shown.size() == before, listening);
-    m.a->Winsock1_Close();
-    QVERIFY(!m.a->sender().isListening());
+    m->a->Winsock1_Close();
+    QVERIFY(!m->a->sender().isListening());
 }
 
 void PrivateChatTest::declines_data() {
@@ -371,77 +369,71 @@ void PrivateChatTest::declines_data() {
 
 void PrivateChatTest::declines() {
     QFETCH(bool, refuseAll);
-    Members m;
-    QVERIFY(m.ready());
     const quint16 port = freePort();
-    m.offer(u"/tmp/a.zip"_s, QString::number(port));
-    QVERIFY(m.a->sender().isListening());
-    m.bob.w->mnuDEC->setChecked(refuseAll);
-    QVERIFY(m.relayOffer(u"/tmp/a.zip"_s, port));
+    m->offer(u"/tmp/a.zip"_s, QString::number(port));
+    QVERIFY(m->a->sender().isListening());
+    m->bob.w->mnuDEC->setChecked(refuseAll);
+    QVERIFY(m->relayOffer(u"/tmp/a.zip"_s, port));
     if (!refuseAll) {
-        m.offerDialog(0)->chooseFolder(QDir::tempPath());
-        m.offerDialog(0)->Command2->click();
+        m->offerDialog(0)->chooseFolder(QDir::tempPath());
+        m->offerDialog(0)->Command2->click();
     }
-    QCOMPARE(m.offerDialog(0) && m.offerDialog(0)->isVisible(), false);
-    QCOMPARE(m.bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
-    QCOMPARE(m.bob.t.prompts.shown.size(), 0);
+    QCOMPARE(m->offerDialog(0) && m->offerDialog(0)->isVisible(), false);
+    QCOMPARE(m->bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
+    QCOMPARE(m->bob.t.prompts.shown.size(), 0);
     // Changing the folder counts even when the offer is then refused.
-    QCOMPARE(QDir(m.bob.w->downloadFolder) == QDir(QDir::tempPath()), !refuseAll);
+    QCOMPARE(QDir(m->bob.w->downloadFolder) == QDir(QDir::tempPath()), !refuseAll);
 
-    QVERIFY(m.ann.deliver("PMSG|\xbf|<bob> /SENDDECLINE\r\n"));
-    QCOMPARE(m.ann.t.prompts.lastLine(), u"Declined|Transfer Declined...|0"_s);
-    QVERIFY(!m.a->sender().isListening());
-    QVERIFY(!m.a->sender().uploadBusy());
-    QCOMPARE(m.ann.w->privateChat().transferWindow().status(Direction::Upload), u"Disonnected..."_s);
+    QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> /SENDDECLINE\r\n"));
+    QCOMPARE(m->ann.t.prompts.lastLine(), u"Declined|Transfer Declined...|0"_s);
+    QVERIFY(!m->a->sender().isListening());
+    QVERIFY(!m->a->sender().uploadBusy());
+    QCOMPARE(m->ann.w->privateChat().transferWindow().status(Direction::Upload), u"Disonnected..."_s);
 }
 
 void PrivateChatTest::offerDialogs() {
-    Members m;
-    QVERIFY(m.ready());
-    QVERIFY(m.relayOffer(u"/a"_s, 2000));
-    QVERIFY(m.relayOffer(u"/b"_s, 2001));
-    QVERIFY(m.offerDialog(0) && m.offerDialog(1));
-    QCOMPARE(m.offerDialog(1)->offerFrom, u"<ann>"_s);
-    QCOMPARE(m.offerDialog(1)->offerPort, u"2001"_s);
-    QCOMPARE(m.offerDialog(1)->offerHost, u"127.0.0.1"_s);
+    QVERIFY(m->relayOffer(u"/a"_s, 2000));
+    QVERIFY(m->relayOffer(u"/b"_s, 2001));
+    QVERIFY(m->offerDialog(0) && m->offerDialog(1));
+    QCOMPARE(m->offerDialog(1)->offerFrom, u"<ann>"_s);
+    QCOMPARE(m->offerDialog(1)->offerPort, u"2001"_s);
+    QCOMPARE(m->offerDialog(1)->offerHost, u"127.0.0.1"_s);
     // The close box cannot dismiss an unanswered offer.
-    QVERIFY(!m.offerDialog(0)->close());
-    QVERIFY(m.offerDialog(0)->isVisible());
-    m.offerDialog(0)->Command2->click();
-    QTRY_VERIFY_WITH_TIMEOUT(!m.offerDialog(0), kWait); // answered dialogs are unloaded
-    QVERIFY(m.relayOffer(u"/c"_s, 2002));
-    QCOMPARE(m.offerDialog(0)->offerPort, u"2002"_s);
+    QVERIFY(!m->offerDialog(0)->close());
+    QVERIFY(m->offerDialog(0)->isVisible());
+    m->offerDialog(0)->Command2->click();
+    QTRY_VERIFY_WITH_TIMEOUT(!m->offerDialog(0), kWait); // answered dialogs are unloaded
+    QVERIFY(m->relayOffer(u"/c"_s, 2002));
+    QCOMPARE(m->offerDialog(0)->offerPort, u"2002"_s);
     // With all 51 dialogs waiting, further offers are refused without a word.
     for (int i = 2; i < PrivateChat::OfferDialogs; ++i)
-        QVERIFY(m.relayOffer(u"/d"_s, 3000));
-    QVERIFY(m.offerDialog(50)->isVisible());
-    m.bob.sentSoFar();
-    QVERIFY(m.relayOffer(u"/e"_s, 3001));
-    QCOMPARE(m.bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
-    QCOMPARE(m.bob.t.prompts.shown.size(), 0);
+        QVERIFY(m->relayOffer(u"/d"_s, 3000));
+    QVERIFY(m->offerDialog(50)->isVisible());
+    m->bob.sentSoFar();
+    QVERIFY(m->relayOffer(u"/e"_s, 3001));
+    QCOMPARE(m->bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
+    QCOMPARE(m->bob.t.prompts.shown.size(), 0);
 }
 
 void PrivateChatTest::transferWindowActsOnThePrimaryWindow() {
-    Members m;
-    QVERIFY(m.ready());
-    m.offer(u"/tmp/a.zip"_s, QString::number(freePort()));
-    Form11& w = m.ann.w->privateChat().transferWindow();
+    m->offer(u"/tmp/a.zip"_s, QString::number(freePort()));
+    Form11& w = m->ann.w->privateChat().transferWindow();
     QVERIFY(w.isVisible());
     // The buttons act on the primary private window, not on the window that made the offer.
     w.findChild<QPushButton*>(u"cmdUploadCancel"_s)->click();
     QCOMPARE(w.status(Direction::Upload), u"Disonnected..."_s);
-    QVERIFY(m.a->sender().isListening());
-    QVERIFY(m.a->sender().uploadBusy());
+    QVERIFY(m->a->sender().isListening());
+    QVERIFY(m->a->sender().uploadBusy());
     w.findChild<QPushButton*>(u"cmdDownloadCancel"_s)->click();
-    QCOMPARE(m.ann.t.prompts.lastLine(), u"Quorvel|File Transfer Complete|1"_s);
+    QCOMPARE(m->ann.t.prompts.lastLine(), u"Quorvel|File Transfer Complete|1"_s);
     QCOMPARE(w.status(Direction::Download), u"Disconnected..."_s);
     w.close();
-    QVERIFY(m.a->sender().isListening());
+    QVERIFY(m->a->sender().isListening());
     // "/cancel" in the offering window is what ends its offer.
-    m.a->Text1->setText(u"/cancel"_s);
-    QTest::keyClick(m.a->Text1, Qt::Key_Return);
-    QVERIFY(!m.a->sender().isListening());
-    QVERIFY(!m.a->sender().uploadBusy());
+    m->a->Text1->setText(u"/cancel"_s);
+    QTest::keyClick(m->a->Text1, Qt::Key_Return);
+    QVERIFY(!m->a->sender().isListening());
+    QVERIFY(!m->a->sender().uploadBusy());
 }
 
 void PrivateChatTest::typedLines_data() {
@@ -472,55 +464,50 @@ void PrivateChatTest::typedLines() {
     QFETCH(QByteArray, wire);
     QFETCH(QString, conversation);
     QFETCH(QString, prompt);
-    Members m;
-    QVERIFY(m.ready());
-    QVERIFY(m.ann.deliver("PMSG|\xbf|<bob> hello\r\n"));
+    QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> hello\r\n"));
     if (!connected) {
-        m.ann.server.dropClient();
-        QTRY_VERIFY_WITH_TIMEOUT(!m.ann.w->isConnected(), kWait);
+        m->ann.server.dropClient();
+        QTRY_VERIFY_WITH_TIMEOUT(!m->ann.w->isConnected(), kWait);
     }
-    m.a->Text1->setText(typed);
-    QTest::keyClick(m.a->Text1, Qt::Key_Return);
-    QCOMPARE(m.a->Text1->text(), QString());
-    QCOMPARE(m.a->rtb->toPlainText(), conversation);
-    QCOMPARE(m.ann.t.prompts.lastLine(), prompt);
+    m->a->Text1->setText(typed);
+    QTest::keyClick(m->a->Text1, Qt::Key_Return);
+    QCOMPARE(m->a->Text1->text(), QString());
+    QCOMPARE(m->a->rtb->toPlainText(), conversation);
+    QCOMPARE(m->ann.t.prompts.lastLine(), prompt);
     if (connected)
-        QCOMPARE(m.ann.sentSoFar(), wire);
+        QCOMPARE(m->ann.sentSoFar(), wire);
 }
 
 void PrivateChatTest::inputLineGuardAndKeys() {
-    Members m;
-    QVERIFY(m.ready());
-    QTest::keyClicks(m.a->Text1, u"say /WHOYOU"_s);
-    QCOMPARE(m.a->Text1->text(), u"say /whoyou"_s);
-    m.a->Text1->setText(u"/WhoYou"_s);
-    QCOMPARE(m.a->Text1->text(), u"/WhoYou"_s);
-    m.a->Text1->clear();
+    QTest::keyClicks(m->a->Text1, u"say /WHOYOU"_s);
+    QCOMPARE(m->a->Text1->text(), u"say /whoyou"_s);
+    m->a->Text1->setText(u"/WhoYou"_s);
+    QCOMPARE(m->a->Text1->text(), u"/WhoYou"_s);
+    m->a->Text1->clear();
     // Typing in the conversation goes to the input line; Ctrl+C stays.
-    QTest::keyClick(m.a->rtb, Qt::Key_C, Qt::ControlModifier);
-    QCOMPARE(m.a->Text1->text(), QString());
-    QTest::keyClicks(m.a->rtb, u"ok"_s);
-    QCOMPARE(m.a->Text1->text(), u"ok"_s);
+    QTest::keyClick(m->a->rtb, Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(m->a->Text1->text(), QString());
+    QTest::keyClicks(m->a->rtb, u"ok"_s);
+    QCOMPARE(m->a->Text1->text(), u"ok"_s);
     // The two transfer-display items do nothing; clearing empties the conversation.
-    m.a->rtb->setPlainText(u"x"_s);
-    m.a->mnuHide->trigger();
-    m.a->mnuShow->trigger();
-    QCOMPARE(m.a->rtb->toPlainText(), u"x"_s);
-    m.a->mnuClearPersonalChat->trigger();
-    QCOMPARE(m.a->rtb->toPlainText(), QString());
+    m->a->rtb->setPlainText(u"x"_s);
+    m->a->mnuHide->trigger();
+    m->a->mnuShow->trigger();
+    QCOMPARE(m->a->rtb->toPlainText(), u"x"_s);
+    m->a->mnuClearPersonalChat->trigger();
+    QCOMPARE(m->a->rtb->toPlainText(), QString());
 }
 
 void PrivateChatTest::closedWindowComesBackWithALine() {
-    SignedOnClient c;
-    QVERIFY(c.ready);
-    QVERIFY(c.deliver("PMSG|\xbf|<bob> one\r\n"));
+    SignedOnClient& c = m->bob;
+    QVERIFY(c.deliver("PMSG|\xbf|<carl> one\r\n"));
     Form3* w = c.w->privateWindow(1);
     QVERIFY(w && w->isVisible());
     QVERIFY(!w->testAttribute(Qt::WA_ShowWithoutActivating));
     w->close();
-    QVERIFY(c.deliver("PMSG|\xbf|<bob> two\r\n"));
+    QVERIFY(c.deliver("PMSG|\xbf|<carl> two\r\n"));
     QVERIFY(w->isVisible());
-    QCOMPARE(w->rtb->toPlainText(), u"\n<bob> one\n<bob> two"_s);
+    QCOMPARE(w->rtb->toPlainText(), u"\n<carl> one\n<carl> two"_s);
 }
 
 void PrivateChatTest::composerLines_data() {
@@ -535,11 +522,9 @@ void PrivateChatTest::composerLines_data() {
 void PrivateChatTest::composerLines() {
     QFETCH(QString, text);
     QFETCH(QByteArray, wire);
-    Members m;
-    QVERIFY(m.ready());
-    m.ann.w->LV1->addItems({u"carl"_s, u"bob"_s});
-    m.a->mnuSND->trigger();
-    Form5* c = m.ann.w->privateChat().composer();
+    m->ann.w->LV1->addItems({u"carl"_s, u"bob"_s});
+    m->a->mnuSND->trigger();
+    Form5* c = m->ann.w->privateChat().composer();
     QVERIFY(c && c->isVisible());
     QCOMPARE(c->Combo1->count(), 2);
     QCOMPARE(c->Combo1->itemText(0), u"carl"_s);
@@ -550,32 +535,30 @@ void PrivateChatTest::composerLines() {
     c->rtb->setPlainText(text);
     c->mnuSend->trigger();
     QVERIFY(c->isSending());
-    QVERIFY(m.ann.waitForSent(wire.size()));
+    QVERIFY(m->ann.waitForSent(wire.size()));
     QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
-    QCOMPARE(m.ann.sentSoFar(), wire);
+    QCOMPARE(m->ann.sentSoFar(), wire);
 }
 
 void PrivateChatTest::composerCoolDown() {
-    Members m;
-    QVERIFY(m.ready());
-    m.a->mnuSND->trigger();
-    Form5* c = m.ann.w->privateChat().composer();
+    m->a->mnuSND->trigger();
+    Form5* c = m->ann.w->privateChat().composer();
     c->rtb->setPlainText(u"x"_s);
     c->mnuSend->trigger();
     QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
-    QCOMPARE(m.ann.sentSoFar(), pmsg("bob", "x\r\n"));
+    QCOMPARE(m->ann.sentSoFar(), pmsg("bob", "x\r\n"));
     c->mnuSend->trigger(); // cooling down: nothing
     QTRY_COMPARE_WITH_TIMEOUT(c->pbWaiting->value(), 5, kWait);
     QVERIFY(c->Frame1->isVisible());
     QTRY_VERIFY_WITH_TIMEOUT(!c->Timer1->isActive(), kWait);
     QVERIFY(!c->Frame1->isVisible());
     QCOMPARE(c->pbSending->value(), 0);
-    QCOMPARE(m.ann.sentSoFar(), QByteArray());
+    QCOMPARE(m->ann.sentSoFar(), QByteArray());
     // Ready again, and the frame stays hidden.
     c->mnuSend->trigger();
     QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
     QVERIFY(!c->Frame1->isVisible());
-    QCOMPARE(m.ann.sentSoFar(), pmsg("bob", "x\r\n"));
+    QCOMPARE(m->ann.sentSoFar(), pmsg("bob", "x\r\n"));
 }
 
 QTEST_MAIN(PrivateChatTest)
