@@ -1,5 +1,16 @@
 #include "FakeServices.h"
 
+namespace {
+// The next scripted answer, or `none` when the script has run out.
+template <typename T> T next(std::deque<T>& script, T none) {
+    if (script.empty())
+        return none;
+    const T answer = script.front();
+    script.pop_front();
+    return answer;
+}
+} // namespace
+
 QStringList FakePrompts::texts() const {
     QStringList out;
     for (const Shown& s : shown)
@@ -22,50 +33,27 @@ void FakePrompts::record(Shown s) {
 
 Prompts::Answer FakePrompts::message(const QString& title, const QString& text, Icon icon, Buttons buttons) {
     record({QStringLiteral("message"), title, text, icon, buttons, {}});
-    if (answers.empty())
-        return Answer::Ok;
-    const Answer a = answers.front();
-    answers.pop_front();
-    return a;
+    return next(answers, Answer::Ok);
 }
 
 std::optional<QString> FakePrompts::input(const QString& prompt, const QString& title, const QString& proposed) {
     record({QStringLiteral("input"), title, prompt, Icon::None, Buttons::OkCancel, proposed});
-    if (inputs.empty())
-        return std::nullopt;
-    const bool typed = inputs.front().has_value();
-    const QString text = typed ? *inputs.front() : QString();
-    inputs.pop_front();
-    if (!typed)
-        return std::nullopt;
-    return text;
+    return next(inputs, std::optional<QString>());
 }
 
 QString FakePrompts::openFile(const QString& title, const QString& folder, const QString& filter) {
     record({QStringLiteral("openFile"), title, filter, Icon::None, Buttons::OkCancel, folder});
-    if (files.empty())
-        return {};
-    QString f = files.front();
-    files.pop_front();
-    return f;
+    return next(files, QString());
 }
 
 QString FakePrompts::chooseFolder(const QString& title, const QString& folder) {
     record({QStringLiteral("chooseFolder"), title, {}, Icon::None, Buttons::OkCancel, folder});
-    if (folders.empty())
-        return {};
-    QString f = folders.front();
-    folders.pop_front();
-    return f;
+    return next(folders, QString());
 }
 
 std::optional<qint64> FakePrompts::chooseColour(const QString& title, qint64 currentBgr) {
     record({QStringLiteral("chooseColour"), title, {}, Icon::None, Buttons::OkCancel, QString::number(currentBgr)});
-    if (colours.empty())
-        return std::nullopt;
-    const std::optional<qint64> c = colours.front();
-    colours.pop_front();
-    return c;
+    return next(colours, std::optional<qint64>());
 }
 
 bool FakeDesktop::openWithShell(const QString& documentOrAddress) {
@@ -85,11 +73,7 @@ bool FakeDesktop::runBatch(const QString& batchFile, const QString& workingFolde
 }
 
 int FakeRandom::between(int low, int high) {
-    if (values.empty())
-        return low;
-    const int v = values.front();
-    values.pop_front();
-    return qBound(low, v, high);
+    return qBound(low, next(values, low), high);
 }
 
 TestServices::TestServices() = default;
