@@ -60,14 +60,10 @@ void TestServerChat::publicLineReachesEveryoneWithSender() {
 void TestServerChat::framing_data() {
     QTest::addColumn<QByteArray>("segment");
     QTest::addColumn<QStringList>("delivered");
-    QTest::newRow("one message, no terminator") << QByteArray("MSG|\xBF|one") << QStringList{u"<bob> one"_s};
-    QTest::newRow("trailing CR LF") << QByteArray("MSG|\xBF|one\r\n") << QStringList{u"<bob> one"_s};
     QTest::newRow("two messages") << QByteArray("MSG|\xBF|one\r\nMSG|\xBF|two")
                                   << QStringList{u"<bob> one"_s, u"<bob> two"_s};
     QTest::newRow("PING then a line")
         << QByteArray("PING|\xBF|12:00:00\r\nMSG|\xBF|two\r\n") << QStringList{u"<bob> two"_s};
-    QTest::newRow("empty pieces") << QByteArray("\r\n\r\nMSG|\xBF|one\r\n\r\n")
-                                  << QStringList{u"<bob> one"_s};
     QTest::newRow("separator inside the text")
         << QByteArray("MSG|\xBF|a|\xBF|b") << QStringList{wire("<bob> a", "b")};
     QTest::newRow("a private line glued behind a public one")
