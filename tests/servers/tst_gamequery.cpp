@@ -91,14 +91,11 @@ void GameQueryTest::checkTarget_data() {
     QTest::addColumn<int>("check");
     QTest::addColumn<int>("value");
     using C = GameQuery::Check;
+    // The plain refusals, with their messages, are in tst_pingservers; these are the edges.
     QTest::newRow("ready") << s("10.0.0.5") << s("31510") << int(C::Ready) << 31510;
     QTest::newRow("blanks and exponent") << s("h") << s(" 2.7e4 ") << int(C::Ready) << 27000;
     QTest::newRow("half to even") << s("h") << s("27014.5") << int(C::Ready) << 27014;
-    QTest::newRow("no address, bad port") << s("") << s("x") << int(C::MissingAddress) << 0;
-    QTest::newRow("no port") << s("h") << s("") << int(C::MissingPort) << 0;
-    QTest::newRow("letters") << s("h") << s("27a") << int(C::PortNotNumeric) << 0;
     QTest::newRow("only blanks") << s("h") << s("  ") << int(C::PortNotNumeric) << 0;
-    QTest::newRow("too big") << s("h") << s("70000") << int(C::PortOutOfRange) << 0;
     QTest::newRow("zero") << s("h") << s("0") << int(C::PortOutOfRange) << 0;
     QTest::newRow("beyond 32 bits") << s("h") << s("1e20") << int(C::PortOutOfRange) << 0;
 }
