@@ -2,11 +2,13 @@
 #include "ancillary/SplashWindow.h"
 #include "app/Form1.h"
 #include "app/QuitSignals.h"
+#include "common/QtEventLoop.h"
 #include "common/SystemServices.h"
 
 #include <QApplication>
 
 int main(int argc, char** argv) {
+    useQtEventLoop();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quorvel"));
     QApplication::setWindowIcon(Artwork::applicationIcon());

@@ -123,11 +123,12 @@ void FileReceiver::describe(const QList<QByteArray>& fields) {
 }
 
 void FileReceiver::write(const QByteArray& chunk) {
-    if (m_file.isOpen())
-        m_file.write(chunk);
-    // Every read is answered, also a part of a block.
+    // Every read is answered, also a part of a block; the answer goes first so that the sender's
+    // next block is on its way while this one is saved.
     m_connection.write(More);
     m_connection.flush();
+    if (m_file.isOpen())
+        m_file.write(chunk);
     const qint64 received = m_view.count(Direction::Download) + chunk.size();
     m_view.setCount(Direction::Download, received);
     m_view.setProgress(Direction::Download, std::min(received, m_view.maximum(Direction::Download)));

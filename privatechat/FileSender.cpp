@@ -137,16 +137,6 @@ void FileSender::sendNextBlock() {
         close();
         return;
     }
-    // The sent count grows by a whole block before the block is read, so it ends above the file's length;
-    // a progress value above the maximum is dropped.
-    const qint64 sent = m_view.count(Direction::Upload) + BlockSize;
-    m_view.setSize(Direction::Upload, QString::number(m_length));
-    m_view.setMaximum(Direction::Upload, m_length);
-    m_view.setCount(Direction::Upload, sent);
-    if (sent <= m_length)
-        m_view.setProgress(Direction::Upload, sent);
-    m_view.setStatus(Direction::Upload, QStringLiteral("Connected..."));
-
     QByteArray block = m_file.read(BlockSize);
     if (block.size() < BlockSize) {
         // A short read marks the end; the rest of the block is filler.
@@ -156,6 +146,17 @@ void FileSender::sendNextBlock() {
     m_state = State::WaitingForMore;
     m_connection.write(block);
     m_connection.flush();
+
+    // The view follows once the block is on its way, so that it never delays the exchange. The
+    // sent count grows by a whole block for each block, so it ends above the file's length; a
+    // progress value above the maximum is dropped.
+    const qint64 sent = m_view.count(Direction::Upload) + BlockSize;
+    m_view.setSize(Direction::Upload, QString::number(m_length));
+    m_view.setMaximum(Direction::Upload, m_length);
+    m_view.setCount(Direction::Upload, sent);
+    if (sent <= m_length)
+        m_view.setProgress(Direction::Upload, sent);
+    m_view.setStatus(Direction::Upload, QStringLiteral("Connected..."));
 }
 
 void FileSender::finish() {

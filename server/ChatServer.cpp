@@ -5,10 +5,9 @@
 #include "common/Windows1252.h"
 #include "server/AddressRules.h"
 #include "server/ChatRoom.h"
-#include "server/DescriptorBudget.h"
+#include "server/BudgetedListener.h"
 #include "server/MemberSession.h"
 
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
 
@@ -17,7 +16,7 @@ ChatServer::ChatServer(AccountStore& store, DatabaseThreads& database, const Ser
     : QObject(parent)
     , m_limits(limits)
     , m_now(std::move(now))
-    , m_listener(new QTcpServer(this))
+    , m_listener(new BudgetedListener(this))
     , m_room(new ChatRoom(store, database, limits, m_now, this))
     , m_keepAlive(new QTimer(this)) {
     // A burst of members coming back after an outage must not overflow the kernel's accept queue.
@@ -47,13 +46,11 @@ QString ChatServer::errorString() const {
 }
 
 void ChatServer::setDescriptorBudget(DescriptorBudget* budget) {
-    m_budget = budget;
-    DescriptorBudget::watch(m_listener);
-    connect(budget, &DescriptorBudget::roomAgain, this, &ChatServer::onNewConnection);
+    m_listener->setBudget(budget);
 }
 
 void ChatServer::onNewConnection() {
-    while (QTcpSocket* socket = DescriptorBudget::nextConnection(m_listener, m_budget))
+    while (QTcpSocket* socket = m_listener->takeConnection())
         accept(socket);
 }
 

@@ -9,11 +9,11 @@
 #include <QString>
 
 class AccountStore;
+class BudgetedListener;
 class ChatRoom;
 class DatabaseThreads;
 class DescriptorBudget;
 class MemberSession;
-class QTcpServer;
 class QTcpSocket;
 class QTimer;
 
@@ -48,10 +48,9 @@ private:
 
     ServerLimits m_limits;
     NowFunction m_now;
-    QTcpServer* m_listener;
+    BudgetedListener* m_listener;
     ChatRoom* m_room;
     QTimer* m_keepAlive;
-    DescriptorBudget* m_budget = nullptr;
     QHash<QString, int> m_connectionsByAddress;
     qsizetype m_sessions = 0;
 };

@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QTcpServer>
-#include <QTcpSocket>
 
 #ifdef Q_OS_UNIX
 #include <sys/resource.h>
@@ -41,30 +40,11 @@ void DescriptorBudget::take(QObject* owner) {
     connect(owner, &QObject::destroyed, this, &DescriptorBudget::give);
 }
 
-void DescriptorBudget::watch(QTcpServer* listener) {
-    // QTcpServer keeps accepting within one readiness event as long as its queue of accepted
-    // connections is below this; with 1, a connection we leave in the queue ends the loop, so
-    // at most one descriptor per listener is taken beyond the budget.
-    listener->setMaxPendingConnections(1);
-}
-
-QTcpSocket* DescriptorBudget::nextConnection(QTcpServer* listener, DescriptorBudget* budget) {
-    if (budget && !budget->mayAccept(listener))
-        return nullptr;
-    QTcpSocket* socket = listener->nextPendingConnection();
-    if (socket && budget)
-        budget->take(socket);
-    return socket;
-}
-
-bool DescriptorBudget::mayAccept(QTcpServer* listener) {
-    if (hasRoom())
-        return true;
-    if (!m_paused.contains(listener)) {
-        listener->pauseAccepting();
-        m_paused.append(listener);
-    }
-    return false;
+void DescriptorBudget::pauseUntilRoom(QTcpServer* listener) {
+    if (m_paused.contains(listener))
+        return;
+    listener->pauseAccepting();
+    m_paused.append(listener);
 }
 
 void DescriptorBudget::give() {

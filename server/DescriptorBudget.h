@@ -7,7 +7,6 @@
 #include <algorithm>
 
 class QTcpServer;
-class QTcpSocket;
 
 // The connections the process may hold at once, so that it never runs into its descriptor
 // limit: there accept() fails at once on every try, the listener stays readable and the event
@@ -35,19 +34,14 @@ public:
 
     // Counts one descriptor until `owner` (the socket) is destroyed.
     void take(QObject* owner);
-    // Prepares a listener whose owner asks mayAccept() before it takes each connection.
-    static void watch(QTcpServer* listener);
-    // The listener's next connection, counted against the budget (if any); null when none is
-    // waiting or there is no room, in which case the listener pauses until a descriptor comes back.
-    static QTcpSocket* nextConnection(QTcpServer* listener, DescriptorBudget* budget);
+    // Stops `listener` accepting until a descriptor comes back.
+    void pauseUntilRoom(QTcpServer* listener);
 
 signals:
-    // A descriptor came back while listeners were paused; they were resumed, and their owners
-    // take the connections waiting in them.
+    // A descriptor came back while listeners were paused; they were resumed.
     void roomAgain();
 
 private:
-    bool mayAccept(QTcpServer* listener);
     void give();
 
     int m_connections;

@@ -50,8 +50,16 @@ HttpConnection::HttpConnection(QTcpSocket* socket, qint64 maxHeadBytes, int idle
     connect(m_socket, &QTcpSocket::disconnected, this, &HttpConnection::onDisconnected);
     connect(m_socket, &QTcpSocket::errorOccurred, this, &HttpConnection::onDisconnected);
     m_deadline->start();
-    // Queued, so that whoever made us has connected to finished() first.
-    QMetaObject::invokeMethod(this, &HttpConnection::serve, Qt::QueuedConnection);
+    // The connection may have waited in the listener's queue, where what it sent and a hang-up
+    // were signalled to nobody. Queued, so that whoever made us has connected to finished() first.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            serve();
+            if (m_socket->state() == QAbstractSocket::UnconnectedState)
+                onDisconnected();
+        },
+        Qt::QueuedConnection);
 }
 
 void HttpConnection::serve() {

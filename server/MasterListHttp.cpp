@@ -1,19 +1,18 @@
 #include "server/MasterListHttp.h"
 
 #include "server/AddressRules.h"
-#include "server/DescriptorBudget.h"
+#include "server/BudgetedListener.h"
 
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
-#include <QTcpServer>
 #include <QTcpSocket>
 
 MasterListHttp::MasterListHttp(const QString& folder, const ServerLimits& limits, QObject* parent)
     : QObject(parent)
     , m_folder(folder)
     , m_limits(limits)
-    , m_listener(new QTcpServer(this)) {
+    , m_listener(new BudgetedListener(this)) {
     connect(m_listener, &QTcpServer::newConnection, this, &MasterListHttp::onNewConnection);
 }
 
@@ -22,13 +21,11 @@ quint16 MasterListHttp::listen(const QHostAddress& address, quint16 port) {
 }
 
 void MasterListHttp::setDescriptorBudget(DescriptorBudget* budget) {
-    m_budget = budget;
-    DescriptorBudget::watch(m_listener);
-    connect(budget, &DescriptorBudget::roomAgain, this, &MasterListHttp::onNewConnection);
+    m_listener->setBudget(budget);
 }
 
 void MasterListHttp::onNewConnection() {
-    while (QTcpSocket* socket = DescriptorBudget::nextConnection(m_listener, m_budget)) {
+    while (QTcpSocket* socket = m_listener->takeConnection()) {
         const QString address = AddressRules::text(socket->peerAddress());
         auto* connection = new HttpConnection(
             socket, m_limits.httpMaxHeadBytes, m_limits.httpIdleMs,

@@ -8,8 +8,8 @@
 #include <QObject>
 #include <QString>
 
+class BudgetedListener;
 class DescriptorBudget;
-class QTcpServer;
 
 // Serves the master lists of the data folder: GET and HEAD of /quorvel/qvllist-<name>.qvl,
 // 404 for every other path or method. Only names of that exact shape are looked up, so
@@ -34,8 +34,7 @@ private:
 
     QString m_folder;
     ServerLimits m_limits;
-    QTcpServer* m_listener;
-    DescriptorBudget* m_budget = nullptr;
+    BudgetedListener* m_listener;
     QHash<QString, int> m_connectionsByAddress;
     int m_connections = 0;
 };

@@ -40,6 +40,17 @@ MemberSession::MemberSession(QTcpSocket* socket, const ServerLimits& limits, Now
     });
     m_probeTimer.setSingleShot(true);
     connect(&m_probeTimer, &QTimer::timeout, this, &MemberSession::onProbeTimer);
+    // The connection may have waited in the listener's queue, where what it sent and a hang-up
+    // were signalled to nobody. Queued, so that whoever made us has connected to gone() first.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (m_socket->bytesAvailable() > 0)
+                onReadyRead();
+            if (m_socket->state() == QAbstractSocket::UnconnectedState)
+                onDisconnected();
+        },
+        Qt::QueuedConnection);
 #ifdef Q_OS_UNIX
     int segment = 0;
     socklen_t size = sizeof(segment);

@@ -3,6 +3,8 @@
 // bouncing 1,028-byte blocks and 4-byte answers over a loopback connection with blocking sockets.
 #include "FakeServices.h"
 
+#include "common/QtEventLoop.h"
+
 #include "privatechat/FileReceiver.h"
 #include "privatechat/FileSender.h"
 #include "privatechat/FileSlots.h"
@@ -135,6 +137,8 @@ double sendRate(const QString& path, const QString& folder) {
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Both clients run the event loop the program runs.
+    useQtEventLoop();
     QApplication app(argc, argv);
     const QStringList args = app.arguments();
     if (args.value(1) == u"--receive")
