@@ -1,6 +1,5 @@
 // Sign-on, refusal, the NICK exchange for an account already signed on, the work behind each
-// answer and the spacing of failed attempts. The room's pace during a LOGIN flood is measured by
-// bench/server/SignOnBench.
+// answer, the spacing of failed attempts, and the room's pace while a flood of sign-ons is checked.
 #include "TestServer.h"
 
 #include "server/AccountStore.h"
@@ -8,7 +7,13 @@
 #include "server/SignOnThrottle.h"
 
 #include <QElapsedTimer>
+#include <QEventLoop>
+#include <QSignalSpy>
 #include <QTest>
+#include <QThread>
+#include <QTimer>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 using ServerWire::wire;
@@ -27,6 +32,7 @@ private slots:
     void throttleSpacesOutFailedAttempts_data();
     void throttleSpacesOutFailedAttempts();
     void strangerIsSlowedWhileTheMemberGetsIn();
+    void bystanderKeepsItsPaceDuringALoginFlood();
 };
 
 void TestServerSignOn::newcomerGetsEveryNameAndOthersGetJoin() {
@@ -262,6 +268,115 @@ void TestServerSignOn::strangerIsSlowedWhileTheMemberGetsIn() {
     QVERIFY(guess.waitForLine(u"INVALID"_s, 15000));
     // Its turn was set 3 s after the previous guess was let through, a moment before this clock began.
     QVERIFY(guessClock.elapsed() >= 2500);
+}
+
+namespace {
+
+// Connections that sign on with a wrong password, again and again, as fast as they are answered.
+class LoginFlood : public QObject {
+public:
+    LoginFlood(quint16 port, const QString& name, int connections) {
+        const QByteArray login = "LOGIN|\xBF|" + name.toLatin1() + "|\xBF|wrong";
+        for (int i = 0; i < connections; ++i) {
+            auto* socket = new QTcpSocket(this);
+            connect(socket, &QTcpSocket::connected, socket, [socket, login] { socket->write(login); });
+            connect(socket, &QTcpSocket::readyRead, socket,
+                    [this, socket] { m_answers += int(socket->readAll().count("INVALID")); });
+            // Queued: the socket is still closing while it reports.
+            connect(
+                socket, &QTcpSocket::disconnected, socket,
+                [socket, port] { socket->connectToHost(QHostAddress::LocalHost, port); }, Qt::QueuedConnection);
+            socket->connectToHost(QHostAddress::LocalHost, port);
+        }
+    }
+    int answers() const { return m_answers; }
+
+private:
+    int m_answers = 0;
+};
+
+// Median round trip of a public line from bob back to bob, over `count` lines sent a line every
+// 20 ms (or at once when the last took longer), so that they fall at times that have nothing to
+// do with what the server is busy with.
+double medianRoundTripMs(ServerTestClient& bob, int count) {
+    QList<double> times;
+    QElapsedTimer clock;
+    QString awaited;
+    QEventLoop loop;
+    QTimer pace;
+    const auto sendNext = [&] {
+        if (!awaited.isEmpty())
+            return;
+        bob.clear();
+        const QString text = u"ping %1"_s.arg(times.size());
+        awaited = wire("MSG", "<bob> " + text);
+        clock.start();
+        bob.sendSegment(wire("MSG", text + "\r\n"));
+    };
+    QObject::connect(&pace, &QTimer::timeout, &loop, sendNext);
+    QObject::connect(&bob.socket(), &QTcpSocket::readyRead, &loop, [&] {
+        // Queued behind the client's own reading of the line.
+        QMetaObject::invokeMethod(
+            &loop,
+            [&] {
+                if (awaited.isEmpty() || !bob.lines().contains(awaited))
+                    return;
+                times << clock.nsecsElapsed() / 1e6;
+                awaited.clear();
+                if (times.size() == count)
+                    loop.quit();
+            },
+            Qt::QueuedConnection);
+    });
+    QTimer::singleShot(60000, &loop, &QEventLoop::quit);
+    pace.start(20);
+    sendNext();
+    loop.exec();
+    if (times.size() < count)
+        return -1;
+    std::sort(times.begin(), times.end());
+    return times.at(times.size() / 2);
+}
+
+} // namespace
+
+void TestServerSignOn::bystanderKeepsItsPaceDuringALoginFlood() {
+    ServerLimits limits = TestServer::testLimits();
+    limits.signOnDelayMs = 0; // the flood is about the cost of checking, not the spacing of guesses
+    TestServer server(limits);
+    // Five times the default cost, so that each check costs tens of milliseconds on fast machines too.
+    AccountStore::NewAccount target;
+    target.name = u"target"_s;
+    QCOMPARE(server.store().createAccount(target, PasswordHash::make(u"x"_s, 100000), 0, server.now()),
+             AccountStore::CreateResult::Created);
+    server.addAccount(u"bob"_s, u"22"_s);
+    // Bob and the flood run on a thread of their own, so that the room has a real event loop here.
+    double idle = -1;
+    double flooded = -1;
+    int floodAnswers = 0;
+    std::unique_ptr<QThread> probe(QThread::create([&, port = server.port()] {
+        ServerTestClient bob;
+        bob.connectTo(port);
+        bob.sendSegment(wire("LOGIN", "bob", "22"));
+        if (!bob.waitForLine(wire("LIST", "bob"), 30000))
+            return;
+        idle = medianRoundTripMs(bob, 25);
+        LoginFlood flood(port, target.name, 8);
+        if (!QTest::qWaitFor([&] { return flood.answers() >= 8; }, 60000))
+            return;
+        flooded = medianRoundTripMs(bob, 25);
+        floodAnswers = flood.answers();
+    }));
+    QSignalSpy finished(probe.get(), &QThread::finished);
+    probe->start();
+    QVERIFY(finished.wait(120000));
+    QVERIFY(idle >= 0 && flooded >= 0);
+    QVERIFY(floodAnswers > 8); // the flood went on while bob talked
+    // Checked on the event loop, the flood made bob's round trip hundreds of times slower. Below a
+    // millisecond the scheduler decides, so that is the floor.
+    const double ratio = flooded / std::max(idle, 1.0);
+    qInfo("bystander round trip: idle %.2f ms, during the flood %.2f ms, ratio %.1f", idle, flooded, ratio);
+    QVERIFY2(ratio < 20, qPrintable(u"ratio %1"_s.arg(ratio)));
 }
 
 QTEST_GUILESS_MAIN(TestServerSignOn)
