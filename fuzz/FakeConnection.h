@@ -5,18 +5,23 @@
 
 #include <unistd.h>
 
-// A connection with no socket under it, for driving the transfer ends without the network: each
-// deliver() is one read from the peer, each write of ours is kept in `written`. Connecting succeeds
-// at once; a descriptor handed over by a listener is closed and the connection counts as made.
+// A connection with no socket under it, for driving protocol code without the network: each
+// deliver() is one arrival from the peer (what is not read stays for the next), each write of ours
+// is kept in `written`. Connecting succeeds at once; a descriptor handed over by a listener is
+// closed and the connection counts as made.
 class FakeConnection : public QTcpSocket {
 public:
     using QTcpSocket::connectToHost;
     QList<QByteArray> written;
 
     void deliver(const QByteArray& read) {
-        m_pending = read;
+        m_pending += read;
         Q_EMIT readyRead();
+    }
+    // What the peer sent and was not read, and what we wrote, go.
+    void forget() {
         m_pending.clear();
+        written.clear();
     }
     void connectToHost(const QString&, quint16, OpenMode mode, NetworkLayerProtocol) override {
         pretendConnected(mode);

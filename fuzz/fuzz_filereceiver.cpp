@@ -22,9 +22,9 @@ struct Receiving {
     QTemporaryDir downloads;
     FakeConnection connection;
     TransferViewRecord view;
-    FileSlots slots;
+    FileSlots fileSlots;
     FakePrompts prompts;
-    FileReceiver receiver{connection, view, slots, prompts, [this] { return downloads.path(); }};
+    FileReceiver receiver{connection, view, fileSlots, prompts, [this] { return downloads.path(); }};
     QString saved;
 
     Receiving() {
@@ -56,12 +56,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     r.receiver.close();
     // Whatever happened, the download slot is free again.
-    if (!r.slots.claimDownload())
+    if (!r.fileSlots.claimDownload())
         __builtin_trap();
-    r.slots.releaseDownload();
+    r.fileSlots.releaseDownload();
     if (!r.saved.isEmpty())
         QFile::remove(std::exchange(r.saved, QString()));
-    r.connection.written.clear();
+    r.connection.forget();
     r.prompts.shown.clear();
     return 0;
 }

@@ -32,9 +32,9 @@ struct Sending {
     QByteArray content;
     FakeConnection connection;
     TransferViewRecord view;
-    FileSlots slots;
+    FileSlots fileSlots;
     FakePrompts prompts;
-    FileSender sender{connection, view, slots, prompts};
+    FileSender sender{connection, view, fileSlots, prompts};
 
     Sending() {
         for (int i = 0; i < 2500; ++i)
@@ -97,10 +97,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (sent.left(s.content.size()) != s.content.left(sent.size()) || (done && sent.size() < s.content.size()))
         __builtin_trap();
     s.sender.close();
-    if (!s.slots.claimUpload())
+    if (!s.fileSlots.claimUpload())
         __builtin_trap();
-    s.slots.releaseUpload();
-    s.connection.written.clear();
+    s.fileSlots.releaseUpload();
+    s.connection.forget();
     s.prompts.shown.clear();
     return 0;
 }
