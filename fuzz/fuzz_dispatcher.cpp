@@ -13,16 +13,17 @@
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    static QApplication app(*argc, *argv);
+    // Neither it nor the windows are destroyed: at exit Qt's own teardown would come first.
+    new QApplication(*argc, *argv);
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static std::unique_ptr<SignedOnClient> c;
+    static SignedOnClient* c = nullptr;
     // INVALID signs the client off: every input starts from a signed-on client.
     if (!c || !c->w->isConnected()) {
-        c.reset();
-        c = std::make_unique<SignedOnClient>();
+        delete c;
+        c = new SignedOnClient;
         if (!c->ready)
             __builtin_trap();
     }
@@ -39,5 +40,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (QTcpSocket* peer = c->server.client())
         peer->waitForReadyRead(0);
     c->server.take();
+    // What Qt deferred (deletions, queued calls) is done now, as the event loop would, so that
+    // each input frees what it allocated.
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     return 0;
 }

@@ -63,5 +63,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         QFile::remove(std::exchange(r.saved, QString()));
     r.connection.forget();
     r.prompts.shown.clear();
+    // What Qt deferred (deletions, queued calls) is done now, as the event loop would, so that
+    // each input frees what it allocated.
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     return 0;
 }

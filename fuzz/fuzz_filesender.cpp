@@ -1,6 +1,6 @@
 // Any bytes from a file's receiver, cut into reads at each NUL byte, as the sending end of a private
-// transfer handles them once the receiver has connected. What goes out is only the description,
-// whole blocks of the file in order, and at last "DONE".
+// transfer handles them once the receiver has connected. What goes out is only the description
+// (asked for at any time), whole blocks of the file in order, and after the last one "DONE".
 #include "FakeConnection.h"
 #include "FakeServices.h"
 #include "TransferViewRecord.h"
@@ -84,12 +84,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QByteArray sent;
     bool done = false;
     for (const QByteArray& write : s.connection.written) {
-        if (done)
-            __builtin_trap();
-        if (write == Done) {
-            done = true;
-        } else if (write.size() == BlockSize) {
-            sent += write;
+        if (write == Done || write.size() == BlockSize) {
+            if (done)
+                __builtin_trap();
+            done = write == Done;
+            if (!done)
+                sent += write;
         } else if (write != description) {
             __builtin_trap();
         }
@@ -102,5 +102,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     s.fileSlots.releaseUpload();
     s.connection.forget();
     s.prompts.shown.clear();
+    // What Qt deferred (deletions, queued calls) is done now, as the event loop would, so that
+    // each input frees what it allocated.
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     return 0;
 }

@@ -365,6 +365,8 @@ void TestServerSignOn::bystanderKeepsItsPaceDuringALoginFlood() {
         if (!QTest::qWaitFor([&] { return flood.answers() >= 8; }, 60000))
             return;
         flooded = medianRoundTripMs(bob, 25);
+        // A loaded machine may still be checking the LOGINs sent meanwhile: their answers count.
+        QTest::qWaitFor([&] { return flood.answers() > 8; }, 60000);
         floodAnswers = flood.answers();
     }));
     QSignalSpy finished(probe.get(), &QThread::finished);
