@@ -311,10 +311,15 @@ bool AccountStore::addBan(BanKind kind, const QString& name, const QString& addr
 bool AccountStore::isBanned(const QString& name, const QString& address, const QString& subnet,
                             const QDateTime& now) const {
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    // An operator shares his address or network with the members he bans often enough (one
+    // connection at home, a LAN party): only a ban on his own name keeps him out.
     query.prepare(QStringLiteral("SELECT COUNT(*) FROM bans WHERE (expires IS NULL OR expires > ?) AND ("
-                                 " (kind IN ('timed', 'permanent') AND (name_key = ? OR address = ?))"
-                                 " OR (kind = 'subnet' AND address = ?))"));
+                                 " (kind IN ('timed', 'permanent') AND name_key = ?)"
+                                 " OR (NOT EXISTS (SELECT 1 FROM accounts WHERE name_key = ? AND is_operator <> 0)"
+                                 "  AND ((kind IN ('timed', 'permanent') AND address = ?)"
+                                 "   OR (kind = 'subnet' AND address = ?))))"));
     query.addBindValue(timeText(now));
+    query.addBindValue(NameRules::key(name));
     query.addBindValue(NameRules::key(name));
     query.addBindValue(address);
     query.addBindValue(subnet);

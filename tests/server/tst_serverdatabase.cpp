@@ -61,6 +61,8 @@ void TestServerDatabase::accountsBansAndNewsOutliveARestart() {
 
     QVERIFY(server.store().isOperator(u"alice"_s));
     QTRY_COMPARE_WITH_TIMEOUT(server.store().lastSeen(u"bob"_s), bobLeft, 5000);
+    // alice was still signed on when the server stopped.
+    QCOMPARE(server.store().lastSeen(u"alice"_s), bobLeft);
     auto dave = server.signOn(u"dave"_s, u"44"_s);
     QVERIFY(dave);
     QVERIFY(dave->waitForLine(wire("SMSG", "Latest news (2026-03-01, alice): Cup final - Sunday")));

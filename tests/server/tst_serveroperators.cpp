@@ -135,6 +135,9 @@ void TestServerOperators::bansAndTheirClearing() {
         QVERIFY(m_alice->waitForLine(notice(u"bob was permanently banned."_s)));
     }
     QVERIFY(!bobCanSignOn());
+    // alice shares bob's address and network here: the ban keeps out others, not the operator.
+    QVERIFY(!m_server->store().isBanned(u"alice"_s, u"127.0.0.1"_s, u"127.0.0"_s, m_server->now()));
+    QVERIFY(m_server->store().isBanned(u"dave"_s, u"127.0.0.1"_s, u"127.0.0"_s, m_server->now()));
     m_server->advance(laterSeconds);
     if (!clearWord.isEmpty()) {
         m_alice->sendSegment(wire("OPS", clearWord));
