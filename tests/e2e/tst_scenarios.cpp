@@ -50,8 +50,8 @@ private Q_SLOTS:
     void aFileArrivesWholeUnderItsAccentedName();
     void aRefusedOffer();
     void theOperatorKicksThenBans();
-    void followingAMemberIntoAGame();
     void theServerRestartsAndEveryoneSignsOnAgain();
+    void followingAMemberIntoAGame();
 
 private:
     // Signs on and waits until the member sees itself in the room.
@@ -151,11 +151,13 @@ void ScenariosTest::aFileArrivesWholeUnderItsAccentedName() {
     offer(bob, bob.w.findPrivateWindow(u"ann"_s), source);
     QTRY_VERIFY(ann.w.privateChat().offerDialog(0));
     Path* dialog = ann.w.privateChat().offerDialog(0);
-    QCOMPARE(dialog->Text2->toPlainText(), u"Info : bob Would Like To Send You "_s + source + u" Will You Accept?"_s);
+    QCOMPARE(dialog->Text2->toPlainText(),
+             u"Info : bob Would Like To Send You "_s + source + u" Will You Accept?"_s);
     dialog->Command1->click();
     QTRY_COMPARE_WITH_TIMEOUT(lastPrompt(ann), u"File Transfer Complete"_s, 15000);
     // The last block goes whole: the file is padded with zero bytes to a multiple of 1,028.
-    QCOMPARE(readBytes(ann.w.downloadFolder + u"/café-menu.txt"_s), bytes + QByteArray(3 * 1028 - 3000, '\0'));
+    QCOMPARE(readBytes(ann.w.downloadFolder + u"/café-menu.txt"_s),
+             bytes + QByteArray(3 * 1028 - 3000, '\0'));
     QTRY_COMPARE(lastPrompt(bob), u"File Transfer Complete - "_s + source);
 }
 
@@ -167,7 +169,8 @@ void ScenariosTest::aRefusedOffer() {
 }
 
 void ScenariosTest::theOperatorKicksThenBans() {
-    const QString told = u"Quorvel Public Server Message!|%1|"_s + QString::number(int(Prompts::Icon::Information));
+    const QString told =
+        u"Quorvel Public Server Message!|%1|"_s + QString::number(int(Prompts::Icon::Information));
     ann.onMember(u"carol"_s, ann.w.mnuKick);
     QTRY_COMPARE(carol.t.prompts.lastLine(), told.arg(u"You were kicked by ann."_s));
     QTRY_COMPARE(carol.w.statusText(), u"Signed Off"_s);
@@ -184,30 +187,6 @@ void ScenariosTest::theOperatorKicksThenBans() {
     carol.signOn(u"carol"_s, kPassword);
     QTRY_COMPARE(lastPrompt(carol), u"Login Error : Please Try Again"_s);
     QCOMPARE(ann.users(), (QStringList{u"ann"_s, u"bob"_s}));
-}
-
-void ScenariosTest::followingAMemberIntoAGame() {
-    ann.installHalfLife();
-    const QString bobsGame = bob.installHalfLife();
-    GameStarter& browser = ann.w.gameStarter();
-    ann.w.mnuGameStarter->trigger();
-    browser.setGameKey(u"Half-Life"_s);
-    browser.Option2->setChecked(true);
-    browser.Text3->setText(u"Fred's Bar"_s);
-    browser.Text2->setText(u"10.0.0.5"_s);
-    browser.Text4->setText(u"27015"_s);
-    browser.Join->click();
-    QCOMPARE(ann.t.desktop.started.size(), 1);
-    QTRY_COMPARE(bob.lastLine(), u"<ann> joined Half-Life, server : Fred's Bar - 10.0.0.5 - 27015 at 14:05:09 : 16/11/2003"_s);
-
-    // bob plays Counter-Strike too; the answer to his request tells his client where ann is.
-    bob.w.gameStarter().Option2->setChecked(true);
-    bob.onMember(u"ann"_s, bob.w.mnuFollowUser);
-    QTRY_COMPARE(bob.t.desktop.started.size(), 1);
-    const FakeDesktop::Started& started = bob.t.desktop.started.first();
-    QCOMPARE((QStringList{started.program} + started.arguments).join(u' '),
-             bobsGame + u"\\hl.exe -console -game cstrike -noipx +exec adminpass.cfg +connect 10.0.0.5:27015"_s);
-    QVERIFY(bob.w.gameStarter().isPlaying());
 }
 
 void ScenariosTest::theServerRestartsAndEveryoneSignsOnAgain() {
@@ -228,6 +207,33 @@ void ScenariosTest::theServerRestartsAndEveryoneSignsOnAgain() {
     QVERIFY(signOn(carol, u"carol"_s));
     for (ChatMember* m : everyone)
         QTRY_COMPARE(m->users(), all);
+}
+
+void ScenariosTest::followingAMemberIntoAGame() {
+    ann.installHalfLife();
+    const QString bobsGame = bob.installHalfLife();
+    GameStarter& browser = ann.w.gameStarter();
+    ann.w.mnuGameStarter->trigger();
+    browser.setGameKey(u"Half-Life"_s);
+    browser.Option2->setChecked(true);
+    browser.Text3->setText(u"Fred's Bar"_s);
+    browser.Text2->setText(u"10.0.0.5"_s);
+    browser.Text4->setText(u"27015"_s);
+    browser.Join->click();
+    QCOMPARE(ann.t.desktop.started.size(), 1);
+    QTRY_COMPARE(
+        bob.lastLine(),
+        u"<ann> joined Half-Life, server : Fred's Bar - 10.0.0.5 - 27015 at 14:05:09 : 16/11/2003"_s);
+
+    // bob plays Counter-Strike too; the answer to his request tells his client where ann is.
+    bob.w.gameStarter().Option2->setChecked(true);
+    bob.onMember(u"ann"_s, bob.w.mnuFollowUser);
+    QTRY_COMPARE(bob.t.desktop.started.size(), 1);
+    const FakeDesktop::Started& started = bob.t.desktop.started.first();
+    QCOMPARE((QStringList{started.program} + started.arguments).join(u' '),
+             bobsGame +
+                 u"\\hl.exe -console -game cstrike -noipx +exec adminpass.cfg +connect 10.0.0.5:27015"_s);
+    QVERIFY(bob.w.gameStarter().isPlaying());
 }
 
 QTEST_MAIN(ScenariosTest)

@@ -14,12 +14,15 @@
 #include <QTextBlock>
 #include <QTextEdit>
 
-ChatMember::ChatMember(quint16 port) : w(t.services()) {
+ChatMember::ChatMember(quint16 port)
+    : w(t.services()) {
     w.Form_Load();
     setPort(port);
 }
 
-void ChatMember::setPort(quint16 port) { w.setServerAddress(QStringLiteral("127.0.0.1"), port); }
+void ChatMember::setPort(quint16 port) {
+    w.setServerAddress(QStringLiteral("127.0.0.1"), port);
+}
 
 void ChatMember::signOn(const QString& name, const QString& password) {
     w.mnucon->trigger();
