@@ -2,7 +2,7 @@
 
 #include "common/Windows1252.h"
 
-#include <QTest>
+#include <QtTest>
 
 ServerTestClient::ServerTestClient(QObject* parent)
     : QObject(parent) {
