@@ -202,7 +202,6 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("settings");
         QTest::addColumn<QString>("value"); // "path": the settings file's own path, cut to 49 characters
         QTest::addColumn<QString>("prompt");
-        QTest::newRow("value trimmed") << QByteArray("[Options]\r\nKingpinMMClient=  7 \r\n") << "7" << None;
         QTest::newRow("missing key") << QByteArray("[Options]\r\n") << "path" << None;
         QTest::newRow("empty value") << QByteArray("[Options]\r\nKingpinMMClient=\r\n") << "unchanged"
             << line(QStringLiteral("An error has occurred while calling the API function"), Icon::Exclamation);
@@ -366,9 +365,7 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("fields");
         QTest::newRow("three fields") << "Fred's Bar - 10.0.0.5 - 31510" << QStringList{"Fred's Bar", "10.0.0.5", "31510"};
         QTest::newRow("description with the separator") << "My - Server - 10.0.0.1 - 7777" << QStringList{"My", "Server", "10.0.0.1"};
-        QTest::newRow("two fields") << "Name - host" << QStringList{"Name", "host", "z"};
         QTest::newRow("one field") << "Solo" << QStringList{"Solo", "y", "z"};
-        QTest::newRow("empty item") << "" << QStringList{"", "y", "z"};
     }
     // clang-format on
     void takeApart() {
