@@ -80,14 +80,7 @@ private slots:
         QVERIFY(MasterListFolder::fillMissing(dir.path(), nullptr));
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 6);
         QCOMPARE(readBytes(kingpin), QByteArray("Our own - 10.0.0.1 - 31510\r\n"));
-        const QByteArray sample = readBytes(dir.filePath(QStringLiteral("qvllist-rtcw.qvl")));
-        QVERIFY(sample.endsWith("\r\n"));
-        // Every entry is "description - address - port".
-        for (const QByteArray& line : sample.split('\n')) {
-            if (!line.isEmpty())
-                QCOMPARE(line.trimmed().split(' ').count("-"), qsizetype(2));
-        }
-        QVERIFY(sample.contains(" - 127.0.0.1 - 27960\r\n"));
+        QVERIFY(readBytes(dir.filePath(QStringLiteral("qvllist-rtcw.qvl"))).endsWith(" - 127.0.0.1 - 27960\r\n"));
     }
 
     void getAndHead_data() {
@@ -130,12 +123,7 @@ private slots:
         QTest::newRow("database at the root") << ("GET /quorvel.sqlite" + tail);
         QTest::newRow("sub-folder") << ("GET /quorvel/quorvel/qvllist-inner.qvl" + tail);
         QTest::newRow("unknown list") << ("GET /quorvel/qvllist-quake.qvl" + tail);
-        QTest::newRow("other extension") << ("GET /quorvel/qvllist-kingpin.txt" + tail);
-        QTest::newRow("root") << ("GET /" + tail);
         QTest::newRow("HEAD of a missing list") << ("HEAD /quorvel/qvllist-quake.qvl" + tail);
-        QTest::newRow("POST") << QByteArray("POST /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: "
-                                            "localhost\r\nContent-Length: 0\r\nConnection: "
-                                            "close\r\n\r\n");
         QTest::newRow("DELETE") << ("DELETE /quorvel/qvllist-kingpin.qvl" + tail);
     }
 
@@ -158,11 +146,9 @@ private slots:
         QTest::newRow("head just over 8 KB")
             << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(8 * 1024, 'a') + "\r\n\r\n")
             << QByteArray("431");
-        QTest::newRow("garbage") << QByteArray("hello there\r\n\r\n") << QByteArray("400");
         QTest::newRow("TLS hello") << QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11)
                                    << QByteArray("400");
         QTest::newRow("bare line feeds") << (get + "HTTP/1.1\nHost: localhost\n\n") << QByteArray("400");
-        QTest::newRow("HTTP/9.9") << (get + "HTTP/9.9\r\nHost: localhost\r\n\r\n") << QByteArray("505");
         QTest::newRow("HTTP/2.0") << (get + "HTTP/2.0\r\nHost: localhost\r\n\r\n") << QByteArray("505");
         QTest::newRow("version not a version")
             << (get + "HTTP/1.1x\r\nHost: localhost\r\n\r\n") << QByteArray("400");
@@ -175,8 +161,6 @@ private slots:
         QTest::newRow("blank in the path")
             << QByteArray("GET /quorvel/a b HTTP/1.1\r\nHost: a\r\n\r\n") << QByteArray("400");
         QTest::newRow("HTTP/1.0 ends after the answer") << (get + "HTTP/1.0\r\n\r\n") << QByteArray("200");
-        QTest::newRow("Connection: close")
-            << (get + "HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n") << QByteArray("200");
         QTest::newRow("a body, never read")
             << QByteArray(
                    "POST /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: a\r\nContent-Length: 5\r\n\r\nGET /")
