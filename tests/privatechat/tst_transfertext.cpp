@@ -30,37 +30,26 @@ private Q_SLOTS:
     void saveNames_data() {
         QTest::addColumn<QString>("senderPath");
         QTest::addColumn<QString>("name");
-        QTest::newRow("windows path") << R"(C:\My Files\a.zip)"
-                                      << "a.zip";
-        QTest::newRow("unix path") << "/home/ann/b.txt"
-                                   << "b.txt";
-        QTest::newRow("bare name") << "c.bin"
-                                   << "c.bin";
-        QTest::newRow("mixed separators") << R"(C:\x/y\d.png)"
-                                          << "d.png";
-        QTest::newRow("empty") << ""
-                               << "";
-        QTest::newRow("folder only") << R"(C:\dir\)"
-                                     << "";
-        QTest::newRow("dot") << R"(C:\.)"
-                             << "";
-        QTest::newRow("dot dot") << R"(C:\x\..)"
-                                 << "";
-        QTest::newRow("up by slash") << "a/../.."
-                                     << "";
-        QTest::newRow("drive letter") << "C:evil"
-                                      << "";
-        QTest::newRow("device") << "CON.txt"
-                                << "";
-        QTest::newRow("port device") << "com1"
-                                     << "";
-        QTest::newRow("control character") << QStringLiteral("a\nb") << "";
-        QTest::newRow("trailing dot") << "name."
-                                      << "";
-        QTest::newRow("too long") << QString(256, u'x') << "";
-        QTest::newRow("longest") << QString(255, u'x') << QString(255, u'x');
-        QTest::newRow("console-like but fine") << "CONSOLE.txt"
-                                               << "CONSOLE.txt";
+        const auto row = [](const char* name, const QString& path, const QString& saved) {
+            QTest::newRow(name) << path << saved;
+        };
+        row("windows path", R"(C:\My Files\a.zip)", "a.zip");
+        row("unix path", "/home/ann/b.txt", "b.txt");
+        row("bare name", "c.bin", "c.bin");
+        row("mixed separators", R"(C:\x/y\d.png)", "d.png");
+        row("empty", "", "");
+        row("folder only", R"(C:\dir\)", "");
+        row("dot", R"(C:\.)", "");
+        row("dot dot", R"(C:\x\..)", "");
+        row("up by slash", "a/../..", "");
+        row("drive letter", "C:evil", "");
+        row("device", "CON.txt", "");
+        row("port device", "com1", "");
+        row("control character", QStringLiteral("a\nb"), "");
+        row("trailing dot", "name.", "");
+        row("too long", QString(256, u'x'), "");
+        row("longest", QString(255, u'x'), QString(255, u'x'));
+        row("console-like but fine", "CONSOLE.txt", "CONSOLE.txt");
     }
 
     void saveNames() {
