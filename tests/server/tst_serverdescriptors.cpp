@@ -54,12 +54,10 @@ private slots:
             setrlimit(RLIMIT_NOFILE, &limit);
         });
         server.start(QStringLiteral(QUORVEL_SERVER_PATH),
-                     {QStringLiteral("--data"), data.path(), QStringLiteral("--listen"),
-                      QStringLiteral("127.0.0.1"), QStringLiteral("--chat-port"), QStringLiteral("0"),
-                      QStringLiteral("--http-port"), QStringLiteral("0"), QStringLiteral("--hash-iterations"),
-                      QStringLiteral("1000"), QStringLiteral("--connections-per-address"), QStringLiteral("0"),
-                      QStringLiteral("--accounts-per-address"), QStringLiteral("0"),
-                      QStringLiteral("--flood-lines"), QStringLiteral("1000000")});
+                     QStringList{QStringLiteral("--data"), data.path()} +
+                         QStringLiteral("--listen 127.0.0.1 --chat-port 0 --http-port 0 --hash-iterations 1000 "
+                                        "--connections-per-address 0 --accounts-per-address 0 --flood-lines 1000000")
+                             .split(u' '));
         static const QRegularExpression startLine(
             QStringLiteral("chat port (\\d+).*room for (\\d+) connections \\(descriptor limit (\\d+)\\)"));
         QByteArray output;
