@@ -44,32 +44,24 @@ QColor lastLineColour(const Form1& w) {
 class Form6Test : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    // clang-format off
     void pickedColourShowsAtOnceAndIsSaved_data() {
         QTest::addColumn<QString>("caption");
         QTest::addColumn<QString>("control"); // objectName of the control that shows it, or "me"/"msg" lines
         QTest::addColumn<int>("paletteRole"); // QPalette::ColorRole of that control
         QTest::addColumn<int>("line");        // settings file line that keeps it, 0 when none
-        QTest::newRow("Main BackGround") << "Main BackGround"
-                                         << "rtb" << int(QPalette::Base) << 4;
-        QTest::newRow("Main Text Color") << "Main Text Color"
-                                         << "msg" << int(QPalette::Text) << 6;
-        QTest::newRow("Emotion Color") << "Emotion Color"
-                                       << "me" << 0 << 0;
-        QTest::newRow("Nick BackGround") << "Nick BackGround"
-                                         << "LV1" << int(QPalette::Base) << 7;
-        QTest::newRow("Nick Text Color") << "Nick Text Color"
-                                         << "LV1" << int(QPalette::Text) << 0;
-        QTest::newRow("Input BackGround") << "Input BackGround"
-                                          << "Text1" << int(QPalette::Base) << 8;
-        QTest::newRow("Input Text Color") << "Input Text Color"
-                                          << "Text1" << int(QPalette::Text) << 9;
-        QTest::newRow("Box BackGround") << "Box BackGround"
-                                        << "Text3" << int(QPalette::Base) << 10;
-        QTest::newRow("Box Text Color") << "Box Text Color"
-                                        << "Combo1" << int(QPalette::Text) << 11;
-        QTest::newRow("Window BackGround") << "Window BackGround"
-                                           << "Form1" << int(QPalette::Window) << 0;
+        QTest::newRow("Main BackGround") << "Main BackGround" << "rtb" << int(QPalette::Base) << 4;
+        QTest::newRow("Main Text Color") << "Main Text Color" << "msg" << int(QPalette::Text) << 6;
+        QTest::newRow("Emotion Color") << "Emotion Color" << "me" << 0 << 0;
+        QTest::newRow("Nick BackGround") << "Nick BackGround" << "LV1" << int(QPalette::Base) << 7;
+        QTest::newRow("Nick Text Color") << "Nick Text Color" << "LV1" << int(QPalette::Text) << 0;
+        QTest::newRow("Input BackGround") << "Input BackGround" << "Text1" << int(QPalette::Base) << 8;
+        QTest::newRow("Input Text Color") << "Input Text Color" << "Text1" << int(QPalette::Text) << 9;
+        QTest::newRow("Box BackGround") << "Box BackGround" << "Text3" << int(QPalette::Base) << 10;
+        QTest::newRow("Box Text Color") << "Box Text Color" << "Combo1" << int(QPalette::Text) << 11;
+        QTest::newRow("Window BackGround") << "Window BackGround" << "Form1" << int(QPalette::Window) << 0;
     }
+    // clang-format on
 
     void pickedColourShowsAtOnceAndIsSaved() {
         QFETCH(QString, caption);

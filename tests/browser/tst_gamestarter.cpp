@@ -118,14 +118,10 @@ private Q_SLOTS:
         QTest::addColumn<int>("modIndex");
         QTest::addColumn<QByteArray>("settings");
         QTest::addColumn<QStringList>("expected"); // path file, favourites file, exe, proposed file, frame
-        QTest::newRow("Half-Life, Counter-Strike") << "Half-Life" << 1 << QByteArray()
-            << QStringList{"\\halflife-path.qvl", "\\counterstrike-serverlist.qvl", "\\hl.exe", "hl.exe", "Frame1"};
-        QTest::newRow("Kingpin, MM client on") << "Kingpin" << -1 << QByteArray("[Options]\r\nKingpinMMClient=1\r\n")
-            << QStringList{"\\kingpin-path.qvl", "\\kingpin-serverlist.qvl", "\\mmclient.exe", "MMCLIENT.EXE", "Frame2"};
-        QTest::newRow("Kingpin, no settings") << "Kingpin" << -1 << QByteArray()
-            << QStringList{"\\kingpin-path.qvl", "\\kingpin-serverlist.qvl", "\\kingpin.exe", "KINGPIN.EXE", "Frame2"};
-        QTest::newRow("RTCW") << "RTCW" << -1 << QByteArray()
-            << QStringList{"\\rtcw-path.qvl", "\\rtcw-serverlist.qvl", "\\wolfmp.exe", "WolfMP.exe", "Frame3"};
+        QTest::newRow("Half-Life, Counter-Strike") << "Half-Life" << 1 << QByteArray() << QStringList{"\\halflife-path.qvl", "\\counterstrike-serverlist.qvl", "\\hl.exe", "hl.exe", "Frame1"};
+        QTest::newRow("Kingpin, MM client on") << "Kingpin" << -1 << QByteArray("[Options]\r\nKingpinMMClient=1\r\n") << QStringList{"\\kingpin-path.qvl", "\\kingpin-serverlist.qvl", "\\mmclient.exe", "MMCLIENT.EXE", "Frame2"};
+        QTest::newRow("Kingpin, no settings") << "Kingpin" << -1 << QByteArray() << QStringList{"\\kingpin-path.qvl", "\\kingpin-serverlist.qvl", "\\kingpin.exe", "KINGPIN.EXE", "Frame2"};
+        QTest::newRow("RTCW") << "RTCW" << -1 << QByteArray() << QStringList{"\\rtcw-path.qvl", "\\rtcw-serverlist.qvl", "\\wolfmp.exe", "WolfMP.exe", "Frame3"};
     }
     // clang-format on
     void gameChange() {
@@ -203,8 +199,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("value"); // "path": the settings file's own path, cut to 49 characters
         QTest::addColumn<QString>("prompt");
         QTest::newRow("missing key") << QByteArray("[Options]\r\n") << "path" << None;
-        QTest::newRow("empty value") << QByteArray("[Options]\r\nKingpinMMClient=\r\n") << "unchanged"
-            << line(QStringLiteral("An error has occurred while calling the API function"), Icon::Exclamation);
+        QTest::newRow("empty value") << QByteArray("[Options]\r\nKingpinMMClient=\r\n") << "unchanged" << line(QStringLiteral("An error has occurred while calling the API function"), Icon::Exclamation);
     }
     // clang-format on
     void loadini() {
@@ -285,12 +280,9 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("after");
         const QByteArray one = "Old - 1.1.1.1 - 1\r\n";
         const QByteArray two = one + "Srv - 10.0.0.1 - 7777\r\n";
-        QTest::newRow("no game") << "*Home" << -1 << "7777" << "\\kingpin-serverlist.qvl"
-            << line(QStringLiteral("You must select a game first."), Icon::Exclamation) << one;
-        QTest::newRow("empty field") << "Kingpin" << -1 << "" << "\\kingpin-serverlist.qvl"
-            << line(QStringLiteral("Please add infomation to all fields"), Icon::Information) << one;
-        QTest::newRow("no mod") << "Half-Life" << -1 << "7777" << "\\half-life-serverlist.qvl"
-            << line(QStringLiteral("Please select the type of Half-Life MOD first"), Icon::Exclamation) << one;
+        QTest::newRow("no game") << "*Home" << -1 << "7777" << "\\kingpin-serverlist.qvl" << line(QStringLiteral("You must select a game first."), Icon::Exclamation) << one;
+        QTest::newRow("empty field") << "Kingpin" << -1 << "" << "\\kingpin-serverlist.qvl" << line(QStringLiteral("Please add infomation to all fields"), Icon::Information) << one;
+        QTest::newRow("no mod") << "Half-Life" << -1 << "7777" << "\\half-life-serverlist.qvl" << line(QStringLiteral("Please select the type of Half-Life MOD first"), Icon::Exclamation) << one;
         QTest::newRow("Kingpin") << "Kingpin" << -1 << "7777" << "\\kingpin-serverlist.qvl" << None << two;
         QTest::newRow("Day of Defeat") << "Half-Life" << 2 << "7777" << "\\dod-serverlist.qvl" << None << two;
         QTest::newRow("duplicate kept once") << "RTCW" << -1 << "1" << "\\rtcw-serverlist.qvl" << None << one;
@@ -390,21 +382,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("prompt");
         const QStringList full{"S", "10.0.0.5", "27960"};
         const QString selectGame = line(QStringLiteral("Please select a game first"), Icon::Information);
-        QTest::newRow("join, empty field before no game") << "Join" << "*Home" << QStringList{"S", "", "1"}
-            << line(QStringLiteral("Cant join game server. Field(s) are empty!"), Icon::Information);
-        QTest::newRow("join, letter in port before no game") << "Join" << "*Home" << QStringList{"S", "h", "27a"}
-            << line(QStringLiteral("Enter numbers only !"), Icon::Critical);
+        QTest::newRow("join, empty field before no game") << "Join" << "*Home" << QStringList{"S", "", "1"} << line(QStringLiteral("Cant join game server. Field(s) are empty!"), Icon::Information);
+        QTest::newRow("join, letter in port before no game") << "Join" << "*Home" << QStringList{"S", "h", "27a"} << line(QStringLiteral("Enter numbers only !"), Icon::Critical);
         QTest::newRow("join, no game") << "Join" << "*Home" << full << selectGame;
         QTest::newRow("join, digits") << "Join" << "RTCW" << full << None;
-        QTest::newRow("stats, Half-Life even when filled") << "Command7" << "Half-Life" << full
-            << line(QStringLiteral("Getting stats of a Half-Life server not supported in this version."), Icon::Information);
+        QTest::newRow("stats, Half-Life even when filled") << "Command7" << "Half-Life" << full << line(QStringLiteral("Getting stats of a Half-Life server not supported in this version."), Icon::Information);
         QTest::newRow("stats, no game") << "Command7" << "*Home" << full << selectGame;
-        QTest::newRow("stats, no address") << "Command7" << "Kingpin" << QStringList{"S", "", "1"}
-            << line(QStringLiteral("Enter a server to query"), Icon::Information, QStringLiteral("Server Required"));
+        QTest::newRow("stats, no address") << "Command7" << "Kingpin" << QStringList{"S", "", "1"} << line(QStringLiteral("Enter a server to query"), Icon::Information, QStringLiteral("Server Required"));
         QTest::newRow("stats, handed over") << "Command7" << "Kingpin" << QStringList{"", "127.0.0.1", "1"} << None;
         QTest::newRow("fetch, no game") << "cmdQvlList" << "*Home" << full << selectGame;
-        QTest::newRow("fetch, Half-Life without a mod") << "cmdQvlList" << "Half-Life" << full
-            << line(QStringLiteral("Please choose a MOD to refresh servers on"), Icon::None);
+        QTest::newRow("fetch, Half-Life without a mod") << "cmdQvlList" << "Half-Life" << full << line(QStringLiteral("Please choose a MOD to refresh servers on"), Icon::None);
     }
     // clang-format on
     void refusals() {
@@ -503,12 +490,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("caption");
         const QByteArray two = "A - 10.0.0.1 - 31510\r\nB - 10.0.0.2 - 31511\r\n";
         const QStringList three{"A - 10.0.0.1 - 31510", "B - 10.0.0.2 - 31511", ""};
-        QTest::newRow("two lines, three items, size from HEAD") << "Kingpin" << two << QByteArray("1234")
-            << "\\qvllist-kingpin.qvl" << three << " Recived Master List : (1234)Bytes " << "Master Servers : Kingpin";
-        QTest::newRow("RTCW leaves the status alone") << "RTCW" << two << QByteArray("1234")
-            << "\\qvllist-rtcw.qvl" << three << "before" << "Master Servers : Castle Wolfenstein";
-        QTest::newRow("empty body, no size") << "Half-Life" << QByteArray() << QByteArray()
-            << "\\qvllist-dod.qvl" << QStringList{""} << " Recived Master List : ()Bytes " << "Master Servers : Half-Life / Day Of Defeat";
+        QTest::newRow("two lines, three items, size from HEAD") << "Kingpin" << two << QByteArray("1234") << "\\qvllist-kingpin.qvl" << three << " Recived Master List : (1234)Bytes " << "Master Servers : Kingpin";
+        QTest::newRow("RTCW leaves the status alone") << "RTCW" << two << QByteArray("1234") << "\\qvllist-rtcw.qvl" << three << "before" << "Master Servers : Castle Wolfenstein";
+        QTest::newRow("empty body, no size") << "Half-Life" << QByteArray() << QByteArray() << "\\qvllist-dod.qvl" << QStringList{""} << " Recived Master List : ()Bytes " << "Master Servers : Half-Life / Day Of Defeat";
     }
     // clang-format on
     void fetch() {

@@ -11,22 +11,20 @@ using namespace ChatProtocol;
 class ChatMessageTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    // clang-format off
     void build_data() {
         QTest::addColumn<QString>("word");
         QTest::addColumn<QStringList>("args");
         QTest::addColumn<QByteArray>("wire");
         const auto s = [](const char* t) { return QString::fromLatin1(t); };
         // Every message the program sends is checked byte for byte where it is sent; these are the framing rules.
-        QTest::newRow("fields in order") << s("LOGIN") << QStringList{s("ann"), s("1234")}
-                                         << QByteArray("LOGIN|\xbf|ann|\xbf|1234");
+        QTest::newRow("fields in order") << s("LOGIN") << QStringList{s("ann"), s("1234")} << QByteArray("LOGIN|\xbf|ann|\xbf|1234");
         QTest::newRow("no argument") << s("OPS") << QStringList{s("CSB")} << QByteArray("OPS|\xbf|CSB");
-        QTest::newRow("nothing escaped") << s("PMSG") << QStringList{s("bob"), s("/WHOYOU a|@|b|\xbf|")}
-                                         << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU a|@|b|\xbf|");
-        QTest::newRow("8-bit text") << s("MSG") << QStringList{QString::fromUtf8("caf\xc3\xa9 \xe2\x82\xac")}
-                                    << QByteArray("MSG|\xbf|caf\xe9 \x80");
-        QTest::newRow("no Windows-1252 byte") << s("MSG") << QStringList{QString::fromUtf8("\xe4\xbd\xa0")}
-                                              << QByteArray("MSG|\xbf|?");
+        QTest::newRow("nothing escaped") << s("PMSG") << QStringList{s("bob"), s("/WHOYOU a|@|b|\xbf|")} << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU a|@|b|\xbf|");
+        QTest::newRow("8-bit text") << s("MSG") << QStringList{QString::fromUtf8("caf\xc3\xa9 \xe2\x82\xac")} << QByteArray("MSG|\xbf|caf\xe9 \x80");
+        QTest::newRow("no Windows-1252 byte") << s("MSG") << QStringList{QString::fromUtf8("\xe4\xbd\xa0")} << QByteArray("MSG|\xbf|?");
     }
+    // clang-format on
 
     void build() {
         QFETCH(QString, word);
@@ -35,19 +33,17 @@ private Q_SLOTS:
         QCOMPARE(Windows1252::encode(ChatMessage::build(word, args)), wire);
     }
 
+    // clang-format off
     void splitRead_data() {
         QTest::addColumn<QByteArray>("wire");
         QTest::addColumn<QList<QStringList>>("pieces");
         const auto s = [](const char* t) { return QString::fromLatin1(t); };
-        QTest::newRow("two joins in one read")
-            << QByteArray("JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n")
-            << QList<QStringList>{QStringList{s("JOIN"), s("ann")}, QStringList{s("JOIN"), s("bob")}, QStringList{s("")}};
+        QTest::newRow("two joins in one read") << QByteArray("JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n") << QList<QStringList>{QStringList{s("JOIN"), s("ann")}, QStringList{s("JOIN"), s("bob")}, QStringList{s("")}};
         // Reads cut across messages and separators inside chat text are tested where the room shows them.
-        QTest::newRow("lone LF is not a break")
-            << QByteArray("MSG|\xbf|a\nb") << QList<QStringList>{QStringList{s("MSG"), s("a\nb")}};
-        QTest::newRow("high bytes decode") << QByteArray("MSG|\xbf|\x80\xe9")
-                                           << QList<QStringList>{QStringList{s("MSG"), QString::fromUtf8("\xe2\x82\xac\xc3\xa9")}};
+        QTest::newRow("lone LF is not a break") << QByteArray("MSG|\xbf|a\nb") << QList<QStringList>{QStringList{s("MSG"), s("a\nb")}};
+        QTest::newRow("high bytes decode") << QByteArray("MSG|\xbf|\x80\xe9") << QList<QStringList>{QStringList{s("MSG"), QString::fromUtf8("\xe2\x82\xac\xc3\xa9")}};
     }
+    // clang-format on
 
     void splitRead() {
         QFETCH(QByteArray, wire);

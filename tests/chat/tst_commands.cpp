@@ -24,6 +24,7 @@ private Q_SLOTS:
     }
     void cleanup() { c.reset(); }
 
+    // clang-format off
     void inputLine_data() {
         QTest::addColumn<QString>("line");
         QTest::addColumn<QByteArray>("sent");
@@ -32,30 +33,22 @@ private Q_SLOTS:
         QTest::addColumn<QString>("effect"); // "cleared", "browser", "clipboard", "mail" or nothing else
         const QString signedOn = QStringLiteral("Signed On");
         auto str = [](const char* t) { return QString::fromLatin1(t); };
-        QTest::newRow("/help") << str("/help") << QByteArray() << signedOn
-                               << str("Quorvel|") + slashHelpText() + str("|1") << QString();
-        QTest::newRow("/Help is chat") << str("/Help") << QByteArray("MSG|\xbf|/Help") << signedOn << QString()
-                                       << QString();
+        QTest::newRow("/help") << str("/help") << QByteArray() << signedOn << str("Quorvel|") + slashHelpText() + str("|1") << QString();
+        QTest::newRow("/Help is chat") << str("/Help") << QByteArray("MSG|\xbf|/Help") << signedOn << QString() << QString();
         for (const char* line : {"/gs", "/gamestarter", "/game starter"})
             QTest::newRow(line) << str(line) << QByteArray() << signedOn << QString() << str("browser");
         QTest::newRow("/gs ") << str("/gs ") << QByteArray("MSG|\xbf|/gs ") << signedOn << QString() << QString();
         for (const char* line : {"/time", "/date"})
-            QTest::newRow(line) << str(line) << QByteArray() << str("The time/date is : 16/11/2003 : 14:05:09")
-                                << QString() << QString();
-        QTest::newRow("/localip") << str("/localip") << QByteArray() << str("Your local IP is : 127.0.0.1")
-                                  << QString() << QString();
-        QTest::newRow("/copylocalip") << str("/copylocalip") << QByteArray()
-                                      << str("Local IP : 127.0.0.1 copyed...") << QString() << str("clipboard");
-        QTest::newRow("/email") << str("/email") << QByteArray() << str("Default Email Client loaded...")
-                                << QString() << str("mail");
+            QTest::newRow(line) << str(line) << QByteArray() << str("The time/date is : 16/11/2003 : 14:05:09") << QString() << QString();
+        QTest::newRow("/localip") << str("/localip") << QByteArray() << str("Your local IP is : 127.0.0.1") << QString() << QString();
+        QTest::newRow("/copylocalip") << str("/copylocalip") << QByteArray() << str("Local IP : 127.0.0.1 copyed...") << QString() << str("clipboard");
+        QTest::newRow("/email") << str("/email") << QByteArray() << str("Default Email Client loaded...") << QString() << str("mail");
         for (const char* line : {"/clear", "/CLEAR", "/Clearly anything"})
             QTest::newRow(line) << str(line) << QByteArray() << signedOn << QString() << str("cleared");
-        QTest::newRow("/me is sent") << str("/me waves") << QByteArray("MSG|\xbf|/me waves") << signedOn
-                                     << QString() << QString();
-        QTest::newRow("separator typed is sent as it stands")
-            << QString::fromUtf8("a |\xc2\xbf| b") << QByteArray("MSG|\xbf|a |\xbf| b") << signedOn << QString()
-            << QString();
+        QTest::newRow("/me is sent") << str("/me waves") << QByteArray("MSG|\xbf|/me waves") << signedOn << QString() << QString();
+        QTest::newRow("separator typed is sent as it stands") << QString::fromUtf8("a |\xc2\xbf| b") << QByteArray("MSG|\xbf|a |\xbf| b") << signedOn << QString() << QString();
     }
+    // clang-format on
 
     void inputLine() {
         QFETCH(QString, line);
@@ -99,21 +92,18 @@ private Q_SLOTS:
         QCOMPARE(w.Text1->text(), QStringLiteral("hello"));
     }
 
+    // clang-format off
     void userMenu_data() {
         QTest::addColumn<QString>("item");
         QTest::addColumn<QString>("selected");
         QTest::addColumn<QByteArray>("sent");
         QTest::addColumn<QString>("prompt");
         auto str = [](const char* t) { return QString::fromLatin1(t); };
-        QTest::newRow("message yourself") << str("mnuPM") << str("me") << QByteArray()
-                                          << str("Quorvel|You can't PM your self|0");
+        QTest::newRow("message yourself") << str("mnuPM") << str("me") << QByteArray() << str("Quorvel|You can't PM your self|0");
         QTest::newRow("user details") << str("mnuIS") << str("bob") << QByteArray("PMSG|\xbf|bob|\xbf|/WHOAMI") << QString();
-        QTest::newRow("follow yourself") << str("mnuFollowUser") << str("me") << QByteArray()
-                                         << str("Quorvel|You can't follow your self|2");
-        QTest::newRow("follow") << str("mnuFollowUser") << str("bob") << QByteArray("FOLLOWUSER|\xbf|bob|\xbf|me")
-                                << QString();
-        QTest::newRow("last logged on") << str("mnuLastLoggedOn") << str("bob") << QByteArray("MSG|\xbf|!Seen bob")
-                                        << QString();
+        QTest::newRow("follow yourself") << str("mnuFollowUser") << str("me") << QByteArray() << str("Quorvel|You can't follow your self|2");
+        QTest::newRow("follow") << str("mnuFollowUser") << str("bob") << QByteArray("FOLLOWUSER|\xbf|bob|\xbf|me") << QString();
+        QTest::newRow("last logged on") << str("mnuLastLoggedOn") << str("bob") << QByteArray("MSG|\xbf|!Seen bob") << QString();
         QTest::newRow("kick") << str("mnuKick") << str("bob") << QByteArray("OPS|\xbf|KICK|\xbf|bob") << QString();
         QTest::newRow("ban") << str("mnuBan") << str("bob") << QByteArray("OPS|\xbf|BAN|\xbf|bob") << QString();
         QTest::newRow("subnet ban") << str("mnuMBAN") << str("bob") << QByteArray("OPS|\xbf|SUBNET|\xbf|bob") << QString();
@@ -124,11 +114,9 @@ private Q_SLOTS:
         for (const char* item : {"mnuPM", "mnuIS", "mnuFollowUser", "mnuLastLoggedOn", "mnuIG", "mnuUn",
                                  "mnuKick", "mnuBan", "mnuMBAN", "mnuMuzzle"})
             QTest::addRow("%s, nobody selected", item) << str(item) << QString() << QByteArray() << QString();
-        QTest::newRow("commands box")
-            << str("mnuCommands") << str("bob") << QByteArray()
-            << str("Commands|/clear - Clear you chat screen...\r\n!Seen Name - see when a user last logged in...\r\n"
-                   "Emoticons - :) ;) :z :d :( :| :m :< :o :x\r\n/me - First person msg...\r\n/Ops - See Online Ops...|1");
+        QTest::newRow("commands box") << str("mnuCommands") << str("bob") << QByteArray() << str("Commands|/clear - Clear you chat screen...\r\n!Seen Name - see when a user last logged in...\r\n" "Emoticons - :) ;) :z :d :( :| :m :< :o :x\r\n/me - First person msg...\r\n/Ops - See Online Ops...|1");
     }
+    // clang-format on
 
     void userMenu() {
         QFETCH(QString, item);

@@ -71,6 +71,7 @@ private Q_SLOTS:
     }
     void cleanup() { c.reset(); }
 
+    // clang-format off
     void serverMessages_data() {
         QTest::addColumn<QString>("setup");
         QTest::addColumn<Reads>("reads");
@@ -82,69 +83,40 @@ private Q_SLOTS:
         const auto row = [](const char* name, const char* setup, const Reads& reads, const char* display,
                             const QStringList& users = {}, const QStringList& sounds = {},
                             const QByteArray& sent = {}, const QStringList& prompts = {}) {
-            QTest::newRow(name) << QString::fromLatin1(setup) << reads << QString::fromLatin1(display)
-                                << users << sounds << sent << prompts;
+            QTest::newRow(name) << QString::fromLatin1(setup) << reads << QString::fromLatin1(display) << users << sounds << sent << prompts;
         };
         const QString enter = QStringLiteral("enter.wav"), left = QStringLiteral("left.wav"),
                       msg = QStringLiteral("msg.wav");
 
-        row("LIST fills the user list silently", "", {"LIST|\xbf|ann\r\nLIST|\xbf|me\r\n"}, "",
-            {"ann", "me"});
-        row("two JOINs in one read, in order", "", {"JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n"},
-            "\n ^ ann Has entered...\n ^ bob Has entered...", {"ann", "bob"}, {enter, enter});
-        row("duplicate JOIN, PART removes only the first", "",
-            {"JOIN|\xbf|ann\r\n", "JOIN|\xbf|ann\r\n", "PART|\xbf|ann\r\n"},
-            "\n ^ ann Has entered...\n ^ ann Has entered...\n ^ ann Has left...", {"ann"},
-            {enter, enter, left});
-        row("PART of an unknown name is silent and the read goes on", "users:ann",
-            {"PART|\xbf|zed\r\nJOIN|\xbf|bob\r\n"}, "\n ^ bob Has entered...", {"ann", "bob"}, {enter});
-        row("PART that removes ends the read", "users:ann", {"PART|\xbf|ann\r\nJOIN|\xbf|bob\r\n"},
-            "\n ^ ann Has left...", {}, {left});
+        row("LIST fills the user list silently", "", {"LIST|\xbf|ann\r\nLIST|\xbf|me\r\n"}, "", {"ann", "me"});
+        row("two JOINs in one read, in order", "", {"JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n"}, "\n ^ ann Has entered...\n ^ bob Has entered...", {"ann", "bob"}, {enter, enter});
+        row("duplicate JOIN, PART removes only the first", "", {"JOIN|\xbf|ann\r\n", "JOIN|\xbf|ann\r\n", "PART|\xbf|ann\r\n"}, "\n ^ ann Has entered...\n ^ ann Has entered...\n ^ ann Has left...", {"ann"}, {enter, enter, left});
+        row("PART of an unknown name is silent and the read goes on", "users:ann", {"PART|\xbf|zed\r\nJOIN|\xbf|bob\r\n"}, "\n ^ bob Has entered...", {"ann", "bob"}, {enter});
+        row("PART that removes ends the read", "users:ann", {"PART|\xbf|ann\r\nJOIN|\xbf|bob\r\n"}, "\n ^ ann Has left...", {}, {left});
         row("PMSG then JOIN loses the join", "", {"PMSG|\xbf|<bob> hi\r\nJOIN|\xbf|carl\r\n"}, "");
-        row("JOIN then PMSG keeps both", "", {"JOIN|\xbf|carl\r\nPMSG|\xbf|<bob> hi\r\n"},
-            "\n ^ carl Has entered...", {"carl"}, {enter});
-        row("chat line shown as received", "", {"MSG|\xbf|<ann> hello  there\r\nJOIN|\xbf|bob\r\n"},
-            "\n<ann> hello  there\n ^ bob Has entered...", {"bob"}, {msg, enter});
-        row("/me line ends the read", "", {"MSG|\xbf|<ann> /me waves  hi\r\nJOIN|\xbf|bob\r\n"},
-            "\n * ann waves  hi", {}, {msg});
+        row("JOIN then PMSG keeps both", "", {"JOIN|\xbf|carl\r\nPMSG|\xbf|<bob> hi\r\n"}, "\n ^ carl Has entered...", {"carl"}, {enter});
+        row("chat line shown as received", "", {"MSG|\xbf|<ann> hello  there\r\nJOIN|\xbf|bob\r\n"}, "\n<ann> hello  there\n ^ bob Has entered...", {"bob"}, {msg, enter});
+        row("/me line ends the read", "", {"MSG|\xbf|<ann> /me waves  hi\r\nJOIN|\xbf|bob\r\n"}, "\n * ann waves  hi", {}, {msg});
         row("/ME alone, in capitals", "", {"MSG|\xbf|<ann> /ME\r\n"}, "\n * ann", {}, {msg});
-        row("ignored member's line dropped, read ends", "ignore:<ann>",
-            {"MSG|\xbf|<ann> hi\r\nJOIN|\xbf|bob\r\n"}, "");
-        row("no sounds with notify unchecked", "quiet", {"JOIN|\xbf|ann\r\nMSG|\xbf|<ann> x\r\n"},
-            "\n ^ ann Has entered...\n<ann> x", {"ann"});
-        row("separator inside chat text cuts the line", "", {"MSG|\xbf|<ann> a|\xbf|b\r\n"}, "\n<ann> a", {},
-            {msg});
-        row("message cut across reads stays broken", "", {"JOIN|\xbf|an", "n\r\n"}, "\n ^ an Has entered...",
-            {"an"}, {enter});
-        row("unknown words and short messages pass", "", {"HELLO|\xbf|x\r\nLIST\r\nMSG\r\nJOIN|\xbf|ann\r\n"},
-            "\n ^ ann Has entered...", {"ann"}, {enter});
-        row("PING answered with the time and CR LF", "", {"PING\r\nJOIN|\xbf|ann\r\n"},
-            "\n ^ ann Has entered...", {"ann"}, {enter}, QByteArray("PING|\xbf|14:05:09\r\n"));
-        row("ignored sender's PMSG refused first, even refusing all", "ignore:<bob> ipm",
-            {"PMSG|\xbf|<bob> hi\r\n"}, "", {}, {}, QByteArray("PMSG|\xbf|bob|\xbf|User has ignored you"));
-        row("refusing all private messages", "ipm", {"PMSG|\xbf|<bob> hi\r\n"}, "", {}, {},
-            QByteArray("PMSG|\xbf|bob|\xbf|is ignoring all PM msg's"));
-        row("file offer declined automatically", "dec",
-            {"PMSG|\xbf|<bob> /SENDFILE c:\\a b.txt|@|4000|@|10.0.0.9\r\n"}, "", {}, {},
-            QByteArray("PMSG|\xbf|bob|\xbf|/SENDDECLINE"));
-        row("/WHOAMI answered with every entry", "id:Age_:_23,Email_:_a@b", {"PMSG|\xbf|<bob> /WHOAMI\r\n"},
-            "", {}, {}, QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU Age : 23|@|Email : a@b|@|"));
-        row("/WHOAMI matched by prefix", "", {"PMSG|\xbf|<bob> /WHOAMIplease now\r\n"}, "", {}, {},
-            QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU "));
-        row("FOLLOWUSERBACK answered while playing", "playing", {"FOLLOWUSERBACK|\xbf|ann\r\n"}, "", {}, {},
-            QByteArray("FOLLOWUSERBACK|\xbf|ann|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin"));
+        row("ignored member's line dropped, read ends", "ignore:<ann>", {"MSG|\xbf|<ann> hi\r\nJOIN|\xbf|bob\r\n"}, "");
+        row("no sounds with notify unchecked", "quiet", {"JOIN|\xbf|ann\r\nMSG|\xbf|<ann> x\r\n"}, "\n ^ ann Has entered...\n<ann> x", {"ann"});
+        row("separator inside chat text cuts the line", "", {"MSG|\xbf|<ann> a|\xbf|b\r\n"}, "\n<ann> a", {}, {msg});
+        row("message cut across reads stays broken", "", {"JOIN|\xbf|an", "n\r\n"}, "\n ^ an Has entered...", {"an"}, {enter});
+        row("unknown words and short messages pass", "", {"HELLO|\xbf|x\r\nLIST\r\nMSG\r\nJOIN|\xbf|ann\r\n"}, "\n ^ ann Has entered...", {"ann"}, {enter});
+        row("PING answered with the time and CR LF", "", {"PING\r\nJOIN|\xbf|ann\r\n"}, "\n ^ ann Has entered...", {"ann"}, {enter}, QByteArray("PING|\xbf|14:05:09\r\n"));
+        row("ignored sender's PMSG refused first, even refusing all", "ignore:<bob> ipm", {"PMSG|\xbf|<bob> hi\r\n"}, "", {}, {}, QByteArray("PMSG|\xbf|bob|\xbf|User has ignored you"));
+        row("refusing all private messages", "ipm", {"PMSG|\xbf|<bob> hi\r\n"}, "", {}, {}, QByteArray("PMSG|\xbf|bob|\xbf|is ignoring all PM msg's"));
+        row("file offer declined automatically", "dec", {"PMSG|\xbf|<bob> /SENDFILE c:\\a b.txt|@|4000|@|10.0.0.9\r\n"}, "", {}, {}, QByteArray("PMSG|\xbf|bob|\xbf|/SENDDECLINE"));
+        row("/WHOAMI answered with every entry", "id:Age_:_23,Email_:_a@b", {"PMSG|\xbf|<bob> /WHOAMI\r\n"}, "", {}, {}, QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU Age : 23|@|Email : a@b|@|"));
+        row("/WHOAMI matched by prefix", "", {"PMSG|\xbf|<bob> /WHOAMIplease now\r\n"}, "", {}, {}, QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU "));
+        row("FOLLOWUSERBACK answered while playing", "playing", {"FOLLOWUSERBACK|\xbf|ann\r\n"}, "", {}, {}, QByteArray("FOLLOWUSERBACK|\xbf|ann|\xbf|Fred's Bar|\xbf|10.0.0.5|\xbf|31510|\xbf|Kingpin"));
         row("FOLLOWUSERBACK not answered while Quorveling", "browsing", {"FOLLOWUSERBACK|\xbf|ann\r\n"}, "");
-        row("INUSE box, the read goes on", "", {"INUSE\r\nJOIN|\xbf|ann\r\n"}, "\n ^ ann Has entered...",
-            {"ann"}, {enter}, {},
-            {"Quorvel|Unable To Create New Account... Possible Resons, Invalid Name, Name in Use, You "
-             "Own 2 Accounts... Please Check this and Try Again|3"});
-        row("DONER box ends the read", "", {"DONER\r\nJOIN|\xbf|ann\r\n"}, "", {}, {}, {},
-            {"Quorvel|Thank you, account created ok.|1"});
-        row("SMSG box", "", {"SMSG|\xbf|Server restarts at noon\r\n"}, "", {}, {}, {},
-            {"Quorvel Public Server Message!|Server restarts at noon|1"});
-        row("transfer declined box", "", {"PMSG|\xbf|<bob> /SENDDECLINE\r\n"}, "", {}, {}, {},
-            {"Declined|Transfer Declined...|0"});
+        row("INUSE box, the read goes on", "", {"INUSE\r\nJOIN|\xbf|ann\r\n"}, "\n ^ ann Has entered...", {"ann"}, {enter}, {}, {"Quorvel|Unable To Create New Account... Possible Resons, Invalid Name, Name in Use, You " "Own 2 Accounts... Please Check this and Try Again|3"});
+        row("DONER box ends the read", "", {"DONER\r\nJOIN|\xbf|ann\r\n"}, "", {}, {}, {}, {"Quorvel|Thank you, account created ok.|1"});
+        row("SMSG box", "", {"SMSG|\xbf|Server restarts at noon\r\n"}, "", {}, {}, {}, {"Quorvel Public Server Message!|Server restarts at noon|1"});
+        row("transfer declined box", "", {"PMSG|\xbf|<bob> /SENDDECLINE\r\n"}, "", {}, {}, {}, {"Declined|Transfer Declined...|0"});
     }
+    // clang-format on
 
     void serverMessages() {
         QFETCH(QString, setup);

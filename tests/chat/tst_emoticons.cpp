@@ -47,21 +47,20 @@ QTextCharFormat coloured(Qt::GlobalColor colour) {
 class EmoticonsTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    // clang-format off
     void findEmoticons_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<qsizetype>("from");
         QTest::addColumn<QString>("hits"); // picture@position
-        QTest::newRow("the ten codes in picture order")
-            << u":) ;) :z :d :( :| :m :< :o :x"_qs << qsizetype(0)
-            << u"1@0 2@3 3@6 4@9 5@12 6@15 7@18 8@21 9@24 10@27"_qs;
+        QTest::newRow("the ten codes in picture order") << u":) ;) :z :d :( :| :m :< :o :x"_qs << qsizetype(0) << u"1@0 2@3 3@6 4@9 5@12 6@15 7@18 8@21 9@24 10@27"_qs;
         QTest::newRow("capitals are no codes") << u":D :O :Z :X :M"_qs << qsizetype(0) << QString();
         QTest::newRow("adjacent codes") << u";):d:("_qs << qsizetype(0) << u"2@0 4@2 5@4"_qs;
         QTest::newRow("colon before a code") << u"::)"_qs << qsizetype(0) << u"1@1"_qs;
         QTest::newRow("lone colon at the end") << u"wait:"_qs << qsizetype(0) << QString();
         QTest::newRow("from inside a code") << u":)ab:<"_qs << qsizetype(1) << u"8@4"_qs;
-        QTest::newRow("a picture between breaks a code")
-            << (u":"_qs + QChar(QChar::ObjectReplacementCharacter) + u")"_qs) << qsizetype(0) << QString();
+        QTest::newRow("a picture between breaks a code") << (u":"_qs + QChar(QChar::ObjectReplacementCharacter) + u")"_qs) << qsizetype(0) << QString();
     }
+    // clang-format on
 
     void findEmoticons() {
         QFETCH(QString, text);
@@ -98,31 +97,19 @@ private Q_SLOTS:
     // Steps on the display, one per entry: "+text" a new line, ">text" more text on the last line,
     // "pass" a completed read's pass, "clear", "quiet clear" (with the change unsignalled),
     // "trim" (the oldest line dropped), "into first:text" (text put at the end of the first line).
+    // clang-format off
     void display_data() {
         QTest::addColumn<QStringList>("steps");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("codes become pictures") << QStringList{u"+hi :) there"_qs, u"+x;)y:D:|"_qs, u"pass"_qs}
-                                               << u"\nhi [1] there\nx[2]y:D[6]"_qs;
-        QTest::newRow("a skipped pass is made up by the next")
-            << QStringList{u"+a :("_qs,   u"pass"_qs,      u"+early :m"_qs,
-                           u"+;) too"_qs, u"+later :<"_qs, u"pass"_qs}
-            << u"\na [5]\nearly [7]\n[2] too\nlater [8]"_qs;
-        QTest::newRow("a code split across two appends")
-            << QStringList{u"+half:"_qs, u"pass"_qs, u">)rest"_qs, u"pass"_qs} << u"\nhalf[1]rest"_qs;
-        QTest::newRow("cleared and refilled") << QStringList{u"+old :) line"_qs, u"+old :)"_qs, u"pass"_qs,
-                                                             u"clear"_qs,        u"+new :d"_qs, u"pass"_qs}
-                                              << u"\nnew [4]"_qs;
-        QTest::newRow("cleared without notice")
-            << QStringList{u"+line ;) line"_qs, u"+line ;) line"_qs, u"pass"_qs,
-                           u"quiet clear"_qs,   u"+a :z"_qs,         u"pass"_qs}
-            << u"\na [3]"_qs;
-        QTest::newRow("oldest lines trimmed")
-            << QStringList{u"+one :)"_qs, u"+two :)"_qs, u"pass"_qs, u"trim"_qs, u"+fresh :x"_qs, u"pass"_qs}
-            << u"two [1]\nfresh [10]"_qs;
-        QTest::newRow("text put into converted lines")
-            << QStringList{u"+one"_qs, u"+two"_qs, u"pass"_qs, u"into first: :|"_qs, u"pass"_qs}
-            << u"\none [6]\ntwo"_qs;
+        QTest::newRow("codes become pictures") << QStringList{u"+hi :) there"_qs, u"+x;)y:D:|"_qs, u"pass"_qs} << u"\nhi [1] there\nx[2]y:D[6]"_qs;
+        QTest::newRow("a skipped pass is made up by the next") << QStringList{u"+a :("_qs,   u"pass"_qs,      u"+early :m"_qs, u"+;) too"_qs, u"+later :<"_qs, u"pass"_qs} << u"\na [5]\nearly [7]\n[2] too\nlater [8]"_qs;
+        QTest::newRow("a code split across two appends") << QStringList{u"+half:"_qs, u"pass"_qs, u">)rest"_qs, u"pass"_qs} << u"\nhalf[1]rest"_qs;
+        QTest::newRow("cleared and refilled") << QStringList{u"+old :) line"_qs, u"+old :)"_qs, u"pass"_qs, u"clear"_qs,        u"+new :d"_qs, u"pass"_qs} << u"\nnew [4]"_qs;
+        QTest::newRow("cleared without notice") << QStringList{u"+line ;) line"_qs, u"+line ;) line"_qs, u"pass"_qs, u"quiet clear"_qs,   u"+a :z"_qs,         u"pass"_qs} << u"\na [3]"_qs;
+        QTest::newRow("oldest lines trimmed") << QStringList{u"+one :)"_qs, u"+two :)"_qs, u"pass"_qs, u"trim"_qs, u"+fresh :x"_qs, u"pass"_qs} << u"two [1]\nfresh [10]"_qs;
+        QTest::newRow("text put into converted lines") << QStringList{u"+one"_qs, u"+two"_qs, u"pass"_qs, u"into first: :|"_qs, u"pass"_qs} << u"\none [6]\ntwo"_qs;
     }
+    // clang-format on
 
     void display() {
         QFETCH(QStringList, steps);

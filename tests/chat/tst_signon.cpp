@@ -121,23 +121,18 @@ private Q_SLOTS:
         QVERIFY(!r.w.rtb->toPlainText().contains(u"Disconnected..."_s));
     }
 
+    // clang-format off
     void accountRequestEndsSignedOff_data() {
         QTest::addColumn<QString>("answer"); // what the server sends, or "hang up", or "cancel" (the dialog)
         QTest::addColumn<QStringList>("prompts");
         QTest::addColumn<QString>("nickname");
         QTest::addColumn<QString>("display");
-        QTest::newRow("DONER") << u"DONER\r\n"_s << QStringList{u"Quorvel|Thank you, account created ok.|1"_s}
-                               << u"newbie"_s << QString();
-        QTest::newRow("INUSE") << u"INUSE\r\n"_s
-                               << QStringList{QStringLiteral(
-                                      "Quorvel|Unable To Create New Account... Possible Resons, "
-                                      "Invalid Name, Name in Use, You Own 2 Accounts... Please "
-                                      "Check this and Try Again|3")}
-                               << u"old"_s << QString();
-        QTest::newRow("server hangs up")
-            << u"hang up"_s << QStringList() << u"old"_s << u"\nDisconnected..."_s;
+        QTest::newRow("DONER") << u"DONER\r\n"_s << QStringList{u"Quorvel|Thank you, account created ok.|1"_s} << u"newbie"_s << QString();
+        QTest::newRow("INUSE") << u"INUSE\r\n"_s << QStringList{QStringLiteral( "Quorvel|Unable To Create New Account... Possible Resons, " "Invalid Name, Name in Use, You Own 2 Accounts... Please " "Check this and Try Again|3")} << u"old"_s << QString();
+        QTest::newRow("server hangs up") << u"hang up"_s << QStringList() << u"old"_s << u"\nDisconnected..."_s;
         QTest::newRow("dialog cancelled") << u"cancel"_s << QStringList() << u"old"_s << QString();
     }
+    // clang-format on
 
     // However the account request ends, the window is back in the plain signed-off state.
     void accountRequestEndsSignedOff() {

@@ -53,21 +53,20 @@ private Q_SLOTS:
         QVERIFY(!BatchScript::firstCommand(QStringLiteral("@echo off\r\ncd\\\r\n@cls\r\n"), QStringLiteral("/")));
     }
 
+    // clang-format off
     void startsGames_data() {
         QTest::addColumn<QByteArray>("game");   // the bytes of game/hl.exe; empty: no such file
         QTest::addColumn<bool>("wineOnPath");
         QTest::addColumn<bool>("throughBatch");
         QTest::addColumn<QStringList>("recorded"); // folder, then the command line; empty: nothing ran
         const QByteArray windowsGame("MZ\x90\0", 4);
-        QTest::newRow("Windows game through Wine") << windowsGame << true << false
-                                                   << QStringList{"game", "game/hl.exe -console +connect 1.2.3.4:27015"};
-        QTest::newRow("batch through Wine") << windowsGame << true << true
-                                            << QStringList{"game", "game/hl.exe +connect 1.2.3.4:27015"};
+        QTest::newRow("Windows game through Wine") << windowsGame << true << false << QStringList{"game", "game/hl.exe -console +connect 1.2.3.4:27015"};
+        QTest::newRow("batch through Wine") << windowsGame << true << true << QStringList{"game", "game/hl.exe +connect 1.2.3.4:27015"};
         QTest::newRow("no Wine") << windowsGame << false << false << QStringList{};
         QTest::newRow("no game") << QByteArray() << true << false << QStringList{};
-        QTest::newRow("native program runs itself") << kRecorder << false << false
-                                                    << QStringList{"game", "-console +connect 1.2.3.4:27015"};
+        QTest::newRow("native program runs itself") << kRecorder << false << false << QStringList{"game", "-console +connect 1.2.3.4:27015"};
     }
+    // clang-format on
 
     void startsGames() {
         QFETCH(QByteArray, game);

@@ -154,6 +154,7 @@ private Q_SLOTS:
         QVERIFY(!m->a->sender().uploadBusy());
     }
 
+    // clang-format off
     void rawSenderOutcomes_data() {
         QTest::addColumn<QByteArray>("size");
         QTest::addColumn<int>("blocks");
@@ -162,17 +163,14 @@ private Q_SLOTS:
         QTest::addColumn<QString>("status");
         const QString suspect = u"Quorvel|File Transfer - Posible Error - Check %1|3"_s;
         const QString complete = u"Quorvel|File Transfer Complete|1"_s;
-        QTest::newRow("sender dies half way")
-            << QByteArray("5000") << 1 << false << suspect << "Disconnected...";
+        QTest::newRow("sender dies half way") << QByteArray("5000") << 1 << false << suspect << "Disconnected...";
         QTest::newRow("done") << QByteArray("1028") << 1 << true << complete << "Disconnected...";
-        QTest::newRow("more than announced")
-            << QByteArray("10") << 3 << true << complete << "Disconnected...";
-        QTest::newRow("huge size, then gone")
-            << QByteArray("99999999999999999999") << 1 << false << suspect << "Disconnected...";
+        QTest::newRow("more than announced") << QByteArray("10") << 3 << true << complete << "Disconnected...";
+        QTest::newRow("huge size, then gone") << QByteArray("99999999999999999999") << 1 << false << suspect << "Disconnected...";
         // Nobody listens: the error event reports, with its own titles, on the counts the frame holds.
-        QTest::newRow("connection refused")
-            << QByteArray() << -1 << false << u"Complete...|File Transfer Complete|0"_s << "disconnected...";
+        QTest::newRow("connection refused") << QByteArray() << -1 << false << u"Complete...|File Transfer Complete|0"_s << "disconnected...";
     }
+    // clang-format on
 
     void rawSenderOutcomes() {
         QFETCH(QByteArray, size);
@@ -411,6 +409,7 @@ private Q_SLOTS:
         QVERIFY(!m->a->sender().uploadBusy());
     }
 
+    // clang-format off
     void typedLines_data() {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<bool>("connected");
@@ -418,18 +417,14 @@ private Q_SLOTS:
         QTest::addColumn<QString>("conversation");
         QTest::addColumn<QString>("prompt");
         const QString start = u"\n<bob> hello"_s;
-        QTest::newRow("line") << "hi" << true << pmsg("bob", "hi") << start + "\n<ann> hi"
-                              << "";
+        QTest::newRow("line") << "hi" << true << pmsg("bob", "hi") << start + "\n<ann> hi" << "";
         QTest::newRow("empty") << "" << true << QByteArray() << start << "";
         QTest::newRow("chat down") << "hi" << false << QByteArray() << start << "";
-        QTest::newRow("/cancel") << "/cancel" << true << QByteArray() << start
-                                 << "Quorvel|File Transfer Complete|1";
-        QTest::newRow("/Cancel") << "/Cancel" << true << QByteArray() << start
-                                 << "Quorvel|File Transfer Complete|1";
-        QTest::newRow("/cancel now") << "/cancel now" << true << pmsg("bob", "/cancel now")
-                                     << start + "\n<ann> /cancel now"
-                                     << "";
+        QTest::newRow("/cancel") << "/cancel" << true << QByteArray() << start << "Quorvel|File Transfer Complete|1";
+        QTest::newRow("/Cancel") << "/Cancel" << true << QByteArray() << start << "Quorvel|File Transfer Complete|1";
+        QTest::newRow("/cancel now") << "/cancel now" << true << pmsg("bob", "/cancel now") << start + "\n<ann> /cancel now" << "";
     }
+    // clang-format on
 
     void typedLines() {
         QFETCH(QString, typed);

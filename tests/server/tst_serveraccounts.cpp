@@ -22,27 +22,26 @@ QString newAccount(const QString& name, const QString& password) {
 class TestServerAccounts : public QObject {
     Q_OBJECT
 private slots:
+    // clang-format off
     void accountRequest_data() {
         QTest::addColumn<QString>("request");
         QTest::addColumn<QByteArray>("reply");
         QTest::newRow("good") << newAccount(u"dave"_s, u"1234"_s) << QByteArray("DONER\r\n");
         QTest::newRow("Windows-1252 letter") << newAccount(u"Jos\u00E9"_s, u"1"_s) << QByteArray("DONER\r\n");
-        QTest::newRow("only the name and password")
-            << wire("NEWACCOUNT", "eve", "5") << QByteArray("DONER\r\n");
+        QTest::newRow("only the name and password") << wire("NEWACCOUNT", "eve", "5") << QByteArray("DONER\r\n");
         // The name rules themselves are tested on their own; one broken name shows they are applied.
         QTest::newRow("blank inside") << newAccount(u"da ve"_s, u"1"_s) << QByteArray("INUSE\r\n");
         QTest::newRow("taken") << newAccount(u"alice"_s, u"1"_s) << QByteArray("INUSE\r\n");
         QTest::newRow("taken in other case") << newAccount(u"ALICE"_s, u"1"_s) << QByteArray("INUSE\r\n");
         QTest::newRow("the server's name") << newAccount(u"quorvel"_s, u"1"_s) << QByteArray("INUSE\r\n");
-        QTest::newRow("session mark, kept for display names")
-            << newAccount(u"alice@home"_s, u"1"_s) << QByteArray("INUSE\r\n");
-        QTest::newRow("taken in compatibility form") // the feminine ordinal folds to "a"
-            << newAccount(u"\u00AAlice"_s, u"1"_s) << QByteArray("INUSE\r\n");
+        QTest::newRow("session mark, kept for display names") << newAccount(u"alice@home"_s, u"1"_s) << QByteArray("INUSE\r\n");
+        QTest::newRow("taken in compatibility form") // the feminine ordinal folds to "a" << newAccount(u"\u00AAlice"_s, u"1"_s) << QByteArray("INUSE\r\n");
         QTest::newRow("empty password") << newAccount(u"dave"_s, QString()) << QByteArray("INUSE\r\n");
         // Passwords the sign-on dialog refuses: such an account could never be used.
         QTest::newRow("word password") << newAccount(u"dave"_s, u"secret"_s) << QByteArray("INUSE\r\n");
         QTest::newRow("zero password") << newAccount(u"dave"_s, u"0"_s) << QByteArray("INUSE\r\n");
     }
+    // clang-format on
 
     void accountRequest() {
         QFETCH(QString, request);
@@ -102,24 +101,21 @@ private slots:
         QCOMPARE(server.store().verify(u"alice"_s, u"98765"_s), std::nullopt);
     }
 
+    // clang-format off
     void derivationIsStandardPbkdf2_data() {
         QTest::addColumn<QString>("password");
         QTest::addColumn<QByteArray>("salt");
         QTest::addColumn<int>("iterations");
         QTest::addColumn<QByteArray>("expected");
         // RFC 7914, section 11: PBKDF2-HMAC-SHA256, the first 32 bytes.
-        QTest::newRow("published vector") << u"passwd"_s << QByteArray("salt") << 1
-                                          << QByteArray::fromHex("55ac046e56e3089fec1691c22544b605"
-                                                                 "f94185216dde0465e68b9d57c20dacbc");
+        QTest::newRow("published vector") << u"passwd"_s << QByteArray("salt") << 1 << QByteArray::fromHex("55ac046e56e3089fec1691c22544b605" "f94185216dde0465e68b9d57c20dacbc");
         // Hashes stored by earlier versions, which derived with QPasswordDigestor, still match.
         const QByteArray salt = QByteArray::fromHex("00112233445566778899aabbccddeeff");
         for (const QString& password : {u"987654"_s, u"Jos\u00E9 \u00FC\u20AC"_s}) {
-            QTest::newRow(qPrintable(u"as before: "_s + password))
-                << password << salt << 1000
-                << QPasswordDigestor::deriveKeyPbkdf2(QCryptographicHash::Sha256, password.toUtf8(), salt,
-                                                      1000, 32);
+            QTest::newRow(qPrintable(u"as before: "_s + password)) << password << salt << 1000 << QPasswordDigestor::deriveKeyPbkdf2(QCryptographicHash::Sha256, password.toUtf8(), salt, 1000, 32);
         }
     }
+    // clang-format on
 
     void derivationIsStandardPbkdf2() {
         QFETCH(QString, password);

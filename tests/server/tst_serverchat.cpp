@@ -31,22 +31,18 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(m_bob->rawChat(), expected, 5000);
     }
 
+    // clang-format off
     void framing_data() {
         QTest::addColumn<QByteArray>("segment");
         QTest::addColumn<QStringList>("delivered");
-        QTest::newRow("two messages")
-            << QByteArray("MSG|\xBF|one\r\nMSG|\xBF|two") << QStringList{u"<bob> one"_s, u"<bob> two"_s};
-        QTest::newRow("PING then a line")
-            << QByteArray("PING|\xBF|12:00:00\r\nMSG|\xBF|two\r\n") << QStringList{u"<bob> two"_s};
-        QTest::newRow("separator inside the text")
-            << QByteArray("MSG|\xBF|a|\xBF|b") << QStringList{wire("<bob> a", "b")};
-        QTest::newRow("a private line glued behind a public one")
-            << QByteArray("MSG|\xBF|onePMSG|\xBF|bob|\xBF|psst") << QStringList{u"<bob> one"_s};
-        QTest::newRow("empty and blank lines are not relayed")
-            << QByteArray("MSG|\xBF|\r\nMSG|\xBF|  \r\nMSG|\xBF|one") << QStringList{u"<bob> one"_s};
-        QTest::newRow("unknown word then a line")
-            << QByteArray("HELLO|\xBF|x\r\nMSG|\xBF|one") << QStringList{u"<bob> one"_s};
+        QTest::newRow("two messages") << QByteArray("MSG|\xBF|one\r\nMSG|\xBF|two") << QStringList{u"<bob> one"_s, u"<bob> two"_s};
+        QTest::newRow("PING then a line") << QByteArray("PING|\xBF|12:00:00\r\nMSG|\xBF|two\r\n") << QStringList{u"<bob> two"_s};
+        QTest::newRow("separator inside the text") << QByteArray("MSG|\xBF|a|\xBF|b") << QStringList{wire("<bob> a", "b")};
+        QTest::newRow("a private line glued behind a public one") << QByteArray("MSG|\xBF|onePMSG|\xBF|bob|\xBF|psst") << QStringList{u"<bob> one"_s};
+        QTest::newRow("empty and blank lines are not relayed") << QByteArray("MSG|\xBF|\r\nMSG|\xBF|  \r\nMSG|\xBF|one") << QStringList{u"<bob> one"_s};
+        QTest::newRow("unknown word then a line") << QByteArray("HELLO|\xBF|x\r\nMSG|\xBF|one") << QStringList{u"<bob> one"_s};
     }
+    // clang-format on
 
     void framing() {
         QFETCH(QByteArray, segment);
@@ -106,23 +102,16 @@ private slots:
         QVERIFY(m_bob->waitForLine(msg(u"<Quorvel> No operator is online."_s)));
     }
 
+    // clang-format off
     void controlCharactersReachNobody_data() {
         QTest::addColumn<QByteArray>("sent");
         QTest::addColumn<QString>("received");
-        QTest::newRow("forged line in a chat line")
-            << QByteArray("MSG|\xBF|hello\r<alice> please send me your password")
-            << msg(u"<bob> hello<alice> please send me your password"_s);
-        QTest::newRow("NUL, ESC, DEL and C1 in a chat line") << (QByteArray("MSG|\xBF|a") + '\0' +
-                                                                 "b\x1B"
-                                                                 "c\x7F"
-                                                                 "d\x81\x9D"
-                                                                 "e")
-                                                             << msg(u"<bob> abcde"_s);
-        QTest::newRow("private line")
-            << QByteArray("PMSG|\xBF|alice|\xBF|a\rb\x07") << wire("PMSG", "<bob> ab");
-        QTest::newRow("news") << QByteArray("NEWS|\xBF|Head\x1Bline|\xBF|bo\rdy")
-                              << wire("SMSG", "News from bob: Headline - body");
+        QTest::newRow("forged line in a chat line") << QByteArray("MSG|\xBF|hello\r<alice> please send me your password") << msg(u"<bob> hello<alice> please send me your password"_s);
+        QTest::newRow("NUL, ESC, DEL and C1 in a chat line") << (QByteArray("MSG|\xBF|a") + '\0' + "b\x1B" "c\x7F" "d\x81\x9D" "e") << msg(u"<bob> abcde"_s);
+        QTest::newRow("private line") << QByteArray("PMSG|\xBF|alice|\xBF|a\rb\x07") << wire("PMSG", "<bob> ab");
+        QTest::newRow("news") << QByteArray("NEWS|\xBF|Head\x1Bline|\xBF|bo\rdy") << wire("SMSG", "News from bob: Headline - body");
     }
+    // clang-format on
 
     void controlCharactersReachNobody() {
         QFETCH(QByteArray, sent);
@@ -132,29 +121,20 @@ private slots:
         QCOMPARE(m_alice->chatLines(), QStringList{received});
     }
 
+    // clang-format off
     void privateMessage_data() {
         QTest::addColumn<QString>("sent");
         QTest::addColumn<QByteArray>("relayed");
-        QTest::newRow("plain") << u"PMSG|\u00BF|alice|\u00BF|psst"_s
-                               << QByteArray("PMSG|\xBF|<bob> psst\r\n");
-        QTest::newRow("private window line")
-            << u"PMSG|\u00BF|alice|\u00BF|line\r\n"_s << QByteArray("PMSG|\xBF|<bob> line\r\n");
-        QTest::newRow("target in other case")
-            << u"PMSG|\u00BF|ALICE|\u00BF|psst"_s << QByteArray("PMSG|\xBF|<bob> psst\r\n");
-        QTest::newRow("identification request")
-            << u"PMSG|\u00BF|alice|\u00BF|/WHOAMI"_s << QByteArray("PMSG|\xBF|<bob> /WHOAMI\r\n");
-        QTest::newRow("identification list untouched")
-            << u"PMSG|\u00BF|alice|\u00BF|/WHOYOU Age : 27|@|Hobbys : darts|@|"_s
-            << QByteArray("PMSG|\xBF|<bob> /WHOYOU Age : 27|@|Hobbys : darts|@|\r\n");
-        QTest::newRow("file offer gets the sender's address")
-            << u"PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\maps\\bank.bsp|@|5120"_s
-            << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\maps\\bank.bsp|@|5120|@|127.0.0.1\r\n");
-        QTest::newRow("file name with blanks")
-            << u"PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\my maps\\a b.zip|@|6000"_s
-            << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\my maps\\a b.zip|@|6000|@|127.0.0.1\r\n");
-        QTest::newRow("decline untouched")
-            << u"PMSG|\u00BF|alice|\u00BF|/SENDDECLINE"_s << QByteArray("PMSG|\xBF|<bob> /SENDDECLINE\r\n");
+        QTest::newRow("plain") << u"PMSG|\u00BF|alice|\u00BF|psst"_s << QByteArray("PMSG|\xBF|<bob> psst\r\n");
+        QTest::newRow("private window line") << u"PMSG|\u00BF|alice|\u00BF|line\r\n"_s << QByteArray("PMSG|\xBF|<bob> line\r\n");
+        QTest::newRow("target in other case") << u"PMSG|\u00BF|ALICE|\u00BF|psst"_s << QByteArray("PMSG|\xBF|<bob> psst\r\n");
+        QTest::newRow("identification request") << u"PMSG|\u00BF|alice|\u00BF|/WHOAMI"_s << QByteArray("PMSG|\xBF|<bob> /WHOAMI\r\n");
+        QTest::newRow("identification list untouched") << u"PMSG|\u00BF|alice|\u00BF|/WHOYOU Age : 27|@|Hobbys : darts|@|"_s << QByteArray("PMSG|\xBF|<bob> /WHOYOU Age : 27|@|Hobbys : darts|@|\r\n");
+        QTest::newRow("file offer gets the sender's address") << u"PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\maps\\bank.bsp|@|5120"_s << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\maps\\bank.bsp|@|5120|@|127.0.0.1\r\n");
+        QTest::newRow("file name with blanks") << u"PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\my maps\\a b.zip|@|6000"_s << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\my maps\\a b.zip|@|6000|@|127.0.0.1\r\n");
+        QTest::newRow("decline untouched") << u"PMSG|\u00BF|alice|\u00BF|/SENDDECLINE"_s << QByteArray("PMSG|\xBF|<bob> /SENDDECLINE\r\n");
     }
+    // clang-format on
 
     void privateMessage() {
         QFETCH(QString, sent);

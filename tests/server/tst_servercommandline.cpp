@@ -5,29 +5,20 @@
 class TestServerCommandLine : public QObject {
     Q_OBJECT
 private slots:
+    // clang-format off
     void commandLine_data() {
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QByteArray>("expectedOutput");
-        QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0
-                              << QByteArray("--connections-per-address");
-        QTest::newRow("port out of range")
-            << QStringList{QStringLiteral("--chat-port"), QStringLiteral("70000")} << 2
-            << QByteArray("--chat-port must be a number from 0 to 65535");
-        QTest::newRow("flood lines not a number")
-            << QStringList{QStringLiteral("--flood-lines"), QStringLiteral("many")} << 2
-            << QByteArray("--flood-lines must be a number");
-        QTest::newRow("bad listen address")
-            << QStringList{QStringLiteral("--listen"), QStringLiteral("nowhere")} << 2
-            << QByteArray("--listen needs an IP address");
-        QTest::newRow("unknown database driver")
-            << QStringList{QStringLiteral("--database-driver"), QStringLiteral("QNOPE")} << 1
-            << QByteArray("cannot open the database");
-        QTest::newRow("op list on an empty database")
-            << QStringList{QStringLiteral("op"), QStringLiteral("list")} << 0 << QByteArray();
-        QTest::newRow("unknown command") << QStringList{QStringLiteral("serve"), QStringLiteral("now")} << 2
-                                         << QByteArray("unknown command \"serve now\"");
+        QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0 << QByteArray("--connections-per-address");
+        QTest::newRow("port out of range") << QStringList{QStringLiteral("--chat-port"), QStringLiteral("70000")} << 2 << QByteArray("--chat-port must be a number from 0 to 65535");
+        QTest::newRow("flood lines not a number") << QStringList{QStringLiteral("--flood-lines"), QStringLiteral("many")} << 2 << QByteArray("--flood-lines must be a number");
+        QTest::newRow("bad listen address") << QStringList{QStringLiteral("--listen"), QStringLiteral("nowhere")} << 2 << QByteArray("--listen needs an IP address");
+        QTest::newRow("unknown database driver") << QStringList{QStringLiteral("--database-driver"), QStringLiteral("QNOPE")} << 1 << QByteArray("cannot open the database");
+        QTest::newRow("op list on an empty database") << QStringList{QStringLiteral("op"), QStringLiteral("list")} << 0 << QByteArray();
+        QTest::newRow("unknown command") << QStringList{QStringLiteral("serve"), QStringLiteral("now")} << 2 << QByteArray("unknown command \"serve now\"");
     }
+    // clang-format on
 
     void commandLine() {
         QFETCH(QStringList, arguments);

@@ -136,38 +136,27 @@ private slots:
         QVERIFY(!response.contains("inner"));
     }
 
+    // clang-format off
     void refusedRequestIsAnsweredAndClosed_data() {
         QTest::addColumn<QByteArray>("request");
         QTest::addColumn<QByteArray>("status");
         const QByteArray get = "GET /quorvel/qvllist-kingpin.qvl ";
-        QTest::newRow("header that never ends")
-            << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(64 * 1024, 'a'))
-            << QByteArray("431");
-        QTest::newRow("head just over 8 KB")
-            << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(8 * 1024, 'a') + "\r\n\r\n")
-            << QByteArray("431");
-        QTest::newRow("TLS hello") << QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11)
-                                   << QByteArray("400");
+        QTest::newRow("header that never ends") << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(64 * 1024, 'a')) << QByteArray("431");
+        QTest::newRow("head just over 8 KB") << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(8 * 1024, 'a') + "\r\n\r\n") << QByteArray("431");
+        QTest::newRow("TLS hello") << QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11) << QByteArray("400");
         QTest::newRow("bare line feeds") << (get + "HTTP/1.1\nHost: localhost\n\n") << QByteArray("400");
         QTest::newRow("HTTP/2.0") << (get + "HTTP/2.0\r\nHost: localhost\r\n\r\n") << QByteArray("505");
-        QTest::newRow("version not a version")
-            << (get + "HTTP/1.1x\r\nHost: localhost\r\n\r\n") << QByteArray("400");
+        QTest::newRow("version not a version") << (get + "HTTP/1.1x\r\nHost: localhost\r\n\r\n") << QByteArray("400");
         QTest::newRow("no Host") << (get + "HTTP/1.1\r\n\r\n") << QByteArray("400");
         QTest::newRow("two Hosts") << (get + "HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n") << QByteArray("400");
-        QTest::newRow("folded header")
-            << (get + "HTTP/1.1\r\nHost: a\r\n  folded\r\n\r\n") << QByteArray("400");
-        QTest::newRow("control byte in a value")
-            << (get + "HTTP/1.1\r\nHost: a\x01\r\n\r\n") << QByteArray("400");
-        QTest::newRow("blank in the path")
-            << QByteArray("GET /quorvel/a b HTTP/1.1\r\nHost: a\r\n\r\n") << QByteArray("400");
+        QTest::newRow("folded header") << (get + "HTTP/1.1\r\nHost: a\r\n  folded\r\n\r\n") << QByteArray("400");
+        QTest::newRow("control byte in a value") << (get + "HTTP/1.1\r\nHost: a\x01\r\n\r\n") << QByteArray("400");
+        QTest::newRow("blank in the path") << QByteArray("GET /quorvel/a b HTTP/1.1\r\nHost: a\r\n\r\n") << QByteArray("400");
         QTest::newRow("HTTP/1.0 ends after the answer") << (get + "HTTP/1.0\r\n\r\n") << QByteArray("200");
-        QTest::newRow("Connection: close")
-            << (get + "HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n") << QByteArray("200");
-        QTest::newRow("a body, never read")
-            << QByteArray(
-                   "POST /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: a\r\nContent-Length: 5\r\n\r\nGET /")
-            << QByteArray("404");
+        QTest::newRow("Connection: close") << (get + "HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n") << QByteArray("200");
+        QTest::newRow("a body, never read") << QByteArray( "POST /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: a\r\nContent-Length: 5\r\n\r\nGET /") << QByteArray("404");
     }
+    // clang-format on
 
     void refusedRequestIsAnsweredAndClosed() {
         QFETCH(QByteArray, request);

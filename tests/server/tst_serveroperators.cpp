@@ -62,29 +62,25 @@ private slots:
         QVERIFY(bobCanSignOn());
     }
 
+    // clang-format off
     void bansAndTheirClearing_data() {
         QTest::addColumn<QStringList>("words");
         QTest::addColumn<qint64>("laterSeconds");
         QTest::addColumn<QString>("clearWord");
         QTest::addColumn<bool>("signOnAfter");
         const QString ban = u"BAN"_s, subnet = u"SUBNET"_s;
-        QTest::newRow("timed ban holds at 59 minutes")
-            << QStringList{ban} << qint64(59 * 60) << QString() << false;
-        QTest::newRow("timed ban ends after 60 minutes")
-            << QStringList{ban} << qint64(60 * 60 + 1) << QString() << true;
+        QTest::newRow("timed ban holds at 59 minutes") << QStringList{ban} << qint64(59 * 60) << QString() << false;
+        QTest::newRow("timed ban ends after 60 minutes") << QStringList{ban} << qint64(60 * 60 + 1) << QString() << true;
         QTest::newRow("CRB clears the timed ban") << QStringList{ban} << qint64(0) << u"CRB"_s << true;
         QTest::newRow("CPB leaves the timed ban") << QStringList{ban} << qint64(0) << u"CPB"_s << false;
-        QTest::newRow("second BAN is permanent")
-            << QStringList{ban, ban} << qint64(30 * 24 * 3600) << QString() << false;
-        QTest::newRow("CPB clears the permanent ban")
-            << QStringList{ban, ban} << qint64(60 * 60 + 1) << u"CPB"_s << true;
-        QTest::newRow("CRB leaves the permanent ban")
-            << QStringList{ban, ban} << qint64(0) << u"CRB"_s << false;
-        QTest::newRow("subnet ban does not expire")
-            << QStringList{subnet} << qint64(30 * 24 * 3600) << QString() << false;
+        QTest::newRow("second BAN is permanent") << QStringList{ban, ban} << qint64(30 * 24 * 3600) << QString() << false;
+        QTest::newRow("CPB clears the permanent ban") << QStringList{ban, ban} << qint64(60 * 60 + 1) << u"CPB"_s << true;
+        QTest::newRow("CRB leaves the permanent ban") << QStringList{ban, ban} << qint64(0) << u"CRB"_s << false;
+        QTest::newRow("subnet ban does not expire") << QStringList{subnet} << qint64(30 * 24 * 3600) << QString() << false;
         QTest::newRow("CSB clears the subnet ban") << QStringList{subnet} << qint64(0) << u"CSB"_s << true;
         QTest::newRow("CRB leaves the subnet ban") << QStringList{subnet} << qint64(0) << u"CRB"_s << false;
     }
+    // clang-format on
 
     void bansAndTheirClearing() {
         QFETCH(QStringList, words);
@@ -133,19 +129,18 @@ private slots:
                               wire("MSG", "<bob> back")}));
     }
 
+    // clang-format off
     void sanctionReachesEverySessionOfTheAccount_data() {
         QTest::addColumn<QString>("word");
         QTest::addColumn<QString>("target");
         QTest::addColumn<bool>("secondSignedOn");
         for (const char* word : {"KICK", "BAN", "SUBNET", "MUZZLE"}) {
-            QTest::addRow("%s the first session, second signed on", word)
-                << QString::fromLatin1(word) << u"bob"_s << true;
-            QTest::addRow("%s the second session", word)
-                << QString::fromLatin1(word) << u"bob@laptop"_s << true;
-            QTest::addRow("%s while the second chooses its name", word)
-                << QString::fromLatin1(word) << u"bob"_s << false;
+            QTest::addRow("%s the first session, second signed on", word) << QString::fromLatin1(word) << u"bob"_s << true;
+            QTest::addRow("%s the second session", word) << QString::fromLatin1(word) << u"bob@laptop"_s << true;
+            QTest::addRow("%s while the second chooses its name", word) << QString::fromLatin1(word) << u"bob"_s << false;
         }
     }
+    // clang-format on
 
     void sanctionReachesEverySessionOfTheAccount() {
         QFETCH(QString, word);

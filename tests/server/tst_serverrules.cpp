@@ -9,23 +9,19 @@
 class TestServerRules : public QObject {
     Q_OBJECT
 private slots:
+    // clang-format off
     void segmentSplitsIntoMessages_data() {
         QTest::addColumn<QByteArray>("segment");
         QTest::addColumn<QStringList>("messages");
-        QTest::newRow("no terminator")
-            << QByteArray("MSG|\xBF|hi") << QStringList{QStringLiteral("MSG|\u00BF|hi")};
-        QTest::newRow("CR LF") << QByteArray("PING|\xBF|1\r\n")
-                               << QStringList{QStringLiteral("PING|\u00BF|1")};
-        QTest::newRow("bare LF") << QByteArray("A\nB")
-                                 << QStringList{QStringLiteral("A"), QStringLiteral("B")};
-        QTest::newRow("two and a tail")
-            << QByteArray("A\r\nB\r\nC")
-            << QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")};
+        QTest::newRow("no terminator") << QByteArray("MSG|\xBF|hi") << QStringList{QStringLiteral("MSG|\u00BF|hi")};
+        QTest::newRow("CR LF") << QByteArray("PING|\xBF|1\r\n") << QStringList{QStringLiteral("PING|\u00BF|1")};
+        QTest::newRow("bare LF") << QByteArray("A\nB") << QStringList{QStringLiteral("A"), QStringLiteral("B")};
+        QTest::newRow("two and a tail") << QByteArray("A\r\nB\r\nC") << QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")};
         QTest::newRow("only line ends") << QByteArray("\r\n\r\n") << QStringList();
         QTest::newRow("lone CR kept inside") << QByteArray("A\rB") << QStringList{QStringLiteral("A\rB")};
-        QTest::newRow("Windows-1252 bytes")
-            << QByteArray("MSG|\xBF|\x80 \xE9") << QStringList{QStringLiteral("MSG|\u00BF|\u20AC \u00E9")};
+        QTest::newRow("Windows-1252 bytes") << QByteArray("MSG|\xBF|\x80 \xE9") << QStringList{QStringLiteral("MSG|\u00BF|\u20AC \u00E9")};
     }
+    // clang-format on
 
     void segmentSplitsIntoMessages() {
         QFETCH(QByteArray, segment);
@@ -84,17 +80,16 @@ private slots:
         QCOMPARE(NameRules::key(a) == NameRules::key(b), same);
     }
 
+    // clang-format off
     void addresses_data() {
         QTest::addColumn<QString>("address");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("subnet");
-        QTest::newRow("IPv4") << QStringLiteral("10.1.2.3") << QStringLiteral("10.1.2.3")
-                              << QStringLiteral("10.1.2");
-        QTest::newRow("IPv4-mapped") << QStringLiteral("::ffff:192.0.2.7") << QStringLiteral("192.0.2.7")
-                                     << QStringLiteral("192.0.2");
-        QTest::newRow("IPv6") << QStringLiteral("2001:db8:1:2:3:4:5:6")
-                              << QStringLiteral("2001:db8:1:2:3:4:5:6") << QStringLiteral("2001:db8:1:2");
+        QTest::newRow("IPv4") << QStringLiteral("10.1.2.3") << QStringLiteral("10.1.2.3") << QStringLiteral("10.1.2");
+        QTest::newRow("IPv4-mapped") << QStringLiteral("::ffff:192.0.2.7") << QStringLiteral("192.0.2.7") << QStringLiteral("192.0.2");
+        QTest::newRow("IPv6") << QStringLiteral("2001:db8:1:2:3:4:5:6") << QStringLiteral("2001:db8:1:2:3:4:5:6") << QStringLiteral("2001:db8:1:2");
     }
+    // clang-format on
 
     void addresses() {
         QFETCH(QString, address);

@@ -241,25 +241,21 @@ private slots:
         QVERIFY(alice->waitForLine(wire("JOIN", "bob")));
     }
 
+    // clang-format off
     void throttleSpacesOutFailedAttempts_data() {
         // Steps: "try ADDRESS NAME" (its wait is recorded), "fail ADDRESS NAME", "ok ADDRESS NAME",
         // "pass MS", and "N*ADDRESS NAME" for N tries that each fail. Three free failures, then
         // 1 s doubling to at most 4 s, forgotten after 60 s.
         QTest::addColumn<QString>("steps");
         QTest::addColumn<QList<qint64>>("waits");
-        QTest::newRow("spacing doubles up to the ceiling")
-            << u"7*A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 3000, 7000};
-        QTest::newRow("the address waits whatever the name")
-            << u"1*A x, 1*A y, 1*A z, 1*A v, try A w"_s << QList<qint64>{0, 0, 0, 0, 1000};
-        QTest::newRow("the name waits whatever the address")
-            << u"1*B x, 1*C x, 1*D x, 1*E x, try F x"_s << QList<qint64>{0, 0, 0, 0, 1000};
-        QTest::newRow("an address the member signed on from does not wait for the name")
-            << u"ok H x, 4*B x, try F x, try H x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0};
-        QTest::newRow("a quiet spell forgets")
-            << u"5*A x, pass 70000, try A x, try A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0, 0};
-        QTest::newRow("success clears the name, not the address")
-            << u"4*A x, ok A x, try A y, try G x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0};
+        QTest::newRow("spacing doubles up to the ceiling") << u"7*A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 3000, 7000};
+        QTest::newRow("the address waits whatever the name") << u"1*A x, 1*A y, 1*A z, 1*A v, try A w"_s << QList<qint64>{0, 0, 0, 0, 1000};
+        QTest::newRow("the name waits whatever the address") << u"1*B x, 1*C x, 1*D x, 1*E x, try F x"_s << QList<qint64>{0, 0, 0, 0, 1000};
+        QTest::newRow("an address the member signed on from does not wait for the name") << u"ok H x, 4*B x, try F x, try H x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0};
+        QTest::newRow("a quiet spell forgets") << u"5*A x, pass 70000, try A x, try A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0, 0};
+        QTest::newRow("success clears the name, not the address") << u"4*A x, ok A x, try A y, try G x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0};
     }
+    // clang-format on
 
     void throttleSpacesOutFailedAttempts() {
         QFETCH(QString, steps);

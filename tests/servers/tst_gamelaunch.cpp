@@ -43,6 +43,7 @@ const QByteArray kJoined("MSG|\xbf|joined Kingpin, server : Fred's Bar - 10.0.0.
 class GameLaunchTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    // clang-format off
     void batchFiles_data() {
         QTest::addColumn<QString>("game");
         QTest::addColumn<QString>("exe");
@@ -52,23 +53,14 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QString>("exeAfter");
         const QByteArray head("@echo off\r\ncd\\\r\ncd C:\\Kingpin\r\n");
-        QTest::newRow("Kingpin with its player name")
-            << "Kingpin" << "\\kingpin.exe" << false << true << "Fred"
-            << head + "kingpin.exe +connect 10.0.0.5:31510 +name Fred\r\n@cls\r\n" << "\\kingpin.exe";
-        QTest::newRow("name not passed") << "Kingpin" << "\\kingpin.exe" << false << false << "Fred"
-                                         << head + "kingpin.exe +connect 10.0.0.5:31510\r\n@cls\r\n" << "\\kingpin.exe";
-        QTest::newRow("a name with a blank goes in unquoted")
-            << "Kingpin" << "\\kingpin.exe" << false << true << "Big Boss"
-            << head + "kingpin.exe +connect 10.0.0.5:31510 +name Big Boss\r\n@cls\r\n" << "\\kingpin.exe";
-        QTest::newRow("MM client") << "Kingpin" << "\\mmclient.exe" << true << false << "Fred"
-                                   << head + "mmclient.exe +connect 10.0.0.5:31510\r\n@cls\r\n" << "\\mmclient.exe";
-        QTest::newRow("every backslash of a path goes")
-            << "Kingpin" << "\\bin\\kingpin.exe" << false << false << "Fred"
-            << head + "binkingpin.exe +connect 10.0.0.5:31510\r\n@cls\r\n" << "bin\\kingpin.exe";
-        QTest::newRow("RTCW") << "RTCW" << "\\wolfmp.exe" << false << true << "Fred"
-                              << QByteArray("@echo off\r\ncd\\\r\ncd C:\\Kingpin\r\nwolfmp.exe +connect 10.0.0.5:31510\r\n@cls\r\n")
-                              << "\\wolfmp.exe";
+        QTest::newRow("Kingpin with its player name") << "Kingpin" << "\\kingpin.exe" << false << true << "Fred" << head + "kingpin.exe +connect 10.0.0.5:31510 +name Fred\r\n@cls\r\n" << "\\kingpin.exe";
+        QTest::newRow("name not passed") << "Kingpin" << "\\kingpin.exe" << false << false << "Fred" << head + "kingpin.exe +connect 10.0.0.5:31510\r\n@cls\r\n" << "\\kingpin.exe";
+        QTest::newRow("a name with a blank goes in unquoted") << "Kingpin" << "\\kingpin.exe" << false << true << "Big Boss" << head + "kingpin.exe +connect 10.0.0.5:31510 +name Big Boss\r\n@cls\r\n" << "\\kingpin.exe";
+        QTest::newRow("MM client") << "Kingpin" << "\\mmclient.exe" << true << false << "Fred" << head + "mmclient.exe +connect 10.0.0.5:31510\r\n@cls\r\n" << "\\mmclient.exe";
+        QTest::newRow("every backslash of a path goes") << "Kingpin" << "\\bin\\kingpin.exe" << false << false << "Fred" << head + "binkingpin.exe +connect 10.0.0.5:31510\r\n@cls\r\n" << "bin\\kingpin.exe";
+        QTest::newRow("RTCW") << "RTCW" << "\\wolfmp.exe" << false << true << "Fred" << QByteArray("@echo off\r\ncd\\\r\ncd C:\\Kingpin\r\nwolfmp.exe +connect 10.0.0.5:31510\r\n@cls\r\n") << "\\wolfmp.exe";
     }
+    // clang-format on
 
     void batchFiles() {
         QFETCH(QString, game);

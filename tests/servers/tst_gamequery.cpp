@@ -83,68 +83,42 @@ private Q_SLOTS:
         QCOMPARE(int(t.port), value);
     }
 
+    // clang-format off
     void parse_data() {
         QTest::addColumn<QString>("game");
         QTest::addColumn<QString>("reply");
         QTest::addColumn<ServerStatus>("expected");
 
         const Rows fred{{s("3"), s("45"), s("\"Fred\"")}};
-        QTest::newRow("Kingpin: the last value runs to the end")
-            << s("Kingpin")
-            << bytes("\xff\xff\xff\xffprint\n\\version\\1.21\\hostname\\Fred's Bar\\mapname\\kpdm1\\maxclients\\8\n"
-                     "3 45 \"Fred\"\n")
-            << status(s("1.21"), s("Fred's Bar"), s("kpdm1"), s("8\n3 45 \"Fred\"\n"), fred);
+        QTest::newRow("Kingpin: the last value runs to the end") << s("Kingpin") << bytes("\xff\xff\xff\xffprint\n\\version\\1.21\\hostname\\Fred's Bar\\mapname\\kpdm1\\maxclients\\8\n" "3 45 \"Fred\"\n") << status(s("1.21"), s("Fred's Bar"), s("kpdm1"), s("8\n3 45 \"Fred\"\n"), fred);
 
         FakeGameServer server;
         server.hostName = s("Bank Job");
         server.players = {{s("Big Boss"), 12, 80}, {s("Nikki"), -1, 999}};
-        QTest::newRow("Kingpin: print reply, a name cut at its blank")
-            << s("Kingpin") << bytes(FakeGameReplies::quakeIIStatus(server))
-            << status(s("1.21 x86 Jan 31 2000 Win32 RELEASE"), s("Bank Job"), s("kpdm1"), s("16"),
-                      Rows{{s("12"), s("80"), s("\"Big")}, {s("-1"), s("999"), s("\"Nikki\"")}});
+        QTest::newRow("Kingpin: print reply, a name cut at its blank") << s("Kingpin") << bytes(FakeGameReplies::quakeIIStatus(server)) << status(s("1.21 x86 Jan 31 2000 Win32 RELEASE"), s("Bank Job"), s("kpdm1"), s("16"), Rows{{s("12"), s("80"), s("\"Big")}, {s("-1"), s("999"), s("\"Nikki\"")}});
 
         server.hostName = s("^1Red ^7Beach");
         server.players = {{s("^4Blue^7Man"), 5, 50}};
-        QTest::newRow("RTCW: statusResponse with colour codes")
-            << s("RTCW") << bytes(FakeGameReplies::quake3Status(server, "xyz"))
-            << status(s("Wolf 1.41 win-x86 Jan 16 2003"), s("^1Red ^7Beach"), s("mp_beach"), s("16"),
-                      Rows{{s("5"), s("50"), s("\"^4Blue^7Man\"")}});
-        QTest::newRow("RTCW: sv_hostname, never hostname")
-            << s("RTCW") << s("\xff\xff\xff\xff" "statusResponse\n\\sv_hostname\\Right\\hostname\\Wrong\\sv_maxclients\\4")
-            << status({}, s("Right"), {}, s("4"), Rows{});
-        QTest::newRow("Kingpin ignores the RTCW keys")
-            << s("Kingpin") << s("x\n\\sv_hostname\\Right\\hostname\\Other\\sv_maxclients\\4")
-            << status({}, s("Other"), {}, {}, Rows{});
+        QTest::newRow("RTCW: statusResponse with colour codes") << s("RTCW") << bytes(FakeGameReplies::quake3Status(server, "xyz")) << status(s("Wolf 1.41 win-x86 Jan 16 2003"), s("^1Red ^7Beach"), s("mp_beach"), s("16"), Rows{{s("5"), s("50"), s("\"^4Blue^7Man\"")}});
+        QTest::newRow("RTCW: sv_hostname, never hostname") << s("RTCW") << s("\xff\xff\xff\xff" "statusResponse\n\\sv_hostname\\Right\\hostname\\Wrong\\sv_maxclients\\4") << status({}, s("Right"), {}, s("4"), Rows{});
+        QTest::newRow("Kingpin ignores the RTCW keys") << s("Kingpin") << s("x\n\\sv_hostname\\Right\\hostname\\Other\\sv_maxclients\\4") << status({}, s("Other"), {}, {}, Rows{});
 
-        QTest::newRow("a value that is a key is read as a key")
-            << s("Kingpin") << s("x\n\\hostname\\mapname\\mapname\\q2dm1") << status({}, s("mapname"), s("q2dm1"), {}, Rows{});
-        QTest::newRow("a key anywhere, even in a player line")
-            << s("Kingpin") << s("x\n\\a\\b\n1 2 \"x\\version\\9\"") << status(s("9\""), {}, {}, {}, Rows{{s("1"), s("2"), s("\"x\\version\\9\"")}});
-        QTest::newRow("Kingpin passes over a key without a value")
-            << s("Kingpin") << s("x\n\\mapname\\kpdm2\\hostname") << status({}, {}, s("kpdm2"), {}, Rows{});
-        QTest::newRow("RTCW stops at a key without a value, keeping the list")
-            << s("RTCW") << s("x\n\\mapname\\mp_ice\n1 2 \"a\"\\version") << status({}, {}, s("mp_ice\n1 2 \"a\""), {}, {});
+        QTest::newRow("a value that is a key is read as a key") << s("Kingpin") << s("x\n\\hostname\\mapname\\mapname\\q2dm1") << status({}, s("mapname"), s("q2dm1"), {}, Rows{});
+        QTest::newRow("a key anywhere, even in a player line") << s("Kingpin") << s("x\n\\a\\b\n1 2 \"x\\version\\9\"") << status(s("9\""), {}, {}, {}, Rows{{s("1"), s("2"), s("\"x\\version\\9\"")}});
+        QTest::newRow("Kingpin passes over a key without a value") << s("Kingpin") << s("x\n\\mapname\\kpdm2\\hostname") << status({}, {}, s("kpdm2"), {}, Rows{});
+        QTest::newRow("RTCW stops at a key without a value, keeping the list") << s("RTCW") << s("x\n\\mapname\\mp_ice\n1 2 \"a\"\\version") << status({}, {}, s("mp_ice\n1 2 \"a\""), {}, {});
 
-        QTest::newRow("an empty line moves later cells a row down")
-            << s("Kingpin") << s("h\ni\n1 10 \"a\"\n\n2 20 \"b\"\n3 30 \"c\"\n")
-            << status({}, {}, {}, {}, Rows{{s("1"), s("10"), s("\"a\"")}, {s("2"), {}, {}}, {s("3"), s("20"), s("\"b\"")}});
-        QTest::newRow("short lines leave cells empty")
-            << s("Kingpin") << s("h\ni\n7\n8 9\n 5") << status({}, {}, {}, {}, Rows{{s("7"), {}, {}}, {s("8"), s("9"), {}}, {{}, s("5"), {}}});
+        QTest::newRow("an empty line moves later cells a row down") << s("Kingpin") << s("h\ni\n1 10 \"a\"\n\n2 20 \"b\"\n3 30 \"c\"\n") << status({}, {}, {}, {}, Rows{{s("1"), s("10"), s("\"a\"")}, {s("2"), {}, {}}, {s("3"), s("20"), s("\"b\"")}});
+        QTest::newRow("short lines leave cells empty") << s("Kingpin") << s("h\ni\n7\n8 9\n 5") << status({}, {}, {}, {}, Rows{{s("7"), {}, {}}, {s("8"), s("9"), {}}, {{}, s("5"), {}}});
         QTest::newRow("a reply of one line has no players") << s("Kingpin") << s("just words") << status({}, {}, {}, {}, Rows{});
 
         server.hostName = s("Crossfire Arena");
-        QTest::newRow("Half-Life: real info reply has no key names")
-            << s("Half-Life") << bytes(FakeGameReplies::halfLifeInfo(server, s("127.0.0.1:27015")))
-            << status({}, {}, {}, {}, Rows{});
-        QTest::newRow("Half-Life: NUL-separated keys, players never read")
-            << s("Half-Life")
-            << bytes(withNuls("\xff\xff\xff\xff" "E\x04\x00hostname\0HL Box\0maxclients\0" "12\0mapname\0stalkyard\0"
-                              "version\0" "1.1.2.1\0\n1 2 \"a\"\n"))
-            << status(s("1.1.2.1"), s("HL Box"), s("stalkyard"), s("12"), Rows{});
-        QTest::newRow("Half-Life stops at a key without a value")
-            << s("Half-Life") << bytes(withNuls("mapname\0c1a0\0hostname")) << status({}, {}, s("c1a0"), {}, {});
+        QTest::newRow("Half-Life: real info reply has no key names") << s("Half-Life") << bytes(FakeGameReplies::halfLifeInfo(server, s("127.0.0.1:27015"))) << status({}, {}, {}, {}, Rows{});
+        QTest::newRow("Half-Life: NUL-separated keys, players never read") << s("Half-Life") << bytes(withNuls("\xff\xff\xff\xff" "E\x04\x00hostname\0HL Box\0maxclients\0" "12\0mapname\0stalkyard\0" "version\0" "1.1.2.1\0\n1 2 \"a\"\n")) << status(s("1.1.2.1"), s("HL Box"), s("stalkyard"), s("12"), Rows{});
+        QTest::newRow("Half-Life stops at a key without a value") << s("Half-Life") << bytes(withNuls("mapname\0c1a0\0hostname")) << status({}, {}, s("c1a0"), {}, {});
         QTest::newRow("another game changes nothing") << s("*Home") << s("x\n\\hostname\\h\n1 2 3") << ServerStatus{};
     }
+    // clang-format on
 
     void parse() {
         QFETCH(QString, game);

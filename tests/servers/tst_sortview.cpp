@@ -34,6 +34,7 @@ class SortViewTest : public QObject {
 private Q_SLOTS:
     void initTestCase() { QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates)); }
 
+    // clang-format off
     void sortColumn_data() {
         QTest::addColumn<QStringList>("rows");
         QTest::addColumn<int>("column");
@@ -43,26 +44,16 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("firsts");  // column 1 afterwards, to see that rows moved whole
 
         const QStringList pings{QStringLiteral("a|50|x"), QStringLiteral("b|7|y"), QStringLiteral("c|123|z")};
-        QTest::newRow("ping descending") << pings << 2 << 1 << 4 << QStringList{"123", "50", "7"}
-                                         << QStringList{"c", "a", "b"};
-        QTest::newRow("ping ascending") << pings << 2 << 1 << 3 << QStringList{"7", "50", "123"}
-                                        << QStringList{"b", "a", "c"};
-        QTest::newRow("as text 7 sorts last") << pings << 2 << 0 << 3 << QStringList{"123", "50", "7"}
-                                              << QStringList{"c", "a", "b"};
-        QTest::newRow("empty cell reads 0, numbers normalised")
-            << QStringList{"7|a", "|b", "12.5|c", "3.50|d", "100|e"} << 1 << 1 << 3
-            << QStringList{"0", "3.5", "7", "12.5", "100"} << QStringList{"0", "3.5", "7", "12.5", "100"};
-        QTest::newRow("exponent") << QStringList{"2e2|a", "15|b"} << 1 << 1 << 4
-                                             << QStringList{"200", "15"} << QStringList{"200", "15"};
-        QTest::newRow("names ignore case, equal names keep order")
-            << QStringList{"1|1|\"bob\"", "2|2|\"Al\"", "3|3|\"al\"", "4|4|\"Cy\""} << 3 << 0 << 3
-            << QStringList{"\"Al\"", "\"al\"", "\"bob\"", "\"Cy\""} << QStringList{"2", "3", "1", "4"};
-        QTest::newRow("dates month first, back in general form")
-            << QStringList{"x|2/1/2003", "y|12/31/2002", "z|12/31/2002 8:05:09 PM"} << 2 << 2 << 3
-            << QStringList{"12/31/2002", "12/31/2002 8:05:09 PM", "2/1/2003"} << QStringList{"y", "z", "x"};
-        QTest::newRow("another sort type does nothing") << pings << 2 << 7 << 3 << QStringList{"50", "7", "123"}
-                                                        << QStringList{"a", "b", "c"};
+        QTest::newRow("ping descending") << pings << 2 << 1 << 4 << QStringList{"123", "50", "7"} << QStringList{"c", "a", "b"};
+        QTest::newRow("ping ascending") << pings << 2 << 1 << 3 << QStringList{"7", "50", "123"} << QStringList{"b", "a", "c"};
+        QTest::newRow("as text 7 sorts last") << pings << 2 << 0 << 3 << QStringList{"123", "50", "7"} << QStringList{"c", "a", "b"};
+        QTest::newRow("empty cell reads 0, numbers normalised") << QStringList{"7|a", "|b", "12.5|c", "3.50|d", "100|e"} << 1 << 1 << 3 << QStringList{"0", "3.5", "7", "12.5", "100"} << QStringList{"0", "3.5", "7", "12.5", "100"};
+        QTest::newRow("exponent") << QStringList{"2e2|a", "15|b"} << 1 << 1 << 4 << QStringList{"200", "15"} << QStringList{"200", "15"};
+        QTest::newRow("names ignore case, equal names keep order") << QStringList{"1|1|\"bob\"", "2|2|\"Al\"", "3|3|\"al\"", "4|4|\"Cy\""} << 3 << 0 << 3 << QStringList{"\"Al\"", "\"al\"", "\"bob\"", "\"Cy\""} << QStringList{"2", "3", "1", "4"};
+        QTest::newRow("dates month first, back in general form") << QStringList{"x|2/1/2003", "y|12/31/2002", "z|12/31/2002 8:05:09 PM"} << 2 << 2 << 3 << QStringList{"12/31/2002", "12/31/2002 8:05:09 PM", "2/1/2003"} << QStringList{"y", "z", "x"};
+        QTest::newRow("another sort type does nothing") << pings << 2 << 7 << 3 << QStringList{"50", "7", "123"} << QStringList{"a", "b", "c"};
     }
+    // clang-format on
 
     void sortColumn() {
         QFETCH(QStringList, rows);
