@@ -81,9 +81,9 @@ private Q_SLOTS:
         QCOMPARE(c.file(batch), bytes);
         QCOMPARE(c.g.txtGameEXE->text(), exeAfter);
         QCOMPARE(c.t.desktop.started.size(), 1);
-        QCOMPARE(c.t.desktop.started.first().program, c.t.file(batch));
-        QCOMPARE(c.t.desktop.started.first().workingFolder, c.t.dir.path());
-        QCOMPARE(c.t.desktop.started.first().show, Desktop::Show::Hidden);
+        const FakeDesktop::Started& s = c.t.desktop.started.first();
+        QCOMPARE((QStringList{s.program, s.workingFolder}), (QStringList{c.t.file(batch), c.t.dir.path()}));
+        QCOMPARE(s.show, Desktop::Show::Hidden);
         QVERIFY(c.t.prompts.shown.isEmpty());
     }
 
@@ -135,23 +135,21 @@ private Q_SLOTS:
         c.g.Join->click();
         QCOMPARE(c.sentSoFar(), kJoined);
         QCOMPARE(c.t.sounds.played, QStringList{c.t.file(QStringLiteral("\\play.wav"))});
-        QVERIFY(!c.w->mnuSoundEffects->isChecked());
-        QVERIFY(!c.w->mnuNotify->isChecked());
-        QVERIFY(c.w->isHidden());
-        QVERIFY(c.g.isHidden());
+        // Sounds, notification and both windows are off while playing, and back at the return.
+        const auto awayState = [&c] {
+            return QList<bool>{c.w->mnuSoundEffects->isChecked(), c.w->mnuNotify->isChecked(), c.w->isVisible(),
+                               c.g.isVisible()};
+        };
+        QCOMPARE(awayState(), QList<bool>(4, false));
         QCOMPARE(c.g.txtPlayingGame->text(), QStringLiteral("Playing"));
         Form4* resume = c.resume();
         QVERIFY(resume && resume->isVisible());
-        QCOMPARE(resume->windowTitle(), QStringLiteral("Resume Quorvel"));
-        QCOMPARE(resume->Command1->text(), QStringLiteral("Resume Quorvel"));
+        QCOMPARE(resume->windowTitle() + u'|' + resume->Command1->text(), QStringLiteral("Resume Quorvel|Resume Quorvel"));
 
         c.t.clock.current = QDateTime(QDate(2003, 11, 16), QTime(22, 0, 1));
         resume->Command1->click();
         QCOMPARE(c.g.txtPlayingGame->text(), QStringLiteral("Quorveling"));
-        QVERIFY(c.w->isVisible());
-        QVERIFY(c.g.isVisible());
-        QVERIFY(c.w->mnuSoundEffects->isChecked());
-        QVERIFY(c.w->mnuNotify->isChecked());
+        QCOMPARE(awayState(), QList<bool>(4, true));
         QCOMPARE(c.sentSoFar(), QByteArray("MSG|\xbf| left Kingpin : 22:00:01 : 16/11/2003"));
         QTRY_VERIFY(!c.resume());
 
@@ -197,12 +195,10 @@ private Q_SLOTS:
         c.t.desktop.succeed = false;
         c.g.Join->click();
         QCOMPARE(c.t.prompts.shown.size(), 1);
-        QVERIFY(c.t.prompts.last().text.startsWith(QStringLiteral("The game could not be started:\n\nwolfmp.exe +connect "
-                                                                  "10.0.0.5:31510\n(from ")));
+        QVERIFY(c.t.prompts.last().text.startsWith(
+            QStringLiteral("The game could not be started:\n\nwolfmp.exe +connect 10.0.0.5:31510\n(from ")));
         QCOMPARE(c.t.prompts.last().icon, Prompts::Icon::Exclamation);
-        QVERIFY(!c.g.isPlaying());
-        QVERIFY(c.w->isVisible());
-        QVERIFY(c.g.isVisible());
+        QVERIFY(!c.g.isPlaying() && c.w->isVisible() && c.g.isVisible());
         QTRY_VERIFY(!c.resume());
         QCOMPARE(c.sentSoFar(), QByteArray());
     }
