@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "FakeServices.h"
 
 #include "ancillary/Form6.h"
@@ -46,10 +47,10 @@ class Form6Test : public QObject {
 private Q_SLOTS:
     // clang-format off
     void pickedColourShowsAtOnceAndIsSaved_data() {
-        QTest::addColumn<QString>("caption");
-        QTest::addColumn<QString>("control"); // objectName of the control that shows it, or "me"/"msg" lines
-        QTest::addColumn<int>("paletteRole"); // QPalette::ColorRole of that control
-        QTest::addColumn<int>("line");        // settings file line that keeps it, 0 when none
+        // control: objectName of the control that shows it, or "me"/"msg" lines
+        // paletteRole: QPalette::ColorRole of that control
+        // line: settings file line that keeps it, 0 when none
+        addColumns<QString, QString, int, int>("caption", "control", "paletteRole", "line");
         QTest::newRow("Main BackGround") << "Main BackGround" << "rtb" << int(QPalette::Base) << 4;
         QTest::newRow("Main Text Color") << "Main Text Color" << "msg" << int(QPalette::Text) << 6;
         QTest::newRow("Emotion Color") << "Emotion Color" << "me" << 0 << 0;
@@ -64,10 +65,8 @@ private Q_SLOTS:
     // clang-format on
 
     void pickedColourShowsAtOnceAndIsSaved() {
-        QFETCH(QString, caption);
-        QFETCH(QString, control);
-        QFETCH(int, paletteRole);
-        QFETCH(int, line);
+        auto [caption, control, paletteRole, line] =
+            fetchRow<QString, QString, int, int>("caption", "control", "paletteRole", "line");
         const qint64 picked = 0x123456; // blue 0x12, green 0x34, red 0x56
         const QColor shown(0x56, 0x34, 0x12);
         TestServices t;

@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "FakeServices.h"
 #include "TestFiles.h"
 
@@ -94,8 +95,7 @@ private Q_SLOTS:
     }
 
     void settingsRoundTrip_data() {
-        QTest::addColumn<int>("line");
-        QTest::addColumn<QString>("value");
+        addColumns<int, QString>("line", "value");
         // Other values than the starting file's, odd ones included: empty, non-ASCII, blanks.
         const QStringList values = QString::fromUtf8("Jos\xc3\xa9|10.0.0.7|1|1193046|72|6636321|7829367|1|16711935|"
                                                      "65535|4210752||e|\xe2\x82\xac|x y")
@@ -106,8 +106,7 @@ private Q_SLOTS:
 
     // Every line is loaded into its control and written back from it, byte for byte.
     void settingsRoundTrip() {
-        QFETCH(int, line);
-        QFETCH(QString, value);
+        auto [line, value] = fetchRow<int, QString>("line", "value");
         TestServices t;
         QStringList lines = kSettings;
         lines[line - 1] = value;
@@ -126,16 +125,14 @@ private Q_SLOTS:
     }
 
     void exitSavesAndEnds_data() {
-        QTest::addColumn<QString>("how");
-        QTest::addColumn<bool>("saved");
+        addColumns<QString, bool>("how", "saved");
         QTest::newRow("Exit menu") << QStringLiteral("menu") << true;
         QTest::newRow("close box") << QStringLiteral("close") << true;
         QTest::newRow("/exit") << QStringLiteral("/exit") << false;
     }
 
     void exitSavesAndEnds() {
-        QFETCH(QString, how);
-        QFETCH(bool, saved);
+        auto [how, saved] = fetchRow<QString, bool>("how", "saved");
         TestServices t;
         Form1 w(t.services());
         QVERIFY(w.Form_Load());

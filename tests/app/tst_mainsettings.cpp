@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "TestFiles.h"
 
 #include "app/MainSettings.h"
@@ -18,9 +19,8 @@ class MainSettingsTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void parse_data() {
-        QTest::addColumn<QStringList>("lines");
-        QTest::addColumn<int>("valuesRead"); // how many of lines 1..11 were taken
-        QTest::addColumn<QStringList>("identification");
+        // valuesRead: how many of lines 1..11 were taken
+        addColumns<QStringList, int, QStringList>("lines", "valuesRead", "identification");
         const QStringList four{QStringLiteral("Age : 23"), QStringLiteral("Email : a@b"), QStringLiteral("Website : x"),
                                QStringLiteral("Hobbys : y")};
         QTest::newRow("fifteen lines") << fullFile(four) << 11 << four;
@@ -38,9 +38,8 @@ private Q_SLOTS:
     }
 
     void parse() {
-        QFETCH(QStringList, lines);
-        QFETCH(int, valuesRead);
-        QFETCH(QStringList, identification);
+        auto [lines, valuesRead, identification] =
+            fetchRow<QStringList, int, QStringList>("lines", "valuesRead", "identification");
         const MainSettings s = MainSettings::parse(lines);
         const bool read[] = {s.nickname.has_value(),          s.serverHost.has_value(),
                              s.serverPort.has_value(),        s.displayBackground.has_value(),
@@ -60,8 +59,7 @@ private Q_SLOTS:
     }
 
     void hostileFilesLoadWhatTheyCan_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("nickname");
+        addColumns<QByteArray, QString>("bytes", "nickname");
         QTest::newRow("binary junk") << QByteArray("\x00\xff\xfe\x01\x02\r\x03\n\x80", 9) << QString(QChar(0)) + QStringLiteral("\u00ff\u00fe\u0001\u0002");
         QTest::newRow("10 MB line") << QByteArray(10 * 1024 * 1024, 'a') << QString(10 * 1024 * 1024, u'a');
         QTest::newRow("missing file") << QByteArray("<missing>") << QString();
@@ -70,8 +68,7 @@ private Q_SLOTS:
     }
 
     void hostileFilesLoadWhatTheyCan() {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, nickname);
+        auto [bytes, nickname] = fetchRow<QByteArray, QString>("bytes", "nickname");
         QTemporaryDir dir;
         const QString path = dir.filePath(QStringLiteral("Quorvel.ini"));
         if (bytes != "<missing>")

@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "FakeServices.h"
 #include "TestFiles.h"
 
@@ -114,10 +115,8 @@ class GameStarterTest : public QObject {
 private Q_SLOTS:
     // clang-format off
     void gameChange_data() {
-        QTest::addColumn<QString>("game");
-        QTest::addColumn<int>("modIndex");
-        QTest::addColumn<QByteArray>("settings");
-        QTest::addColumn<QStringList>("expected"); // path file, favourites file, exe, proposed file, frame
+        // expected: path file, favourites file, exe, proposed file, frame
+        addColumns<QString, int, QByteArray, QStringList>("game", "modIndex", "settings", "expected");
         QTest::newRow("Half-Life, Counter-Strike") << "Half-Life" << 1 << QByteArray() << QStringList{"\\halflife-path.qvl", "\\counterstrike-serverlist.qvl", "\\hl.exe", "hl.exe", "Frame1"};
         QTest::newRow("Kingpin, MM client on") << "Kingpin" << -1 << QByteArray("[Options]\r\nKingpinMMClient=1\r\n") << QStringList{"\\kingpin-path.qvl", "\\kingpin-serverlist.qvl", "\\mmclient.exe", "MMCLIENT.EXE", "Frame2"};
         QTest::newRow("Kingpin, no settings") << "Kingpin" << -1 << QByteArray() << QStringList{"\\kingpin-path.qvl", "\\kingpin-serverlist.qvl", "\\kingpin.exe", "KINGPIN.EXE", "Frame2"};
@@ -125,10 +124,8 @@ private Q_SLOTS:
     }
     // clang-format on
     void gameChange() {
-        QFETCH(QString, game);
-        QFETCH(int, modIndex);
-        QFETCH(QByteArray, settings);
-        QFETCH(QStringList, expected);
+        auto [game, modIndex, settings, expected] =
+            fetchRow<QString, int, QByteArray, QStringList>("game", "modIndex", "settings", "expected");
         Browser b({{expected[0], "C:\\Games\\X\r\n"},
                    {expected[1], "A - 1.2.3.4 - 5\r\nB - c - 6\r\n"},
                    {QStringLiteral("\\Settings.ini"), settings}});
@@ -195,17 +192,15 @@ private Q_SLOTS:
 
     // clang-format off
     void loadini_data() {
-        QTest::addColumn<QByteArray>("settings");
-        QTest::addColumn<QString>("value"); // "path": the settings file's own path, cut to 49 characters
-        QTest::addColumn<QString>("prompt");
+        // value: "path": the settings file's own path, cut to 49 characters
+        addColumns<QByteArray, QString, QString>("settings", "value", "prompt");
         QTest::newRow("missing key") << QByteArray("[Options]\r\n") << "path" << None;
         QTest::newRow("empty value") << QByteArray("[Options]\r\nKingpinMMClient=\r\n") << "unchanged" << line(QStringLiteral("An error has occurred while calling the API function"), Icon::Exclamation);
     }
     // clang-format on
     void loadini() {
-        QFETCH(QByteArray, settings);
-        QFETCH(QString, value);
-        QFETCH(QString, prompt);
+        auto [settings, value, prompt] =
+            fetchRow<QByteArray, QString, QString>("settings", "value", "prompt");
         Browser b({{QStringLiteral("\\Settings.ini"), settings}});
         GameStarter& w = *b.w;
         b.t.prompts.shown.clear();
@@ -221,11 +216,8 @@ private Q_SLOTS:
 
     // clang-format off
     void browseForPath_data() {
-        QTest::addColumn<QString>("game");
-        QTest::addColumn<QString>("pathBefore");
-        QTest::addColumn<int>("answer"); // to the Yes/No question, when asked
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<bool>("saved");
+        // answer: to the Yes/No question, when asked
+        addColumns<QString, QString, int, QString, bool>("game", "pathBefore", "answer", "status", "saved");
         QTest::newRow("no game") << "*Home" << "" << -1 << "" << false;
         QTest::newRow("path kept") << "Kingpin" << "C:\\KP" << int(Prompts::Answer::No) << " Path to Kingpin has not been changed" << false;
         QTest::newRow("path changed") << "Kingpin" << "C:\\KP" << int(Prompts::Answer::Yes) << " Saved the path to Kingpin" << true;
@@ -233,11 +225,8 @@ private Q_SLOTS:
     }
     // clang-format on
     void browseForPath() {
-        QFETCH(QString, game);
-        QFETCH(QString, pathBefore);
-        QFETCH(int, answer);
-        QFETCH(QString, status);
-        QFETCH(bool, saved);
+        auto [game, pathBefore, answer, status, saved] =
+            fetchRow<QString, QString, int, QString, bool>("game", "pathBefore", "answer", "status", "saved");
         Browser b;
         GameStarter& w = *b.w;
         w.setGameKey(game);
@@ -272,12 +261,7 @@ private Q_SLOTS:
 
     // clang-format off
     void addFavourite_data() {
-        QTest::addColumn<QString>("game");
-        QTest::addColumn<int>("modIndex");
-        QTest::addColumn<QString>("port");
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QString>("prompt");
-        QTest::addColumn<QByteArray>("after");
+        addColumns<QString, int, QString, QString, QString, QByteArray>("game", "modIndex", "port", "file", "prompt", "after");
         const QByteArray one = "Old - 1.1.1.1 - 1\r\n";
         const QByteArray two = one + "Srv - 10.0.0.1 - 7777\r\n";
         QTest::newRow("no game") << "*Home" << -1 << "7777" << "\\kingpin-serverlist.qvl" << line(QStringLiteral("You must select a game first."), Icon::Exclamation) << one;
@@ -289,12 +273,9 @@ private Q_SLOTS:
     }
     // clang-format on
     void addFavourite() {
-        QFETCH(QString, game);
-        QFETCH(int, modIndex);
-        QFETCH(QString, port);
-        QFETCH(QString, file);
-        QFETCH(QString, prompt);
-        QFETCH(QByteArray, after);
+        auto [game, modIndex, port, file, prompt, after] =
+            fetchRow<QString, int, QString, QString, QString, QByteArray>("game", "modIndex", "port", "file",
+                                                                          "prompt", "after");
         Browser b({{file, "Old - 1.1.1.1 - 1\r\n"}});
         GameStarter& w = *b.w;
         w.setGameKey(game);
@@ -353,16 +334,14 @@ private Q_SLOTS:
 
     // clang-format off
     void takeApart_data() {
-        QTest::addColumn<QString>("entry");
-        QTest::addColumn<QStringList>("fields");
+        addColumns<QString, QStringList>("entry", "fields");
         QTest::newRow("three fields") << "Fred's Bar - 10.0.0.5 - 31510" << QStringList{"Fred's Bar", "10.0.0.5", "31510"};
         QTest::newRow("description with the separator") << "My - Server - 10.0.0.1 - 7777" << QStringList{"My", "Server", "10.0.0.1"};
         QTest::newRow("one field") << "Solo" << QStringList{"Solo", "y", "z"};
     }
     // clang-format on
     void takeApart() {
-        QFETCH(QString, entry);
-        QFETCH(QStringList, fields);
+        auto [entry, fields] = fetchRow<QString, QStringList>("entry", "fields");
         Browser b;
         GameStarter& w = *b.w;
         for (QListWidget* list : {w.lstServers, w.lstMasterServers}) {
@@ -376,10 +355,7 @@ private Q_SLOTS:
 
     // clang-format off
     void refusals_data() {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("game");
-        QTest::addColumn<QStringList>("fields");
-        QTest::addColumn<QString>("prompt");
+        addColumns<QString, QString, QStringList, QString>("button", "game", "fields", "prompt");
         const QStringList full{"S", "10.0.0.5", "27960"};
         const QString selectGame = line(QStringLiteral("Please select a game first"), Icon::Information);
         QTest::newRow("join, empty field before no game") << "Join" << "*Home" << QStringList{"S", "", "1"} << line(QStringLiteral("Cant join game server. Field(s) are empty!"), Icon::Information);
@@ -395,10 +371,8 @@ private Q_SLOTS:
     }
     // clang-format on
     void refusals() {
-        QFETCH(QString, button);
-        QFETCH(QString, game);
-        QFETCH(QStringList, fields);
-        QFETCH(QString, prompt);
+        auto [button, game, fields, prompt] =
+            fetchRow<QString, QString, QStringList, QString>("button", "game", "fields", "prompt");
         Browser b;
         GameStarter& w = *b.w;
         w.setGameKey(game);
@@ -414,18 +388,15 @@ private Q_SLOTS:
 
     // clang-format off
     void clipboard_data() {
-        QTest::addColumn<bool>("favouriteSelected");
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QString>("copied");
+        addColumns<bool, QString, QString>("favouriteSelected", "action", "copied");
         QTest::newRow("address") << true << "mnuCopyIPPort" << "Server : 10.0.0.5:31510";
         QTest::newRow("name and address") << true << "mnuCopyServerNameAddress" << "Server : Fred's Bar & Address : 10.0.0.5:31510";
         QTest::newRow("picked from the master list") << false << "mnuCopyIPPort" << "before";
     }
     // clang-format on
     void clipboard() {
-        QFETCH(bool, favouriteSelected);
-        QFETCH(QString, action);
-        QFETCH(QString, copied);
+        auto [favouriteSelected, action, copied] =
+            fetchRow<bool, QString, QString>("favouriteSelected", "action", "copied");
         Browser b;
         GameStarter& w = *b.w;
         QListWidget* list = favouriteSelected ? w.lstServers : w.lstMasterServers;
@@ -481,13 +452,7 @@ private Q_SLOTS:
 
     // clang-format off
     void fetch_data() {
-        QTest::addColumn<QString>("game");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QByteArray>("headLength");
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QStringList>("items");
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<QString>("caption");
+        addColumns<QString, QByteArray, QByteArray, QString, QStringList, QString, QString>("game", "body", "headLength", "file", "items", "status", "caption");
         const QByteArray two = "A - 10.0.0.1 - 31510\r\nB - 10.0.0.2 - 31511\r\n";
         const QStringList three{"A - 10.0.0.1 - 31510", "B - 10.0.0.2 - 31511", ""};
         QTest::newRow("two lines, three items, size from HEAD") << "Kingpin" << two << QByteArray("1234") << "\\qvllist-kingpin.qvl" << three << " Recived Master List : (1234)Bytes " << "Master Servers : Kingpin";
@@ -496,13 +461,9 @@ private Q_SLOTS:
     }
     // clang-format on
     void fetch() {
-        QFETCH(QString, game);
-        QFETCH(QByteArray, body);
-        QFETCH(QByteArray, headLength);
-        QFETCH(QString, file);
-        QFETCH(QStringList, items);
-        QFETCH(QString, status);
-        QFETCH(QString, caption);
+        auto [game, body, headLength, file, items, status, caption] =
+            fetchRow<QString, QByteArray, QByteArray, QString, QStringList, QString, QString>(
+                "game", "body", "headLength", "file", "items", "status", "caption");
         CannedHttp http;
         http.body = body;
         http.headLength = headLength;

@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
 #include "common/Windows1252.h"
@@ -13,9 +14,7 @@ class ChatMessageTest : public QObject {
 private Q_SLOTS:
     // clang-format off
     void build_data() {
-        QTest::addColumn<QString>("word");
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<QByteArray>("wire");
+        addColumns<QString, QStringList, QByteArray>("word", "args", "wire");
         const auto s = [](const char* t) { return QString::fromLatin1(t); };
         // Every message the program sends is checked byte for byte where it is sent; these are the framing rules.
         QTest::newRow("fields in order") << s("LOGIN") << QStringList{s("ann"), s("1234")} << QByteArray("LOGIN|\xbf|ann|\xbf|1234");
@@ -27,16 +26,13 @@ private Q_SLOTS:
     // clang-format on
 
     void build() {
-        QFETCH(QString, word);
-        QFETCH(QStringList, args);
-        QFETCH(QByteArray, wire);
+        auto [word, args, wire] = fetchRow<QString, QStringList, QByteArray>("word", "args", "wire");
         QCOMPARE(Windows1252::encode(ChatMessage::build(word, args)), wire);
     }
 
     // clang-format off
     void splitRead_data() {
-        QTest::addColumn<QByteArray>("wire");
-        QTest::addColumn<QList<QStringList>>("pieces");
+        addColumns<QByteArray, QList<QStringList>>("wire", "pieces");
         const auto s = [](const char* t) { return QString::fromLatin1(t); };
         QTest::newRow("two joins in one read") << QByteArray("JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n") << QList<QStringList>{QStringList{s("JOIN"), s("ann")}, QStringList{s("JOIN"), s("bob")}, QStringList{s("")}};
         // Reads cut across messages and separators inside chat text are tested where the room shows them.
@@ -46,8 +42,7 @@ private Q_SLOTS:
     // clang-format on
 
     void splitRead() {
-        QFETCH(QByteArray, wire);
-        QFETCH(QList<QStringList>, pieces);
+        auto [wire, pieces] = fetchRow<QByteArray, QList<QStringList>>("wire", "pieces");
         QCOMPARE(ChatMessage::splitRead(Windows1252::decode(wire)), pieces);
     }
 

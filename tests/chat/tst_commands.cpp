@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "SignedOnClient.h"
 
 #include "browser/GameStarter.h"
@@ -26,11 +27,8 @@ private Q_SLOTS:
 
     // clang-format off
     void inputLine_data() {
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<QByteArray>("sent");
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<QString>("prompt");
-        QTest::addColumn<QString>("effect"); // "cleared", "browser", "clipboard", "mail" or nothing else
+        // effect: "cleared", "browser", "clipboard", "mail" or nothing else
+        addColumns<QString, QByteArray, QString, QString, QString>("line", "sent", "status", "prompt", "effect");
         const QString signedOn = QStringLiteral("Signed On");
         auto str = [](const char* t) { return QString::fromLatin1(t); };
         QTest::newRow("/help") << str("/help") << QByteArray() << signedOn << str("Quorvel|") + slashHelpText() + str("|1") << QString();
@@ -51,11 +49,8 @@ private Q_SLOTS:
     // clang-format on
 
     void inputLine() {
-        QFETCH(QString, line);
-        QFETCH(QByteArray, sent);
-        QFETCH(QString, status);
-        QFETCH(QString, prompt);
-        QFETCH(QString, effect);
+        auto [line, sent, status, prompt, effect] = fetchRow<QString, QByteArray, QString, QString, QString>(
+            "line", "sent", "status", "prompt", "effect");
         QVERIFY(c->deliver("MSG|\xbf|<ann> earlier\r\n"));
         QGuiApplication::clipboard()->setText(QStringLiteral("before"));
         c->w->Text1->setText(line);
@@ -94,10 +89,7 @@ private Q_SLOTS:
 
     // clang-format off
     void userMenu_data() {
-        QTest::addColumn<QString>("item");
-        QTest::addColumn<QString>("selected");
-        QTest::addColumn<QByteArray>("sent");
-        QTest::addColumn<QString>("prompt");
+        addColumns<QString, QString, QByteArray, QString>("item", "selected", "sent", "prompt");
         auto str = [](const char* t) { return QString::fromLatin1(t); };
         QTest::newRow("message yourself") << str("mnuPM") << str("me") << QByteArray() << str("Quorvel|You can't PM your self|0");
         QTest::newRow("user details") << str("mnuIS") << str("bob") << QByteArray("PMSG|\xbf|bob|\xbf|/WHOAMI") << QString();
@@ -119,10 +111,8 @@ private Q_SLOTS:
     // clang-format on
 
     void userMenu() {
-        QFETCH(QString, item);
-        QFETCH(QString, selected);
-        QFETCH(QByteArray, sent);
-        QFETCH(QString, prompt);
+        auto [item, selected, sent, prompt] =
+            fetchRow<QString, QString, QByteArray, QString>("item", "selected", "sent", "prompt");
         QVERIFY(c->deliver("LIST|\xbf|me\r\nLIST|\xbf|bob\r\n"));
         c->w->selectUser(selected);
         c->w->findChild<QAction*>(item)->trigger();
@@ -170,16 +160,14 @@ private Q_SLOTS:
     }
 
     void addressBox_data() {
-        QTest::addColumn<QString>("entry");
-        QTest::addColumn<QStringList>("opened");
+        addColumns<QString, QStringList>("entry", "opened");
         QTest::newRow("web page") << QStringLiteral("http://quorvel.example") << QStringList{QStringLiteral("http://quorvel.example")};
         QTest::newRow("bare http://") << QStringLiteral("http://") << QStringList();
         QTest::newRow("bare ftp://") << QStringLiteral("ftp://") << QStringList();
     }
 
     void addressBox() {
-        QFETCH(QString, entry);
-        QFETCH(QStringList, opened);
+        auto [entry, opened] = fetchRow<QString, QStringList>("entry", "opened");
         TestServices t;
         Form1 w(t.services());
         w.Combo1->addItem(entry);

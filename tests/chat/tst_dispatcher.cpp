@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "SignedOnClient.h"
 
 #include "ancillary/Form2.h"
@@ -73,13 +74,7 @@ private Q_SLOTS:
 
     // clang-format off
     void serverMessages_data() {
-        QTest::addColumn<QString>("setup");
-        QTest::addColumn<Reads>("reads");
-        QTest::addColumn<QString>("display");
-        QTest::addColumn<QStringList>("users");
-        QTest::addColumn<QStringList>("sounds");
-        QTest::addColumn<QByteArray>("sent");
-        QTest::addColumn<QStringList>("prompts");
+        addColumns<QString, Reads, QString, QStringList, QStringList, QByteArray, QStringList>("setup", "reads", "display", "users", "sounds", "sent", "prompts");
         const auto row = [](const char* name, const char* setup, const Reads& reads, const char* display,
                             const QStringList& users = {}, const QStringList& sounds = {},
                             const QByteArray& sent = {}, const QStringList& prompts = {}) {
@@ -119,13 +114,9 @@ private Q_SLOTS:
     // clang-format on
 
     void serverMessages() {
-        QFETCH(QString, setup);
-        QFETCH(Reads, reads);
-        QFETCH(QString, display);
-        QFETCH(QStringList, users);
-        QFETCH(QStringList, sounds);
-        QFETCH(QByteArray, sent);
-        QFETCH(QStringList, prompts);
+        auto [setup, reads, display, users, sounds, sent, prompts] =
+            fetchRow<QString, Reads, QString, QStringList, QStringList, QByteArray, QStringList>(
+                "setup", "reads", "display", "users", "sounds", "sent", "prompts");
         setUp(*c, setup);
         for (const QByteArray& read : reads)
             QVERIFY(c->deliver(read));
@@ -152,16 +143,14 @@ private Q_SLOTS:
     }
 
     void newNick_data() {
-        QTest::addColumn<std::optional<QString>>("answer");
-        QTest::addColumn<QByteArray>("sent");
+        addColumns<std::optional<QString>, QByteArray>("answer", "sent");
         QTest::newRow("typed") << std::optional<QString>(QStringLiteral("me2"))
                                << QByteArray("NICK|\xbf|me2");
         QTest::newRow("cancelled") << std::optional<QString>() << QByteArray("NICK|\xbf|");
     }
 
     void newNick() {
-        QFETCH(std::optional<QString>, answer);
-        QFETCH(QByteArray, sent);
+        auto [answer, sent] = fetchRow<std::optional<QString>, QByteArray>("answer", "sent");
         c->t.prompts.inputs.push_back(answer);
         QVERIFY(c->deliver("NICK\r\nJOIN|\xbf|lost\r\n"));
         QCOMPARE(c->t.prompts.last().kind + c->t.prompts.last().line() + c->t.prompts.last().proposed,

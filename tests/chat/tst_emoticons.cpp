@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "chat/EmoticonCodes.h"
 #include "chat/EmoticonReplacer.h"
 
@@ -49,9 +50,8 @@ class EmoticonsTest : public QObject {
 private Q_SLOTS:
     // clang-format off
     void findEmoticons_data() {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<qsizetype>("from");
-        QTest::addColumn<QString>("hits"); // picture@position
+        // hits: picture@position
+        addColumns<QString, qsizetype, QString>("text", "from", "hits");
         QTest::newRow("the ten codes in picture order") << u":) ;) :z :d :( :| :m :< :o :x"_qs << qsizetype(0) << u"1@0 2@3 3@6 4@9 5@12 6@15 7@18 8@21 9@24 10@27"_qs;
         QTest::newRow("capitals are no codes") << u":D :O :Z :X :M"_qs << qsizetype(0) << QString();
         QTest::newRow("adjacent codes") << u";):d:("_qs << qsizetype(0) << u"2@0 4@2 5@4"_qs;
@@ -63,9 +63,7 @@ private Q_SLOTS:
     // clang-format on
 
     void findEmoticons() {
-        QFETCH(QString, text);
-        QFETCH(qsizetype, from);
-        QFETCH(QString, hits);
+        auto [text, from, hits] = fetchRow<QString, qsizetype, QString>("text", "from", "hits");
         QStringList found;
         for (const EmoticonHit& hit : ::findEmoticons(text, from))
             found << QStringLiteral("%1@%2").arg(hit.picture).arg(hit.position);
@@ -99,8 +97,7 @@ private Q_SLOTS:
     // "trim" (the oldest line dropped), "into first:text" (text put at the end of the first line).
     // clang-format off
     void display_data() {
-        QTest::addColumn<QStringList>("steps");
-        QTest::addColumn<QString>("shown");
+        addColumns<QStringList, QString>("steps", "shown");
         QTest::newRow("codes become pictures") << QStringList{u"+hi :) there"_qs, u"+x;)y:D:|"_qs, u"pass"_qs} << u"\nhi [1] there\nx[2]y:D[6]"_qs;
         QTest::newRow("a skipped pass is made up by the next") << QStringList{u"+a :("_qs,   u"pass"_qs,      u"+early :m"_qs, u"+;) too"_qs, u"+later :<"_qs, u"pass"_qs} << u"\na [5]\nearly [7]\n[2] too\nlater [8]"_qs;
         QTest::newRow("a code split across two appends") << QStringList{u"+half:"_qs, u"pass"_qs, u">)rest"_qs, u"pass"_qs} << u"\nhalf[1]rest"_qs;
@@ -112,8 +109,7 @@ private Q_SLOTS:
     // clang-format on
 
     void display() {
-        QFETCH(QStringList, steps);
-        QFETCH(QString, shown);
+        auto [steps, shown] = fetchRow<QStringList, QString>("steps", "shown");
         QTextDocument doc;
         EmoticonReplacer replacer(doc);
         for (const QString& step : steps) {

@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "FakeServices.h"
 #include "ScriptedChatServer.h"
 
@@ -50,9 +51,7 @@ class SignOnTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void passwordRule_data() {
-        QTest::addColumn<QString>("dialog");
-        QTest::addColumn<QString>("password");
-        QTest::addColumn<bool>("accepted");
+        addColumns<QString, QString, bool>("dialog", "password", "accepted");
         const QList<std::pair<const char*, bool>> rows{{"1234", true},    {"0", false}, {"-5", false},
                                                        {"secret", false}, {"", false},  {"0.5", true}};
         for (const char* dialog : {"Form7", "Form8"}) {
@@ -64,9 +63,8 @@ private Q_SLOTS:
 
     // The account dialog refuses what the sign-on dialog would refuse, before anything is sent.
     void passwordRule() {
-        QFETCH(QString, dialog);
-        QFETCH(QString, password);
-        QFETCH(bool, accepted);
+        auto [dialog, password, accepted] =
+            fetchRow<QString, QString, bool>("dialog", "password", "accepted");
         Room r;
         QPointer<QDialog> shown;
         QString toolTip;
@@ -123,10 +121,8 @@ private Q_SLOTS:
 
     // clang-format off
     void accountRequestEndsSignedOff_data() {
-        QTest::addColumn<QString>("answer"); // what the server sends, or "hang up", or "cancel" (the dialog)
-        QTest::addColumn<QStringList>("prompts");
-        QTest::addColumn<QString>("nickname");
-        QTest::addColumn<QString>("display");
+        // answer: what the server sends, or "hang up", or "cancel" (the dialog)
+        addColumns<QString, QStringList, QString, QString>("answer", "prompts", "nickname", "display");
         QTest::newRow("DONER") << u"DONER\r\n"_s << QStringList{u"Quorvel|Thank you, account created ok.|1"_s} << u"newbie"_s << QString();
         QTest::newRow("INUSE") << u"INUSE\r\n"_s << QStringList{QStringLiteral( "Quorvel|Unable To Create New Account... Possible Resons, " "Invalid Name, Name in Use, You Own 2 Accounts... Please " "Check this and Try Again|3")} << u"old"_s << QString();
         QTest::newRow("server hangs up") << u"hang up"_s << QStringList() << u"old"_s << u"\nDisconnected..."_s;
@@ -136,10 +132,8 @@ private Q_SLOTS:
 
     // However the account request ends, the window is back in the plain signed-off state.
     void accountRequestEndsSignedOff() {
-        QFETCH(QString, answer);
-        QFETCH(QStringList, prompts);
-        QFETCH(QString, nickname);
-        QFETCH(QString, display);
+        auto [answer, prompts, nickname, display] =
+            fetchRow<QString, QStringList, QString, QString>("answer", "prompts", "nickname", "display");
         Room r;
         r.w.rtb->clear();
         r.w.Text3->setText(u"old"_s);
@@ -189,17 +183,13 @@ private Q_SLOTS:
     }
 
     void signingOff_data() {
-        QTest::addColumn<bool>("byMenu");
-        QTest::addColumn<QString>("status");
-        QTest::addColumn<QString>("display");
+        addColumns<bool, QString, QString>("byMenu", "status", "display");
         QTest::newRow("server hangs up") << false << u"Signed Off"_s << u"\nDisconnected..."_s;
         QTest::newRow("Sign off menu") << true << u"Signed Off : 14:05:09"_s << QString();
     }
 
     void signingOff() {
-        QFETCH(bool, byMenu);
-        QFETCH(QString, status);
-        QFETCH(QString, display);
+        auto [byMenu, status, display] = fetchRow<bool, QString, QString>("byMenu", "status", "display");
         Room r;
         r.w.setPassword(u"1"_s);
         r.w.signOn();

@@ -1,6 +1,7 @@
 // Starting games where Windows is not: through Wine when it is on the PATH, from the game folder,
 // and a batch file followed line by line. A script named "wine" on a PATH of the test's own
 // records what it was asked to run.
+#include "DataRows.h"
 #include "TestFiles.h"
 
 #include "common/BatchScript.h"
@@ -30,10 +31,7 @@ private Q_SLOTS:
     void cleanup() { qputenv("PATH", m_path); }
 
     void batchCommand_data() {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<QString>("program");
-        QTest::addColumn<QStringList>("arguments");
+        addColumns<QString, QString, QString, QStringList>("text", "folder", "program", "arguments");
         QTest::newRow("kingpin.bat") << "@echo off\r\ncd\\\r\ncd /games/kp\r\nkingpin.exe +connect 10.0.0.5:31510 +name Big Boss\r\n@cls\r\n"
                                      << "/games/kp" << "/games/kp/kingpin.exe"
                                      << QStringList{"+connect", "10.0.0.5:31510", "+name", "Big", "Boss"};
@@ -41,10 +39,8 @@ private Q_SLOTS:
     }
 
     void batchCommand() {
-        QFETCH(QString, text);
-        QFETCH(QString, folder);
-        QFETCH(QString, program);
-        QFETCH(QStringList, arguments);
+        auto [text, folder, program, arguments] =
+            fetchRow<QString, QString, QString, QStringList>("text", "folder", "program", "arguments");
         const auto command = BatchScript::firstCommand(text, QStringLiteral("/start"));
         QVERIFY(command);
         QCOMPARE(command->folder, folder);
@@ -55,10 +51,9 @@ private Q_SLOTS:
 
     // clang-format off
     void startsGames_data() {
-        QTest::addColumn<QByteArray>("game");   // the bytes of game/hl.exe; empty: no such file
-        QTest::addColumn<bool>("wineOnPath");
-        QTest::addColumn<bool>("throughBatch");
-        QTest::addColumn<QStringList>("recorded"); // folder, then the command line; empty: nothing ran
+        // game: the bytes of game/hl.exe; empty: no such file
+        // recorded: folder, then the command line; empty: nothing ran
+        addColumns<QByteArray, bool, bool, QStringList>("game", "wineOnPath", "throughBatch", "recorded");
         const QByteArray windowsGame("MZ\x90\0", 4);
         QTest::newRow("Windows game through Wine") << windowsGame << true << false << QStringList{"game", "game/hl.exe -console +connect 1.2.3.4:27015"};
         QTest::newRow("batch through Wine") << windowsGame << true << true << QStringList{"game", "game/hl.exe +connect 1.2.3.4:27015"};
@@ -69,10 +64,8 @@ private Q_SLOTS:
     // clang-format on
 
     void startsGames() {
-        QFETCH(QByteArray, game);
-        QFETCH(bool, wineOnPath);
-        QFETCH(bool, throughBatch);
-        QFETCH(QStringList, recorded);
+        auto [game, wineOnPath, throughBatch, recorded] =
+            fetchRow<QByteArray, bool, bool, QStringList>("game", "wineOnPath", "throughBatch", "recorded");
         const QString gameFolder = m_dir.filePath(QStringLiteral("game"));
         if (!game.isEmpty())
             QVERIFY(writeBytes(gameFolder + QStringLiteral("/hl.exe"), game, true));

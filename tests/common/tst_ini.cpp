@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "TestFiles.h"
 
 #include "common/INI.h"
@@ -17,9 +18,7 @@ class IniTest : public QObject {
 private Q_SLOTS:
     // clang-format off
     void readString_data() {
-        QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<int>("buffer");
-        QTest::addColumn<QString>("value");
+        addColumns<QByteArray, int, QString>("file", "buffer", "value");
         const QString fallback = QStringLiteral("fallback");
         QTest::newRow("found") << QByteArray("[Options]\r\nKingpinMMClient=1\r\n") << 50 << QStringLiteral("1");
         QTest::newRow("any case, blanks, LF") << QByteArray("[ options ]\nkingpinmmclient =  1 \n") << 50 << "1";
@@ -34,9 +33,7 @@ private Q_SLOTS:
     // clang-format on
 
     void readString() {
-        QFETCH(QByteArray, file);
-        QFETCH(int, buffer);
-        QFETCH(QString, value);
+        auto [file, buffer, value] = fetchRow<QByteArray, int, QString>("file", "buffer", "value");
         QTemporaryDir dir;
         const QString path = dir.filePath(QStringLiteral("Settings.ini"));
         put(path, file);
@@ -47,9 +44,7 @@ private Q_SLOTS:
 
     // clang-format off
     void writeString_data() {
-        QTest::addColumn<QByteArray>("before");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QByteArray>("after");
+        addColumns<QByteArray, QString, QByteArray>("before", "value", "after");
         QTest::newRow("new file") << QByteArray("-") << "1" << QByteArray("[Options]\r\nKingpinMMClient=1\r\n");
         QTest::newRow("replaced, the rest kept byte for byte") << QByteArray( "; caf\xe9\n[Other]\nKingpinMMClient=7\n[OPTIONS]\r\n kingpinmmclient = 0 \r\nX=y\r") << "1" << QByteArray("; caf\xe9\n[Other]\nKingpinMMClient=7\n[OPTIONS]\r\nKingpinMMClient=1\r\nX=y\r");
         QTest::newRow("added after the section's last line") << QByteArray("[Options]\r\nX=y\r\n\r\n[Next]\r\nZ=1") << "0" << QByteArray("[Options]\r\nX=y\r\nKingpinMMClient=0\r\n\r\n[Next]\r\nZ=1");
@@ -58,9 +53,7 @@ private Q_SLOTS:
     // clang-format on
 
     void writeString() {
-        QFETCH(QByteArray, before);
-        QFETCH(QString, value);
-        QFETCH(QByteArray, after);
+        auto [before, value, after] = fetchRow<QByteArray, QString, QByteArray>("before", "value", "after");
         QTemporaryDir dir;
         const QString path = dir.filePath(QStringLiteral("Settings.ini"));
         put(path, before);

@@ -1,5 +1,6 @@
 // Two members' clients in one process: private windows, composer, offers and direct file transfers
 // over 127.0.0.1, with the chat messages passing through scripted chat servers.
+#include "DataRows.h"
 #include "SignedOnClient.h"
 #include "TestFiles.h"
 
@@ -156,11 +157,8 @@ private Q_SLOTS:
 
     // clang-format off
     void rawSenderOutcomes_data() {
-        QTest::addColumn<QByteArray>("size");
-        QTest::addColumn<int>("blocks");
-        QTest::addColumn<bool>("sendsDone");
-        QTest::addColumn<QString>("outcome"); // "%1" stands for the saved file's path
-        QTest::addColumn<QString>("status");
+        // outcome: "%1" stands for the saved file's path
+        addColumns<QByteArray, int, bool, QString, QString>("size", "blocks", "sendsDone", "outcome", "status");
         const QString suspect = u"Quorvel|File Transfer - Posible Error - Check %1|3"_s;
         const QString complete = u"Quorvel|File Transfer Complete|1"_s;
         QTest::newRow("sender dies half way") << QByteArray("5000") << 1 << false << suspect << "Disconnected...";
@@ -173,11 +171,8 @@ private Q_SLOTS:
     // clang-format on
 
     void rawSenderOutcomes() {
-        QFETCH(QByteArray, size);
-        QFETCH(int, blocks);
-        QFETCH(bool, sendsDone);
-        QFETCH(QString, outcome);
-        QFETCH(QString, status);
+        auto [size, blocks, sendsDone, outcome, status] = fetchRow<QByteArray, int, bool, QString, QString>(
+            "size", "blocks", "sendsDone", "outcome", "status");
         RawSender sender;
         const quint16 port = blocks < 0 ? freePort() : sender.server.serverPort();
         QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), port));
@@ -271,10 +266,7 @@ private Q_SLOTS:
     }
 
     void portAnswers_data() {
-        QTest::addColumn<QStringList>("answers");
-        QTest::addColumn<bool>("connected");
-        QTest::addColumn<int>("refusals");
-        QTest::addColumn<bool>("listening");
+        addColumns<QStringList, bool, int, bool>("answers", "connected", "refusals", "listening");
         // "free" stands for a free port; an empty answer ends the attempt.
         QTest::newRow("9, then empty") << QStringList{"9", ""} << true << 1 << false;
 
@@ -286,10 +278,8 @@ private Q_SLOTS:
     }
 
     void portAnswers() {
-        QFETCH(QStringList, answers);
-        QFETCH(bool, connected);
-        QFETCH(int, refusals);
-        QFETCH(bool, listening);
+        auto [answers, connected, refusals, listening] =
+            fetchRow<QStringList, bool, int, bool>("answers", "connected", "refusals", "listening");
         // 10 and 50000 are accepted answers; on a busy machine something else may hold them already.
         bool held = false;
         for (const QString& fixed : {u"10"_s, u"50000"_s}) {
@@ -411,11 +401,7 @@ private Q_SLOTS:
 
     // clang-format off
     void typedLines_data() {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<bool>("connected");
-        QTest::addColumn<QByteArray>("wire");
-        QTest::addColumn<QString>("conversation");
-        QTest::addColumn<QString>("prompt");
+        addColumns<QString, bool, QByteArray, QString, QString>("typed", "connected", "wire", "conversation", "prompt");
         const QString start = u"\n<bob> hello"_s;
         QTest::newRow("line") << "hi" << true << pmsg("bob", "hi") << start + "\n<ann> hi" << "";
         QTest::newRow("empty") << "" << true << QByteArray() << start << "";
@@ -427,11 +413,9 @@ private Q_SLOTS:
     // clang-format on
 
     void typedLines() {
-        QFETCH(QString, typed);
-        QFETCH(bool, connected);
-        QFETCH(QByteArray, wire);
-        QFETCH(QString, conversation);
-        QFETCH(QString, prompt);
+        auto [typed, connected, wire, conversation, prompt] =
+            fetchRow<QString, bool, QByteArray, QString, QString>("typed", "connected", "wire",
+                                                                  "conversation", "prompt");
         QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> hello\r\n"));
         if (!connected) {
             m->ann.server.dropClient();
@@ -479,8 +463,7 @@ private Q_SLOTS:
     }
 
     void composerLines_data() {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QByteArray>("wire");
+        addColumns<QString, QByteArray>("text", "wire");
         const QByteArray a = pmsg("bob", "a\r\n"), b = pmsg("bob", "b\r\n"), empty = pmsg("bob", "\r\n");
         QTest::newRow("two lines") << "a\nb" << a + b;
         QTest::newRow("trailing line break") << "a\nb\n" << a + b + empty;
@@ -488,8 +471,7 @@ private Q_SLOTS:
     }
 
     void composerLines() {
-        QFETCH(QString, text);
-        QFETCH(QByteArray, wire);
+        auto [text, wire] = fetchRow<QString, QByteArray>("text", "wire");
         m->ann.w->LV1->addItems({u"carl"_s, u"bob"_s});
         m->a->mnuSND->trigger();
         Form5* c = m->ann.w->privateChat().composer();

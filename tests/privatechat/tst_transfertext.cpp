@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "privatechat/TransferText.h"
 
 #include <QtTest>
@@ -6,9 +7,7 @@ class TransferTextTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void portAnswers_data() {
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<qint64>("value");
-        QTest::addColumn<bool>("usable");
+        addColumns<QString, qint64, bool>("answer", "value", "usable");
         QTest::newRow("9") << "9" << qint64(9) << false;
         QTest::newRow("10") << "10" << qint64(10) << true;
         QTest::newRow("50000") << "50000" << qint64(50000) << true;
@@ -20,16 +19,13 @@ private Q_SLOTS:
     }
 
     void portAnswers() {
-        QFETCH(QString, answer);
-        QFETCH(qint64, value);
-        QFETCH(bool, usable);
+        auto [answer, value, usable] = fetchRow<QString, qint64, bool>("answer", "value", "usable");
         QCOMPARE(TransferText::leadingNumber(answer), value);
         QCOMPARE(TransferText::usablePort(answer), usable);
     }
 
     void saveNames_data() {
-        QTest::addColumn<QString>("senderPath");
-        QTest::addColumn<QString>("name");
+        addColumns<QString, QString>("senderPath", "name");
         const auto row = [](const char* name, const QString& path, const QString& saved) {
             QTest::newRow(name) << path << saved;
         };
@@ -53,8 +49,7 @@ private Q_SLOTS:
     }
 
     void saveNames() {
-        QFETCH(QString, senderPath);
-        QFETCH(QString, name);
+        auto [senderPath, name] = fetchRow<QString, QString>("senderPath", "name");
         QCOMPARE(TransferText::saveName(senderPath), name);
     }
 

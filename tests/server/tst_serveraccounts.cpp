@@ -1,6 +1,7 @@
 // Account creation and its refusals, how passwords are kept, that an acknowledged account outlives
 // a server process killed with SIGKILL, and the operator commands of the executable. Restarts in
 // process, on both databases, are in tst_serverdatabase.
+#include "DataRows.h"
 #include "TestServer.h"
 
 #include "server/PasswordHash.h"
@@ -24,8 +25,7 @@ class TestServerAccounts : public QObject {
 private slots:
     // clang-format off
     void accountRequest_data() {
-        QTest::addColumn<QString>("request");
-        QTest::addColumn<QByteArray>("reply");
+        addColumns<QString, QByteArray>("request", "reply");
         QTest::newRow("good") << newAccount(u"dave"_s, u"1234"_s) << QByteArray("DONER\r\n");
         QTest::newRow("Windows-1252 letter") << newAccount(u"Jos\u00E9"_s, u"1"_s) << QByteArray("DONER\r\n");
         QTest::newRow("only the name and password") << wire("NEWACCOUNT", "eve", "5") << QByteArray("DONER\r\n");
@@ -44,8 +44,7 @@ private slots:
     // clang-format on
 
     void accountRequest() {
-        QFETCH(QString, request);
-        QFETCH(QByteArray, reply);
+        auto [request, reply] = fetchRow<QString, QByteArray>("request", "reply");
         TestServer server;
         server.addAccount(u"alice"_s, u"11"_s);
         ServerTestClient client;
@@ -101,10 +100,7 @@ private slots:
 
     // clang-format off
     void derivationIsStandardPbkdf2_data() {
-        QTest::addColumn<QString>("password");
-        QTest::addColumn<QByteArray>("salt");
-        QTest::addColumn<int>("iterations");
-        QTest::addColumn<QByteArray>("expected");
+        addColumns<QString, QByteArray, int, QByteArray>("password", "salt", "iterations", "expected");
         // RFC 7914, section 11: PBKDF2-HMAC-SHA256, the first 32 bytes.
         QTest::newRow("published vector") << u"passwd"_s << QByteArray("salt") << 1 << QByteArray::fromHex("55ac046e56e3089fec1691c22544b605" "f94185216dde0465e68b9d57c20dacbc");
         // Hashes stored by earlier versions, which derived with QPasswordDigestor, still match.
@@ -116,10 +112,8 @@ private slots:
     // clang-format on
 
     void derivationIsStandardPbkdf2() {
-        QFETCH(QString, password);
-        QFETCH(QByteArray, salt);
-        QFETCH(int, iterations);
-        QFETCH(QByteArray, expected);
+        auto [password, salt, iterations, expected] =
+            fetchRow<QString, QByteArray, int, QByteArray>("password", "salt", "iterations", "expected");
         QCOMPARE(PasswordHash::derive(password, salt, iterations).toHex(), expected.toHex());
     }
 

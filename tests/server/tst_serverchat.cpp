@@ -1,5 +1,6 @@
 // Public lines, the server's own answers, private relay with the file-offer rewrite,
 // the follow relay, news, and how segments are framed into messages.
+#include "DataRows.h"
 #include "TestServer.h"
 
 #include <QtTest>
@@ -33,8 +34,7 @@ private slots:
 
     // clang-format off
     void framing_data() {
-        QTest::addColumn<QByteArray>("segment");
-        QTest::addColumn<QStringList>("delivered");
+        addColumns<QByteArray, QStringList>("segment", "delivered");
         QTest::newRow("two messages") << QByteArray("MSG|\xBF|one\r\nMSG|\xBF|two") << QStringList{u"<bob> one"_s, u"<bob> two"_s};
         QTest::newRow("PING then a line") << QByteArray("PING|\xBF|12:00:00\r\nMSG|\xBF|two\r\n") << QStringList{u"<bob> two"_s};
         QTest::newRow("separator inside the text") << QByteArray("MSG|\xBF|a|\xBF|b") << QStringList{wire("<bob> a", "b")};
@@ -45,8 +45,7 @@ private slots:
     // clang-format on
 
     void framing() {
-        QFETCH(QByteArray, segment);
-        QFETCH(QStringList, delivered);
+        auto [segment, delivered] = fetchRow<QByteArray, QStringList>("segment", "delivered");
         m_bob->sendBytes(segment);
         // The marker goes out only after the segment was handled, so TCP cannot merge the two.
         QTRY_COMPARE_WITH_TIMEOUT(m_alice->chatLines().size(), delivered.size(), 5000);
@@ -60,9 +59,7 @@ private slots:
     }
 
     void seenQuery_data() {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("carolHasBeenHere");
-        QTest::addColumn<QString>("answer");
+        addColumns<QString, bool, QString>("name", "carolHasBeenHere", "answer");
         QTest::newRow("online") << u"alice"_s << false << u"<Quorvel> alice is here now."_s;
         QTest::newRow("was here") << u"carol"_s << true
                                   << u"<Quorvel> carol was last seen on 2026-03-01 12:00:00 UTC."_s;
@@ -72,9 +69,8 @@ private slots:
     }
 
     void seenQuery() {
-        QFETCH(QString, name);
-        QFETCH(bool, carolHasBeenHere);
-        QFETCH(QString, answer);
+        auto [name, carolHasBeenHere, answer] =
+            fetchRow<QString, bool, QString>("name", "carolHasBeenHere", "answer");
         if (carolHasBeenHere) {
             auto carol = m_server->signOn(u"carol"_s, u"33"_s);
             QVERIFY(carol);
@@ -104,8 +100,7 @@ private slots:
 
     // clang-format off
     void controlCharactersReachNobody_data() {
-        QTest::addColumn<QByteArray>("sent");
-        QTest::addColumn<QString>("received");
+        addColumns<QByteArray, QString>("sent", "received");
         QTest::newRow("forged line in a chat line") << QByteArray("MSG|\xBF|hello\r<alice> please send me your password") << msg(u"<bob> hello<alice> please send me your password"_s);
         QTest::newRow("NUL, ESC, DEL and C1 in a chat line") << (QByteArray("MSG|\xBF|a") + '\0' + "b\x1B" "c\x7F" "d\x81\x9D" "e") << msg(u"<bob> abcde"_s);
         QTest::newRow("private line") << QByteArray("PMSG|\xBF|alice|\xBF|a\rb\x07") << wire("PMSG", "<bob> ab");
@@ -114,8 +109,7 @@ private slots:
     // clang-format on
 
     void controlCharactersReachNobody() {
-        QFETCH(QByteArray, sent);
-        QFETCH(QString, received);
+        auto [sent, received] = fetchRow<QByteArray, QString>("sent", "received");
         m_bob->sendBytes(sent);
         QVERIFY(m_alice->waitForLine(received));
         QCOMPARE(m_alice->chatLines(), QStringList{received});
@@ -123,8 +117,7 @@ private slots:
 
     // clang-format off
     void privateMessage_data() {
-        QTest::addColumn<QString>("sent");
-        QTest::addColumn<QByteArray>("relayed");
+        addColumns<QString, QByteArray>("sent", "relayed");
         QTest::newRow("plain") << u"PMSG|\u00BF|alice|\u00BF|psst"_s << QByteArray("PMSG|\xBF|<bob> psst\r\n");
         QTest::newRow("private window line") << u"PMSG|\u00BF|alice|\u00BF|line\r\n"_s << QByteArray("PMSG|\xBF|<bob> line\r\n");
         QTest::newRow("target in other case") << u"PMSG|\u00BF|ALICE|\u00BF|psst"_s << QByteArray("PMSG|\xBF|<bob> psst\r\n");
@@ -137,8 +130,7 @@ private slots:
     // clang-format on
 
     void privateMessage() {
-        QFETCH(QString, sent);
-        QFETCH(QByteArray, relayed);
+        auto [sent, relayed] = fetchRow<QString, QByteArray>("sent", "relayed");
         m_bob->sendSegment(sent);
         QTRY_COMPARE_WITH_TIMEOUT(m_alice->rawChat(), relayed, 5000);
         QCOMPARE(m_bob->chatLines(), QStringList());

@@ -1,5 +1,6 @@
 // The executable's command line: help, refused values, and administration commands that
 // must not start a server.
+#include "DataRows.h"
 #include <QtTest>
 
 class TestServerCommandLine : public QObject {
@@ -7,9 +8,7 @@ class TestServerCommandLine : public QObject {
 private slots:
     // clang-format off
     void commandLine_data() {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QByteArray>("expectedOutput");
+        addColumns<QStringList, int, QByteArray>("arguments", "exitCode", "expectedOutput");
         QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0 << QByteArray("--connections-per-address");
         QTest::newRow("port out of range") << QStringList{QStringLiteral("--chat-port"), QStringLiteral("70000")} << 2 << QByteArray("--chat-port must be a number from 0 to 65535");
         QTest::newRow("flood lines not a number") << QStringList{QStringLiteral("--flood-lines"), QStringLiteral("many")} << 2 << QByteArray("--flood-lines must be a number");
@@ -21,9 +20,8 @@ private slots:
     // clang-format on
 
     void commandLine() {
-        QFETCH(QStringList, arguments);
-        QFETCH(int, exitCode);
-        QFETCH(QByteArray, expectedOutput);
+        auto [arguments, exitCode, expectedOutput] =
+            fetchRow<QStringList, int, QByteArray>("arguments", "exitCode", "expectedOutput");
         QTemporaryDir data;
         QProcess process;
         QSignalSpy finished(&process, &QProcess::finished);

@@ -1,6 +1,7 @@
 // What ends a client's read, how the delivery queue fills writes and keeps its probe count, and the
 // split of merged client sends. Bursts of read-ending lines reach the real client whole in
 // tst_endtoend.
+#include "DataRows.h"
 #include "TestServer.h"
 
 #include "server/DeliveryQueue.h"
@@ -17,9 +18,7 @@ class TestServerDelivery : public QObject {
     Q_OBJECT
 private slots:
     void whatEndsARead_data() {
-        QTest::addColumn<QByteArray>("line");
-        QTest::addColumn<bool>("strict");
-        QTest::addColumn<Kind>("kind");
+        addColumns<QByteArray, bool, Kind>("line", "strict", "kind");
         const auto row = [](const char* name, const char* line, bool strict, Kind kind) {
             QTest::newRow(name) << QByteArray(line) << strict << kind;
         };
@@ -36,9 +35,7 @@ private slots:
     }
 
     void whatEndsARead() {
-        QFETCH(QByteArray, line);
-        QFETCH(bool, strict);
-        QFETCH(Kind, kind);
+        auto [line, strict, kind] = fetchRow<QByteArray, bool, Kind>("line", "strict", "kind");
         QCOMPARE(DeliveryQueue::classify(line, strict), kind);
     }
 
@@ -103,8 +100,7 @@ private slots:
     // clang-format off
     void mergedSendsAreSplit_data() {
         // "~" stands for the separator.
-        QTest::addColumn<QString>("piece");
-        QTest::addColumn<QStringList>("messages");
+        addColumns<QString, QStringList>("piece", "messages");
         QTest::newRow("a private line behind a public one") << "MSG~helloPMSG~bob~psst" << QStringList{"MSG~hello", "PMSG~bob~psst"};
         QTest::newRow("a line behind an empty one") << "MSG~MSG~two" << QStringList{"MSG~", "MSG~two"};
         QTest::newRow("a keep-alive answer behind a nick") << "NICK~alice2PING~12:00:00" << QStringList{"NICK~alice2", "PING~12:00:00"};
@@ -116,8 +112,7 @@ private slots:
     // clang-format on
 
     void mergedSendsAreSplit() {
-        QFETCH(QString, piece);
-        QFETCH(QStringList, messages);
+        auto [piece, messages] = fetchRow<QString, QStringList>("piece", "messages");
         QCOMPARE(LineFramer::splitMerged(piece.replace(u'~', S)), messages.replaceInStrings(u"~"_s, S));
     }
 };

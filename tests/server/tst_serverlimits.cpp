@@ -1,5 +1,6 @@
 // What one member can cost the others: silence, over-long lines, junk, floods, many
 // connections, and not reading. In every case the others keep being served.
+#include "DataRows.h"
 #include "TestServer.h"
 #include "server/MemberSession.h"
 
@@ -48,8 +49,7 @@ private slots:
     }
 
     void hostileSegmentDropsOnlyItsSender_data() {
-        QTest::addColumn<QByteArray>("junk");
-        QTest::addColumn<bool>("senderDropped");
+        addColumns<QByteArray, bool>("junk", "senderDropped");
         QTest::newRow("10 MB line") << QByteArray(10 * 1024 * 1024, 'x') << true;
         QTest::newRow("line just over 8 KiB")
             << (QByteArray("MSG|\xBF|") + QByteArray(8 * 1024, 'y') + "\r\n") << true;
@@ -63,8 +63,7 @@ private slots:
     }
 
     void hostileSegmentDropsOnlyItsSender() {
-        QFETCH(QByteArray, junk);
-        QFETCH(bool, senderDropped);
+        auto [junk, senderDropped] = fetchRow<QByteArray, bool>("junk", "senderDropped");
         TestServer server;
         auto alice = server.signOnNew(u"alice"_s);
         auto bob = server.signOnNew(u"bob"_s);
@@ -114,18 +113,14 @@ private slots:
     }
 
     void manyConnectionsOpenedAndDropped_data() {
-        QTest::addColumn<int>("cap");
-        QTest::addColumn<int>("rounds");
-        QTest::addColumn<int>("perRound");
+        addColumns<int, int, int>("cap", "rounds", "perRound");
         // 5 rounds of 200 keep the test within a default descriptor limit of 1024.
         QTest::newRow("1000 connections, no cap") << 0 << 5 << 200;
         QTest::newRow("cap of 8, 12 at once") << 8 << 1 << 12;
     }
 
     void manyConnectionsOpenedAndDropped() {
-        QFETCH(int, cap);
-        QFETCH(int, rounds);
-        QFETCH(int, perRound);
+        auto [cap, rounds, perRound] = fetchRow<int, int, int>("cap", "rounds", "perRound");
         ServerLimits limits = TestServer::testLimits();
         limits.connectionsPerAddress = cap;
         TestServer server(limits);

@@ -1,5 +1,6 @@
 // The master lists over HTTP: GET and HEAD of the six lists, 404 for everything else,
 // nothing outside the data folder reachable, and the samples copied in at start.
+#include "DataRows.h"
 #include "TestFiles.h"
 
 #include "server/MasterListFolder.h"
@@ -138,8 +139,7 @@ private slots:
 
     // clang-format off
     void refusedRequestIsAnsweredAndClosed_data() {
-        QTest::addColumn<QByteArray>("request");
-        QTest::addColumn<QByteArray>("status");
+        addColumns<QByteArray, QByteArray>("request", "status");
         const QByteArray get = "GET /quorvel/qvllist-kingpin.qvl ";
         QTest::newRow("header that never ends") << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(64 * 1024, 'a')) << QByteArray("431");
         QTest::newRow("head just over 8 KB") << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(8 * 1024, 'a') + "\r\n\r\n") << QByteArray("431");
@@ -159,8 +159,7 @@ private slots:
     // clang-format on
 
     void refusedRequestIsAnsweredAndClosed() {
-        QFETCH(QByteArray, request);
-        QFETCH(QByteArray, status);
+        auto [request, status] = fetchRow<QByteArray, QByteArray>("request", "status");
         RawClient client(m_port);
         QVERIFY(client.socket.waitForConnected(5000));
         client.socket.write(request);
@@ -171,9 +170,7 @@ private slots:
     }
 
     void idleAndSlowConnectionsAreClosed_data() {
-        QTest::addColumn<QByteArray>("first");
-        QTest::addColumn<QByteArray>("trickle");
-        QTest::addColumn<QByteArray>("answers");
+        addColumns<QByteArray, QByteArray, QByteArray>("first", "trickle", "answers");
         QTest::newRow("silent") << QByteArray() << QByteArray() << QByteArray();
         QTest::newRow("half a request")
             << QByteArray("GET /quorvel/qvllist-kingpin.qvl HT") << QByteArray() << QByteArray("408");
@@ -184,9 +181,8 @@ private slots:
     }
 
     void idleAndSlowConnectionsAreClosed() {
-        QFETCH(QByteArray, first);
-        QFETCH(QByteArray, trickle);
-        QFETCH(QByteArray, answers);
+        auto [first, trickle, answers] =
+            fetchRow<QByteArray, QByteArray, QByteArray>("first", "trickle", "answers");
         MasterListHttp http(m_dir.path(), quickLimits());
         const quint16 port = http.listen(QHostAddress::LocalHost, 0);
         RawClient client(port);

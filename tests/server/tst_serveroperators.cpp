@@ -1,5 +1,6 @@
 // OPS: kick, the three ban kinds with their expiry and clearing words, suspension,
 // and the refusal of operator commands from ordinary members.
+#include "DataRows.h"
 #include "TestServer.h"
 
 #include <QtTest>
@@ -64,10 +65,7 @@ private slots:
 
     // clang-format off
     void bansAndTheirClearing_data() {
-        QTest::addColumn<QStringList>("words");
-        QTest::addColumn<qint64>("laterSeconds");
-        QTest::addColumn<QString>("clearWord");
-        QTest::addColumn<bool>("signOnAfter");
+        addColumns<QStringList, qint64, QString, bool>("words", "laterSeconds", "clearWord", "signOnAfter");
         const QString ban = u"BAN"_s, subnet = u"SUBNET"_s;
         QTest::newRow("timed ban holds at 59 minutes") << QStringList{ban} << qint64(59 * 60) << QString() << false;
         QTest::newRow("timed ban ends after 60 minutes") << QStringList{ban} << qint64(60 * 60 + 1) << QString() << true;
@@ -83,10 +81,8 @@ private slots:
     // clang-format on
 
     void bansAndTheirClearing() {
-        QFETCH(QStringList, words);
-        QFETCH(qint64, laterSeconds);
-        QFETCH(QString, clearWord);
-        QFETCH(bool, signOnAfter);
+        auto [words, laterSeconds, clearWord, signOnAfter] =
+            fetchRow<QStringList, qint64, QString, bool>("words", "laterSeconds", "clearWord", "signOnAfter");
 
         m_alice->sendSegment(wire("OPS", words.first(), "bob"));
         QVERIFY(m_bob->waitForDisconnect());
@@ -131,9 +127,7 @@ private slots:
 
     // clang-format off
     void sanctionReachesEverySessionOfTheAccount_data() {
-        QTest::addColumn<QString>("word");
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<bool>("secondSignedOn");
+        addColumns<QString, QString, bool>("word", "target", "secondSignedOn");
         for (const char* word : {"KICK", "BAN", "SUBNET", "MUZZLE"}) {
             QTest::addRow("%s the first session, second signed on", word) << QString::fromLatin1(word) << u"bob"_s << true;
             QTest::addRow("%s the second session", word) << QString::fromLatin1(word) << u"bob@laptop"_s << true;
@@ -143,9 +137,8 @@ private slots:
     // clang-format on
 
     void sanctionReachesEverySessionOfTheAccount() {
-        QFETCH(QString, word);
-        QFETCH(QString, target);
-        QFETCH(bool, secondSignedOn);
+        auto [word, target, secondSignedOn] =
+            fetchRow<QString, QString, bool>("word", "target", "secondSignedOn");
         ServerTestClient second;
         QVERIFY(second.connectTo(m_server->port()));
         second.sendSegment(wire("LOGIN", "bob", "22"));

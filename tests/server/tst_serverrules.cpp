@@ -1,5 +1,6 @@
 // The pure rules under the server: how a segment splits into messages, what a name may be,
 // and how addresses are written and grouped into subnets.
+#include "DataRows.h"
 #include "server/AddressRules.h"
 #include "server/LineFramer.h"
 #include "server/NameRules.h"
@@ -11,8 +12,7 @@ class TestServerRules : public QObject {
 private slots:
     // clang-format off
     void segmentSplitsIntoMessages_data() {
-        QTest::addColumn<QByteArray>("segment");
-        QTest::addColumn<QStringList>("messages");
+        addColumns<QByteArray, QStringList>("segment", "messages");
         QTest::newRow("no terminator") << QByteArray("MSG|\xBF|hi") << QStringList{QStringLiteral("MSG|\u00BF|hi")};
         QTest::newRow("CR LF") << QByteArray("PING|\xBF|1\r\n") << QStringList{QStringLiteral("PING|\u00BF|1")};
         QTest::newRow("bare LF") << QByteArray("A\nB") << QStringList{QStringLiteral("A"), QStringLiteral("B")};
@@ -24,14 +24,12 @@ private slots:
     // clang-format on
 
     void segmentSplitsIntoMessages() {
-        QFETCH(QByteArray, segment);
-        QFETCH(QStringList, messages);
+        auto [segment, messages] = fetchRow<QByteArray, QStringList>("segment", "messages");
         QCOMPARE(LineFramer::messagesOf(segment), messages);
     }
 
     void names_data() {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("valid");
+        addColumns<QString, bool>("name", "valid");
         QTest::newRow("plain") << QStringLiteral("bob") << true;
         QTest::newRow("second session") << QStringLiteral("bob@home") << true;
         QTest::newRow("soft hyphen") << QStringLiteral("Quorvel\u00AD") << false;
@@ -54,16 +52,13 @@ private slots:
     }
 
     void names() {
-        QFETCH(QString, name);
-        QFETCH(bool, valid);
+        auto [name, valid] = fetchRow<QString, bool>("name", "valid");
         QCOMPARE(NameRules::isValidName(name), valid);
         QCOMPARE(NameRules::isValidAccountName(name), valid && !name.contains(u'@'));
     }
 
     void sameName_data() {
-        QTest::addColumn<QString>("a");
-        QTest::addColumn<QString>("b");
-        QTest::addColumn<bool>("same");
+        addColumns<QString, QString, bool>("a", "b", "same");
         QTest::newRow("case") << QStringLiteral("Bob") << QStringLiteral("bOB") << true;
         QTest::newRow("invisible inside")
             << QStringLiteral("Quor\u00ADvel") << QStringLiteral("quorvel") << true;
@@ -74,17 +69,13 @@ private slots:
     }
 
     void sameName() {
-        QFETCH(QString, a);
-        QFETCH(QString, b);
-        QFETCH(bool, same);
+        auto [a, b, same] = fetchRow<QString, QString, bool>("a", "b", "same");
         QCOMPARE(NameRules::key(a) == NameRules::key(b), same);
     }
 
     // clang-format off
     void addresses_data() {
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("subnet");
+        addColumns<QString, QString, QString>("address", "text", "subnet");
         QTest::newRow("IPv4") << QStringLiteral("10.1.2.3") << QStringLiteral("10.1.2.3") << QStringLiteral("10.1.2");
         QTest::newRow("IPv4-mapped") << QStringLiteral("::ffff:192.0.2.7") << QStringLiteral("192.0.2.7") << QStringLiteral("192.0.2");
         QTest::newRow("IPv6") << QStringLiteral("2001:db8:1:2:3:4:5:6") << QStringLiteral("2001:db8:1:2:3:4:5:6") << QStringLiteral("2001:db8:1:2");
@@ -92,9 +83,7 @@ private slots:
     // clang-format on
 
     void addresses() {
-        QFETCH(QString, address);
-        QFETCH(QString, text);
-        QFETCH(QString, subnet);
+        auto [address, text, subnet] = fetchRow<QString, QString, QString>("address", "text", "subnet");
         QCOMPARE(AddressRules::text(QHostAddress(address)), text);
         QCOMPARE(AddressRules::subnetOf(text), subnet);
     }

@@ -1,5 +1,6 @@
 // Sign-on, refusal, the NICK exchange for an account already signed on, the work behind each
 // answer, the spacing of failed attempts, and the room's pace while a flood of sign-ons is checked.
+#include "DataRows.h"
 #include "TestServer.h"
 
 #include "server/AccountStore.h"
@@ -108,8 +109,7 @@ private slots:
     }
 
     void refusedSignOn_data() {
-        QTest::addColumn<QString>("login");
-        QTest::addColumn<QString>("banKind");
+        addColumns<QString, QString>("login", "banKind");
         QTest::newRow("unknown account") << wire("LOGIN", "nobody", "22") << QString();
         QTest::newRow("wrong password") << wire("LOGIN", "bob", "23") << QString();
         QTest::newRow("password missing") << wire("LOGIN", "bob") << QString();
@@ -121,8 +121,7 @@ private slots:
     }
 
     void refusedSignOn() {
-        QFETCH(QString, login);
-        QFETCH(QString, banKind);
+        auto [login, banKind] = fetchRow<QString, QString>("login", "banKind");
         TestServer server;
         server.addAccount(u"bob"_s, u"22"_s);
         // Address bans also cover alice, who comes from the same 127.0.0.1: she signs on first.
@@ -151,8 +150,7 @@ private slots:
     }
 
     void accountAlreadyOnlineMustChooseAnotherName_data() {
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<bool>("accepted");
+        addColumns<QString, bool>("answer", "accepted");
         // What a name may hold at all is in tst_serverrules; these are the rules of the second session.
         QTest::newRow("the name already online") << u"alice"_s << false;
         QTest::newRow("the same name in other case") << u"ALICE"_s << false;
@@ -167,8 +165,7 @@ private slots:
     }
 
     void accountAlreadyOnlineMustChooseAnotherName() {
-        QFETCH(QString, answer);
-        QFETCH(bool, accepted);
+        auto [answer, accepted] = fetchRow<QString, bool>("answer", "accepted");
         TestServer server;
         server.addAccount(u"carol"_s, u"33"_s);
         auto first = server.signOnNew(u"alice"_s, u"11"_s);
@@ -211,8 +208,7 @@ private slots:
     }
 
     void leavingWhileBeingCheckedHarmsNobody_data() {
-        QTest::addColumn<QString>("request");
-        QTest::addColumn<bool>("serverStops");
+        addColumns<QString, bool>("request", "serverStops");
         QTest::newRow("LOGIN, member leaves") << wire("LOGIN", "bob", "22") << false;
         QTest::newRow("NEWACCOUNT, member leaves") << wire("NEWACCOUNT", "dave", "44") << false;
         QTest::newRow("LOGIN, server stops") << wire("LOGIN", "bob", "22") << true;
@@ -220,8 +216,7 @@ private slots:
     }
 
     void leavingWhileBeingCheckedHarmsNobody() {
-        QFETCH(QString, request);
-        QFETCH(bool, serverStops);
+        auto [request, serverStops] = fetchRow<QString, bool>("request", "serverStops");
         auto server = std::make_unique<TestServer>();
         // Slow, so that the check is still running when the member leaves.
         QVERIFY(addSlowAccount(*server, u"bob"_s, u"22"_s));
@@ -250,8 +245,7 @@ private slots:
         // Steps: "try ADDRESS NAME" (its wait is recorded), "fail ADDRESS NAME", "ok ADDRESS NAME",
         // "pass MS", and "N*ADDRESS NAME" for N tries that each fail. Three free failures, then
         // 1 s doubling to at most 4 s, forgotten after 60 s.
-        QTest::addColumn<QString>("steps");
-        QTest::addColumn<QList<qint64>>("waits");
+        addColumns<QString, QList<qint64>>("steps", "waits");
         QTest::newRow("spacing doubles up to the ceiling") << u"7*A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 3000, 7000};
         QTest::newRow("the address waits whatever the name") << u"1*A x, 1*A y, 1*A z, 1*A v, try A w"_s << QList<qint64>{0, 0, 0, 0, 1000};
         QTest::newRow("the name waits whatever the address") << u"1*B x, 1*C x, 1*D x, 1*E x, try F x"_s << QList<qint64>{0, 0, 0, 0, 1000};
@@ -262,8 +256,7 @@ private slots:
     // clang-format on
 
     void throttleSpacesOutFailedAttempts() {
-        QFETCH(QString, steps);
-        QFETCH(QList<qint64>, waits);
+        auto [steps, waits] = fetchRow<QString, QList<qint64>>("steps", "waits");
         qint64 now = 0;
         SignOnThrottle throttle(
             {.freeFailures = 3, .firstDelayMs = 1000, .longestDelayMs = 4000, .forgetAfterMs = 60000},

@@ -1,5 +1,6 @@
 // Launching a game from the browser of a signed-on client: the batch files, the Half-Life command
 // lines, the room's announcements, the playing state and the return.
+#include "DataRows.h"
 #include "SignedOnClient.h"
 #include "TestFiles.h"
 
@@ -45,13 +46,7 @@ class GameLaunchTest : public QObject {
 private Q_SLOTS:
     // clang-format off
     void batchFiles_data() {
-        QTest::addColumn<QString>("game");
-        QTest::addColumn<QString>("exe");
-        QTest::addColumn<bool>("mmClient");
-        QTest::addColumn<bool>("passName");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("exeAfter");
+        addColumns<QString, QString, bool, bool, QString, QByteArray, QString>("game", "exe", "mmClient", "passName", "name", "bytes", "exeAfter");
         const QByteArray head("@echo off\r\ncd\\\r\ncd C:\\Kingpin\r\n");
         QTest::newRow("Kingpin with its player name") << "Kingpin" << "\\kingpin.exe" << false << true << "Fred" << head + "kingpin.exe +connect 10.0.0.5:31510 +name Fred\r\n@cls\r\n" << "\\kingpin.exe";
         QTest::newRow("name not passed") << "Kingpin" << "\\kingpin.exe" << false << false << "Fred" << head + "kingpin.exe +connect 10.0.0.5:31510\r\n@cls\r\n" << "\\kingpin.exe";
@@ -63,13 +58,9 @@ private Q_SLOTS:
     // clang-format on
 
     void batchFiles() {
-        QFETCH(QString, game);
-        QFETCH(QString, exe);
-        QFETCH(bool, mmClient);
-        QFETCH(bool, passName);
-        QFETCH(QString, name);
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, exeAfter);
+        auto [game, exe, mmClient, passName, name, bytes, exeAfter] =
+            fetchRow<QString, QString, bool, bool, QString, QByteArray, QString>(
+                "game", "exe", "mmClient", "passName", "name", "bytes", "exeAfter");
         Launch c(game, QStringLiteral("C:\\Kingpin"));
         QVERIFY(c.ready);
         c.g.txtGameEXE->setText(exe);
@@ -88,8 +79,8 @@ private Q_SLOTS:
     }
 
     void halfLifeCommandLines_data() {
-        QTest::addColumn<int>("mod"); // 0 to 3 for Option1 to Option4, -1 for none
-        QTest::addColumn<QString>("commandLine");
+        // mod: 0 to 3 for Option1 to Option4, -1 for none
+        addColumns<int, QString>("mod", "commandLine");
         const QString tail = QStringLiteral(" -noipx +exec adminpass.cfg +connect 10.0.0.5:31510");
         QTest::newRow("Team Fortress") << 0 << "C:\\HL\\hl.exe -console -game tfc" + tail;
         QTest::newRow("Counter-Strike") << 1 << "C:\\HL\\hl.exe -console -game cstrike" + tail;
@@ -99,8 +90,7 @@ private Q_SLOTS:
     }
 
     void halfLifeCommandLines() {
-        QFETCH(int, mod);
-        QFETCH(QString, commandLine);
+        auto [mod, commandLine] = fetchRow<int, QString>("mod", "commandLine");
         Launch c(QStringLiteral("Half-Life"), QStringLiteral("C:\\HL"));
         QVERIFY(c.ready);
         QRadioButton* options[] = {c.g.Option1, c.g.Option2, c.g.Option3, c.g.Option4};

@@ -1,5 +1,6 @@
 // The status query: request bytes, the checks before a request, the three parsers on real-format
 // replies and on their deliberate quirks, and the UDP round trip with a pretend server.
+#include "DataRows.h"
 #include "FakeGameServer.h"
 #include "GameResponder.h"
 
@@ -44,8 +45,7 @@ class GameQueryTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void requestDatagram_data() {
-        QTest::addColumn<QString>("game");
-        QTest::addColumn<QByteArray>("wire");
+        addColumns<QString, QByteArray>("game", "wire");
         QTest::newRow("Kingpin") << s("Kingpin") << QByteArray::fromHex("FFFFFFFF737461747573");
         QTest::newRow("Half-Life") << s("Half-Life") << QByteArray::fromHex("FFFFFFFF696E666F");
         QTest::newRow("RTCW") << s("RTCW") << QByteArray::fromHex("FFFFFFFF676574737461747573");
@@ -53,16 +53,12 @@ private Q_SLOTS:
     }
 
     void requestDatagram() {
-        QFETCH(QString, game);
-        QFETCH(QByteArray, wire);
+        auto [game, wire] = fetchRow<QString, QByteArray>("game", "wire");
         QCOMPARE(GameQuery::requestDatagram(game), wire);
     }
 
     void checkTarget_data() {
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("port");
-        QTest::addColumn<int>("check");
-        QTest::addColumn<int>("value");
+        addColumns<QString, QString, int, int>("address", "port", "check", "value");
         using C = GameQuery::Check;
         // The plain refusals, with their messages, are in tst_pingservers; these are the edges.
         QTest::newRow("ready") << s("10.0.0.5") << s("31510") << int(C::Ready) << 31510;
@@ -74,10 +70,8 @@ private Q_SLOTS:
     }
 
     void checkTarget() {
-        QFETCH(QString, address);
-        QFETCH(QString, port);
-        QFETCH(int, check);
-        QFETCH(int, value);
+        auto [address, port, check, value] =
+            fetchRow<QString, QString, int, int>("address", "port", "check", "value");
         const GameQuery::Target t = GameQuery::checkTarget(address, port);
         QCOMPARE(int(t.check), check);
         QCOMPARE(int(t.port), value);
@@ -85,9 +79,7 @@ private Q_SLOTS:
 
     // clang-format off
     void parse_data() {
-        QTest::addColumn<QString>("game");
-        QTest::addColumn<QString>("reply");
-        QTest::addColumn<ServerStatus>("expected");
+        addColumns<QString, QString, ServerStatus>("game", "reply", "expected");
 
         const Rows fred{{s("3"), s("45"), s("\"Fred\"")}};
         QTest::newRow("Kingpin: the last value runs to the end") << s("Kingpin") << bytes("\xff\xff\xff\xffprint\n\\version\\1.21\\hostname\\Fred's Bar\\mapname\\kpdm1\\maxclients\\8\n" "3 45 \"Fred\"\n") << status(s("1.21"), s("Fred's Bar"), s("kpdm1"), s("8\n3 45 \"Fred\"\n"), fred);
@@ -121,9 +113,7 @@ private Q_SLOTS:
     // clang-format on
 
     void parse() {
-        QFETCH(QString, game);
-        QFETCH(QString, reply);
-        QFETCH(ServerStatus, expected);
+        auto [game, reply, expected] = fetchRow<QString, QString, ServerStatus>("game", "reply", "expected");
         QCOMPARE(GameQuery::parseReply(game, reply), expected);
     }
 

@@ -1,4 +1,5 @@
 // The server monitor window against a pretend game server on 127.0.0.1.
+#include "DataRows.h"
 #include "FakeServices.h"
 #include "GameResponder.h"
 
@@ -82,10 +83,7 @@ private Q_SLOTS:
     }
 
     void requestChecksAtLoad_data() {
-        QTest::addColumn<QString>("address");
-        QTest::addColumn<QString>("port");
-        QTest::addColumn<QStringList>("messages");
-        QTest::addColumn<bool>("retrying");
+        addColumns<QString, QString, QStringList, bool>("address", "port", "messages", "retrying");
         QTest::newRow("no address") << "" << "x" << QStringList{} << true;
         QTest::newRow("no port") << "127.0.0.1" << "" << QStringList{kPortMessage} << true;
         QTest::newRow("port not a number") << "127.0.0.1" << "27a" << QStringList{kNumbersMessage} << true;
@@ -94,10 +92,8 @@ private Q_SLOTS:
     }
 
     void requestChecksAtLoad() {
-        QFETCH(QString, address);
-        QFETCH(QString, port);
-        QFETCH(QStringList, messages);
-        QFETCH(bool, retrying);
+        auto [address, port, messages, retrying] =
+            fetchRow<QString, QString, QStringList, bool>("address", "port", "messages", "retrying");
         Browser b;
         b.setServer(address, port);
         PingServers* w = b.open();
@@ -117,10 +113,8 @@ private Q_SLOTS:
     }
 
     void monitorInterval_data() {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QStringList>("messages");
-        QTest::addColumn<int>("interval"); // 0: not monitoring
-        QTest::addColumn<QString>("textAfter");
+        // interval: 0: not monitoring
+        addColumns<QString, QStringList, int, QString>("typed", "messages", "interval", "textAfter");
         QTest::newRow("lowest") << "1000" << QStringList{} << 1000 << "1000";
         QTest::newRow("highest") << "60000" << QStringList{} << 60000 << "60000";
         QTest::newRow("rounded to nearest") << "1500.7" << QStringList{} << 1501 << "1500.7";
@@ -132,10 +126,8 @@ private Q_SLOTS:
     }
 
     void monitorInterval() {
-        QFETCH(QString, typed);
-        QFETCH(QStringList, messages);
-        QFETCH(int, interval);
-        QFETCH(QString, textAfter);
+        auto [typed, messages, interval, textAfter] =
+            fetchRow<QString, QStringList, int, QString>("typed", "messages", "interval", "textAfter");
         Browser b;
         PingServers* w = b.open();
         w->Text1->setText(typed);
@@ -171,11 +163,7 @@ private Q_SLOTS:
     }
 
     void join_data() {
-        QTest::addColumn<QString>("limit");
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<bool>("asked");
-        QTest::addColumn<bool>("joined");
+        addColumns<QString, int, int, bool, bool>("limit", "rows", "answer", "asked", "joined");
         const int yes = int(Prompts::Answer::Yes), no = int(Prompts::Answer::No);
         QTest::newRow("no reply yet") << "" << 0 << yes << false << false;
         QTest::newRow("full, No") << "2" << 2 << no << true << false;
@@ -186,11 +174,8 @@ private Q_SLOTS:
     }
 
     void join() {
-        QFETCH(QString, limit);
-        QFETCH(int, rows);
-        QFETCH(int, answer);
-        QFETCH(bool, asked);
-        QFETCH(bool, joined);
+        auto [limit, rows, answer, asked, joined] =
+            fetchRow<QString, int, int, bool, bool>("limit", "rows", "answer", "asked", "joined");
         Browser b(QStringLiteral("RTCW"));
         b.setServer(QStringLiteral("127.0.0.1"), QStringLiteral("1")); // nothing answers there
         QPointer<PingServers> w = b.open();

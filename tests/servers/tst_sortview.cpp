@@ -1,4 +1,5 @@
 // Sorting a report-style list by a column as text, numbers or dates.
+#include "DataRows.h"
 #include "FakeServices.h"
 
 #include "common/SortView.h"
@@ -36,12 +37,9 @@ private Q_SLOTS:
 
     // clang-format off
     void sortColumn_data() {
-        QTest::addColumn<QStringList>("rows");
-        QTest::addColumn<int>("column");
-        QTest::addColumn<int>("type");
-        QTest::addColumn<int>("direction");
-        QTest::addColumn<QStringList>("sorted");  // the sorted column, as it reads afterwards
-        QTest::addColumn<QStringList>("firsts");  // column 1 afterwards, to see that rows moved whole
+        // sorted: the sorted column, as it reads afterwards
+        // firsts: column 1 afterwards, to see that rows moved whole
+        addColumns<QStringList, int, int, int, QStringList, QStringList>("rows", "column", "type", "direction", "sorted", "firsts");
 
         const QStringList pings{QStringLiteral("a|50|x"), QStringLiteral("b|7|y"), QStringLiteral("c|123|z")};
         QTest::newRow("ping descending") << pings << 2 << 1 << 4 << QStringList{"123", "50", "7"} << QStringList{"c", "a", "b"};
@@ -56,12 +54,9 @@ private Q_SLOTS:
     // clang-format on
 
     void sortColumn() {
-        QFETCH(QStringList, rows);
-        QFETCH(int, column);
-        QFETCH(int, type);
-        QFETCH(int, direction);
-        QFETCH(QStringList, sorted);
-        QFETCH(QStringList, firsts);
+        auto [rows, column, type, direction, sorted, firsts] =
+            fetchRow<QStringList, int, int, int, QStringList, QStringList>("rows", "column", "type",
+                                                                           "direction", "sorted", "firsts");
         List list(rows);
         FakePrompts prompts;
         QVERIFY(SortView(prompts).SortColumn(list.tree, qint16(column), qint16(type), qint16(direction)));
@@ -72,10 +67,7 @@ private Q_SLOTS:
     }
 
     void cellsThatAreNotNumbersOrDates_data() {
-        QTest::addColumn<QStringList>("rows");
-        QTest::addColumn<int>("column");
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("message");
+        addColumns<QStringList, int, int, QString>("rows", "column", "type", "message");
         QTest::newRow("text among numbers") << QStringList{"5", "five", ""} << 1 << 1 << "Type mismatch (13)";
         // A negative number gets its zeros in front of the sign and cannot be read back.
         QTest::newRow("negative with a longer number") << QStringList{"-5", "100"} << 1 << 1 << "Type mismatch (13)";
@@ -84,10 +76,8 @@ private Q_SLOTS:
     }
 
     void cellsThatAreNotNumbersOrDates() {
-        QFETCH(QStringList, rows);
-        QFETCH(int, column);
-        QFETCH(int, type);
-        QFETCH(QString, message);
+        auto [rows, column, type, message] =
+            fetchRow<QStringList, int, int, QString>("rows", "column", "type", "message");
         List list(rows);
         FakePrompts prompts;
         SortView(prompts).SortColumn(list.tree, qint16(column), qint16(type), SortView::Ascending);
