@@ -65,14 +65,11 @@ private Q_SLOTS:
         TestServices t;
         Form1 w(t.services());
         QVERIFY(w.Form_Load());
-        QCOMPARE(w.windowTitle(), QStringLiteral("Quorvel : 1.0.0"));
-        QCOMPARE(w.statusText(), QStringLiteral("Signed Off"));
-        QCOMPARE(w.connectionText(), QStringLiteral("Not Connected"));
-        QVERIFY(w.mnucon->isEnabled());
-        QVERIFY(!w.mnudis->isEnabled());
-        QVERIFY(!w.mnutools->isEnabled());
-        QVERIFY(!w.mnua->isEnabled());
-        QCOMPARE(w.serverHost(), QStringLiteral("localhost"));
+        QCOMPARE((QStringList{w.windowTitle(), w.statusText(), w.connectionText(), w.serverHost()}),
+                 (QStringList{"Quorvel : 1.0.0", "Signed Off", "Not Connected", "localhost"}));
+        // Only signing on is offered.
+        QCOMPARE((QList<bool>{w.mnucon->isEnabled(), w.mnudis->isEnabled(), w.mnutools->isEnabled(), w.mnua->isEnabled()}),
+                 (QList<bool>{true, false, false, false}));
         // No settings file yet: nothing is said about it.
         QVERIFY(t.prompts.shown.isEmpty());
         QCOMPARE(w.List2->count(), 0);
@@ -136,8 +133,7 @@ private Q_SLOTS:
         TestServices t;
         Form1 w(t.services());
         QVERIFY(w.Form_Load());
-        w.List2->addItems({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d"),
-                           QStringLiteral("e")});
+        w.List2->addItems(QStringLiteral("a b c d e").split(u' '));
         QSignalSpy ended(&w, &Form1::programEnded);
         if (how == u"menu") {
             w.mnuExit->trigger();
