@@ -6,14 +6,8 @@
 #include "common/BgrColour.h"
 #include "common/TextFile.h"
 
-#include <QAction>
-#include <QComboBox>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
-#include <QTextBlock>
-#include <QTextEdit>
 #include <QtTest>
+#include <QtWidgets>
 
 using namespace Qt::StringLiterals;
 

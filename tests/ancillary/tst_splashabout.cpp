@@ -5,12 +5,8 @@
 #include "ancillary/SplashWindow.h"
 #include "app/Form1.h"
 
-#include <QAction>
-#include <QApplication>
-#include <QLabel>
-#include <QPlainTextEdit>
 #include <QtTest>
-#include <QPushButton>
+#include <QtWidgets>
 
 class SplashAboutTest : public QObject {
     Q_OBJECT

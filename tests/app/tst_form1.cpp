@@ -5,14 +5,8 @@
 #include "app/Form1.h"
 #include "common/TextFile.h"
 
-#include <QAction>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QMenu>
 #include <QtTest>
-#include <QTextEdit>
+#include <QtWidgets>
 
 namespace {
 // Fifteen different values, so that a line read into or saved from the wrong control shows.

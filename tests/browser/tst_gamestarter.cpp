@@ -6,19 +6,9 @@
 #include "browser/GameStarter.h"
 #include "browser/StarterOptions.h"
 
-#include <QAction>
-#include <QCheckBox>
-#include <QClipboard>
-#include <QComboBox>
+#include <QtNetwork>
 #include <QtTest>
-#include <QGroupBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
-#include <QRadioButton>
-#include <QTcpServer>
-#include <QTcpSocket>
+#include <QtWidgets>
 
 namespace {
 

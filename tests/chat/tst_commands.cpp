@@ -6,15 +6,8 @@
 #include "chat/SlashCommand.h"
 #include "privatechat/Form3.h"
 
-#include <QAction>
-#include <QClipboard>
-#include <QComboBox>
-#include <QGuiApplication>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
-#include <QTextEdit>
 #include <QtTest>
+#include <QtWidgets>
 
 class CommandsTest : public QObject {
     Q_OBJECT

@@ -5,16 +5,8 @@
 #include "browser/GameStarter.h"
 #include "privatechat/Form3.h"
 
-#include <QAbstractTextDocumentLayout>
-#include <QAction>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QScrollBar>
-#include <QTextBlock>
-#include <QTextEdit>
 #include <QtTest>
+#include <QtWidgets>
 
 using Reads = QList<QByteArray>;
 

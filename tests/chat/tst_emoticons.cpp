@@ -2,14 +2,8 @@
 #include "chat/EmoticonCodes.h"
 #include "chat/EmoticonReplacer.h"
 
-#include <QClipboard>
-#include <QGuiApplication>
-#include <QImage>
+#include <QtGui>
 #include <QtTest>
-#include <QTextBlock>
-#include <QTextCursor>
-#include <QTextDocument>
-#include <QTextImageFormat>
 
 namespace {
 

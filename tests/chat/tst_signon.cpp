@@ -6,15 +6,8 @@
 #include "chat/Form7.h"
 #include "chat/Form8.h"
 
-#include <QAction>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QMenu>
-#include <QPushButton>
 #include <QtTest>
-#include <QTextEdit>
+#include <QtWidgets>
 
 using namespace Qt::StringLiterals;
 

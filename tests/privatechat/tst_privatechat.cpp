@@ -13,18 +13,9 @@
 #include "privatechat/Path.h"
 #include "privatechat/PrivateChat.h"
 
-#include <QAction>
-#include <QComboBox>
-#include <QGroupBox>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QProgressBar>
-#include <QPushButton>
+#include <QtNetwork>
 #include <QtTest>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTextEdit>
+#include <QtWidgets>
 
 using namespace Qt::StringLiterals;
 

@@ -8,12 +8,8 @@
 #include "browser/StarterOptions.h"
 #include "servers/Form4.h"
 
-#include <QAction>
-#include <QCheckBox>
 #include <QtTest>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QRadioButton>
+#include <QtWidgets>
 
 namespace {
 

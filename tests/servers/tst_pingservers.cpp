@@ -7,13 +7,8 @@
 #include "servers/PingServers.h"
 #include "servers/ReplyGraph.h"
 
-#include <QCheckBox>
-#include <QHeaderView>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QtTest>
-#include <QTreeWidget>
+#include <QtWidgets>
 
 namespace {
 
