@@ -16,7 +16,6 @@ private Q_SLOTS:
         SplashWindow splash(desktop);
         QCOMPARE(splash.lblWait->text(), QStringLiteral("Please wait"));
         QCOMPARE(splash.lblVersion->text(), QStringLiteral("Version 1.0.0"));
-        QCOMPARE(splash.imgLogo->pixmap().size(), QSize(480, 180));
         splash.show();
         QTest::mouseClick(splash.lblURL, Qt::LeftButton);
         QCOMPARE(desktop.opened, QStringList{QStringLiteral("https://quorvel.org/")});

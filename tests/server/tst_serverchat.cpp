@@ -121,7 +121,6 @@ private slots:
         QTest::newRow("plain") << u"PMSG|\u00BF|alice|\u00BF|psst"_s << QByteArray("PMSG|\xBF|<bob> psst\r\n");
         QTest::newRow("private window line") << u"PMSG|\u00BF|alice|\u00BF|line\r\n"_s << QByteArray("PMSG|\xBF|<bob> line\r\n");
         QTest::newRow("target in other case") << u"PMSG|\u00BF|ALICE|\u00BF|psst"_s << QByteArray("PMSG|\xBF|<bob> psst\r\n");
-        QTest::newRow("identification request") << u"PMSG|\u00BF|alice|\u00BF|/WHOAMI"_s << QByteArray("PMSG|\xBF|<bob> /WHOAMI\r\n");
         QTest::newRow("identification list untouched") << u"PMSG|\u00BF|alice|\u00BF|/WHOYOU Age : 27|@|Hobbys : darts|@|"_s << QByteArray("PMSG|\xBF|<bob> /WHOYOU Age : 27|@|Hobbys : darts|@|\r\n");
         QTest::newRow("file offer gets the sender's address") << u"PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\maps\\bank.bsp|@|5120"_s << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\maps\\bank.bsp|@|5120|@|127.0.0.1\r\n");
         QTest::newRow("file name with blanks") << u"PMSG|\u00BF|alice|\u00BF|/SENDFILE|@|C:\\my maps\\a b.zip|@|6000"_s << QByteArray("PMSG|\xBF|<bob> /SENDFILE C:\\my maps\\a b.zip|@|6000|@|127.0.0.1\r\n");
@@ -139,13 +138,11 @@ private slots:
     void malformedFileOfferIsRefused_data() {
         QTest::addColumn<QString>("offer");
         QTest::newRow("no port") << u"/SENDFILE|@|C:\\a.zip"_s;
-        QTest::newRow("empty port") << u"/SENDFILE|@|C:\\a.zip|@|"_s;
         QTest::newRow("port not a number") << u"/SENDFILE|@|C:\\a.zip|@|51x0"_s;
         QTest::newRow("port out of range") << u"/SENDFILE|@|C:\\a.zip|@|65536"_s;
         QTest::newRow("trailing field") << u"/SENDFILE|@|C:\\a.zip|@|5120|@|"_s;
         QTest::newRow("forged address") << u"/SENDFILE|@|C:\\a.zip|@|5120|@|203.0.113.9"_s;
         QTest::newRow("separator in the path") << u"/SENDFILE|@|C:\\a|\u00BF|b.zip|@|5120"_s;
-        QTest::newRow("separator in the port") << u"/SENDFILE|@|C:\\a.zip|@|51|\u00BF|20"_s;
         QTest::newRow("no path") << u"/SENDFILE|@||@|5120"_s;
         QTest::newRow("nothing") << u"/SENDFILE"_s;
         QTest::newRow("word run on") << u"/SENDFILEX|@|C:\\a.zip|@|5120"_s;
