@@ -7,10 +7,8 @@
 
 namespace {
 QStringList fullFile(const QStringList& identification) {
-    return QStringList{QStringLiteral("ann"), QStringLiteral("chat.example.org"), QStringLiteral("27800"),
-                       QStringLiteral("16777215"), QStringLiteral("10"), QStringLiteral("0"),
-                       QStringLiteral("12632256"), QStringLiteral("16777215"), QStringLiteral("255"),
-                       QStringLiteral("65280"), QStringLiteral("33023")} +
+    return QStringLiteral("ann chat.example.org 27800 16777215 10 0 12632256 16777215 255 65280 33023")
+               .split(u' ') +
            identification;
 }
 } // namespace

@@ -141,15 +141,12 @@ private slots:
             QTRY_COMPARE_WITH_TIMEOUT(connected(), qsizetype(perRound), 10000);
             if (cap > 0) {
                 const int expectedRefused = perRound - (cap - membersBefore);
+                const QStringList refusal{wire("SMSG", "Too many connections from your address.")};
                 const auto refused = [&] {
-                    int count = 0;
-                    for (const auto& client : clients) {
-                        count += client->lines() ==
-                                 QStringList{wire("SMSG", "Too many connections from your address.")};
-                    }
-                    return count;
+                    return std::count_if(clients.begin(), clients.end(),
+                                         [&](const auto& c) { return c->lines() == refusal; });
                 };
-                QTRY_COMPARE_WITH_TIMEOUT(refused(), expectedRefused, 5000);
+                QTRY_COMPARE_WITH_TIMEOUT(refused(), qsizetype(expectedRefused), 5000);
                 QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), cap, 5000);
             } else {
                 QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), membersBefore + perRound, 10000);

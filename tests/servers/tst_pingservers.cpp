@@ -63,10 +63,9 @@ private Q_SLOTS:
         QVERIFY(w);
         QCOMPARE(w->windowTitle(), QStringLiteral("Server Stats"));
         QTRY_COMPARE_WITH_TIMEOUT(w->lblPlayers->text(), QStringLiteral("Players : 3"), 10000);
-        QCOMPARE(w->lblServer->text(), QStringLiteral("Bank Job"));
-        QCOMPARE(w->lblMap->text(), QStringLiteral("kpdm1"));
-        QCOMPARE(w->lblMaxPlayers->text(), QStringLiteral("3"));
-        QCOMPARE(w->lblGameName->text(), QStringLiteral("1.21 x86 Jan 31 2000 Win32 RELEASE"));
+        QCOMPARE((QStringList{w->lblServer->text(), w->lblMap->text(), w->lblMaxPlayers->text(),
+                              w->lblGameName->text()}),
+                 (QStringList{"Bank Job", "kpdm1", "3", "1.21 x86 Jan 31 2000 Win32 RELEASE"}));
         QCOMPARE(cells(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
         const qsizetype size = FakeGameReplies::quakeIIStatus(b.responder.server(b.port)).size();
         QCOMPARE(w->Label2->text(), QStringLiteral(" Status : Total bytes ") + QString::number(size));
