@@ -153,6 +153,7 @@ private Q_SLOTS:
     }
 
     void invalidSignsOff() {
+        c->w->LV1->addItem(QStringLiteral("ann"));
         QVERIFY(c->deliver("INVALID\r\nJOIN|\xbf|lost\r\n"));
         QCOMPARE(c->t.prompts.lines(),
                  QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});
