@@ -25,7 +25,6 @@ class InstallTest : public QObject {
 private Q_SLOTS:
     void programFolderRule() {
         QTemporaryDir tmp;
-        QVERIFY(tmp.isValid());
         qputenv("XDG_DATA_HOME", QFile::encodeName(tmp.filePath(u"data"_s)));
         QCoreApplication::setApplicationName(u"Quorvel"_s);
         const QString perUser = tmp.filePath(u"data/Quorvel"_s);
@@ -56,7 +55,6 @@ private Q_SLOTS:
 
     void installedTreeAndPerUserFiles() {
         QTemporaryDir tmp;
-        QVERIFY(tmp.isValid());
         const QString root = tmp.filePath(u"root"_s);
         QProcess install;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();

@@ -22,7 +22,6 @@ private Q_SLOTS:
     void init() {
         m_path = qgetenv("PATH");
         m_folder.emplace();
-        QVERIFY(m_folder->isValid());
         m_dir = QDir(m_folder->path());
         m_dir.mkpath(QStringLiteral("bin"));
         m_dir.mkpath(QStringLiteral("game"));
