@@ -81,8 +81,7 @@ private Q_SLOTS:
         // A copy in another folder is another program.
         TestServices other;
         Form1 elsewhere(other.services());
-        QVERIFY(elsewhere.Form_Load());
-        QVERIFY(other.prompts.shown.isEmpty());
+        QVERIFY(elsewhere.Form_Load() && other.prompts.shown.isEmpty());
     }
 
     void settingsRoundTrip_data() {

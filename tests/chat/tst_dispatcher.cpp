@@ -161,8 +161,7 @@ private Q_SLOTS:
         QCOMPARE(c->w->rtb->toPlainText(), QStringLiteral("\nDisconnected..."));
         QCOMPARE(c->w->statusText(), QStringLiteral("Signed Off"));
         QCOMPARE(c->w->connectionText(), QStringLiteral("Not Connected"));
-        QVERIFY(!c->w->isConnected());
-        QVERIFY(c->w->mnucon->isEnabled());
+        QVERIFY(!c->w->isConnected() && c->w->mnucon->isEnabled());
         QCOMPARE(c->w->LV1->count(), 0);
     }
 

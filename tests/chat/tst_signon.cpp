@@ -148,8 +148,7 @@ private Q_SLOTS:
         QTRY_COMPARE(r.w.statusText(), u"Signed Off"_s);
         QTRY_COMPARE(gone.count(), 1);
         QCOMPARE(r.w.connectionText(), u"Not Connected"_s);
-        QVERIFY(r.w.mnucon->isEnabled());
-        QVERIFY(!r.w.mnudis->isEnabled());
+        QVERIFY(r.w.mnucon->isEnabled() && !r.w.mnudis->isEnabled());
         QVERIFY(!r.w.mnua->isEnabled());
         QTRY_VERIFY(!r.w.findChild<Form8*>());
         QCOMPARE(r.t.prompts.lines(), prompts);

@@ -342,8 +342,7 @@ private Q_SLOTS:
 
         QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> /SENDDECLINE\r\n"));
         QCOMPARE(m->ann.t.prompts.lastLine(), u"Declined|Transfer Declined...|0"_s);
-        QVERIFY(!m->a->sender().isListening());
-        QVERIFY(!m->a->sender().uploadBusy());
+        QVERIFY(!m->a->sender().isListening() && !m->a->sender().uploadBusy());
         QCOMPARE(m->ann.w->privateChat().transferWindow().status(Direction::Upload), u"Disonnected..."_s);
     }
 
@@ -375,8 +374,7 @@ private Q_SLOTS:
         // The buttons act on the primary private window, not on the window that made the offer.
         w.findChild<QPushButton*>(u"cmdUploadCancel"_s)->click();
         QCOMPARE(w.status(Direction::Upload), u"Disonnected..."_s);
-        QVERIFY(m->a->sender().isListening());
-        QVERIFY(m->a->sender().uploadBusy());
+        QVERIFY(m->a->sender().isListening() && m->a->sender().uploadBusy());
         w.findChild<QPushButton*>(u"cmdDownloadCancel"_s)->click();
         QCOMPARE(m->ann.t.prompts.lastLine(), u"Quorvel|File Transfer Complete|1"_s);
         QCOMPARE(w.status(Direction::Download), u"Disconnected..."_s);
@@ -385,8 +383,7 @@ private Q_SLOTS:
         // "/cancel" in the offering window is what ends its offer.
         m->a->Text1->setText(u"/cancel"_s);
         QTest::keyClick(m->a->Text1, Qt::Key_Return);
-        QVERIFY(!m->a->sender().isListening());
-        QVERIFY(!m->a->sender().uploadBusy());
+        QVERIFY(!m->a->sender().isListening() && !m->a->sender().uploadBusy());
     }
 
     // clang-format off

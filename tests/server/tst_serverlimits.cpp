@@ -77,8 +77,7 @@ private slots:
         bob->sendBytes(junk);
         stranger.sendBytes(junk);
         if (senderDropped) {
-            QVERIFY(bob->waitForDisconnect());
-            QVERIFY(stranger.waitForDisconnect());
+            QVERIFY(bob->waitForDisconnect() && stranger.waitForDisconnect());
             QVERIFY(alice->waitForLine(wire("PART", "bob")));
         }
         carol->sendSegment(u"\r\n"_s + msg(u"still fine"_s));

@@ -159,8 +159,7 @@ private slots:
             }
             return;
         }
-        QVERIFY(m_bob->waitForDisconnect());
-        QVERIFY(second.waitForDisconnect());
+        QVERIFY(m_bob->waitForDisconnect() && second.waitForDisconnect());
         QVERIFY(m_alice->waitForLine(wire("PART", "bob")));
         QTRY_COMPARE_WITH_TIMEOUT(m_server->server().room().onlineNames(), QStringList{u"alice"_s}, 5000);
         QTRY_COMPARE_WITH_TIMEOUT(m_server->server().connectionCount(), 1, 5000);

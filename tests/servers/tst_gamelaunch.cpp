@@ -111,8 +111,7 @@ private Q_SLOTS:
         // Without a mod nothing starts, yet the room is told and the windows go all the same.
         QByteArray joined = kJoined;
         QCOMPARE(c.sentSoFar(), joined.replace("Kingpin", "Half-Life"));
-        QVERIFY(c.g.isPlaying());
-        QVERIFY(c.w->isHidden());
+        QVERIFY(c.g.isPlaying() && c.w->isHidden());
     }
 
     void playingAndBack() {
@@ -155,8 +154,7 @@ private Q_SLOTS:
         QTRY_VERIFY(!c.w->isConnected());
         c.server.take();
         c.g.Join->click();
-        QVERIFY(c.g.isPlaying());
-        QVERIFY(c.w->isHidden());
+        QVERIFY(c.g.isPlaying() && c.w->isHidden());
         QCOMPARE(c.t.desktop.started.size(), 1);
         c.resume()->Command1->click();
         QCOMPARE(c.server.received(), QByteArray());
@@ -169,8 +167,7 @@ private Q_SLOTS:
         c.g.chkKPNAME->setChecked(false);
         c.g.Join->click();
         QCOMPARE(c.t.prompts.lines(), QStringList{"Quorvel|Player name is not set. Please use a player name|" + kInfo});
-        QVERIFY(!c.resume());
-        QVERIFY(!c.g.isPlaying());
+        QVERIFY(!c.resume() && !c.g.isPlaying());
         QVERIFY(c.t.desktop.started.isEmpty());
         QCOMPARE(c.sentSoFar(), QByteArray());
     }

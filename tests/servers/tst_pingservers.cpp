@@ -72,8 +72,7 @@ private Q_SLOTS:
         QVERIFY(w->lblReplyTime->text().contains(QRegularExpression(QStringLiteral("^Reply time : \\d+ ms$"))));
         QCOMPARE(w->graph->sampleCount(), std::size_t(1));
         QVERIFY(w->graph->accessibleDescription().startsWith(QStringLiteral("Last reply: 3 players, ")));
-        QVERIFY(!w->Timer1->isActive());
-        QVERIFY(b.t.prompts.shown.isEmpty());
+        QVERIFY(!w->Timer1->isActive() && b.t.prompts.shown.isEmpty());
     }
 
     void requestChecksAtLoad_data() {
@@ -150,8 +149,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(asked.size() >= 3, 15000);
         QTRY_VERIFY(w->graph->sampleCount() >= 2);
         w->Command1->click();
-        QVERIFY(w);
-        QVERIFY(!w->Check1->isChecked());
+        QVERIFY(w && !w->Check1->isChecked());
         QVERIFY(!w->tmrMonitorServer->isActive());
         QTRY_VERIFY(!w);
     }
