@@ -259,10 +259,7 @@ private Q_SLOTS:
         addColumns<QStringList, bool, int, bool>("answers", "connected", "refusals", "listening");
         // "free" stands for a free port; an empty answer ends the attempt.
         QTest::newRow("9, then empty") << QStringList{"9", ""} << true << 1 << false;
-
         QTest::newRow("empty") << QStringList{""} << true << 0 << false;
-        QTest::newRow("10") << QStringList{"10", ""} << true << 0 << true;
-        QTest::newRow("50000") << QStringList{"50000", ""} << true << 0 << true;
         QTest::newRow("9, then a free port") << QStringList{"9", "free"} << true << 1 << true;
         QTest::newRow("chat connection down") << QStringList{"free"} << false << 0 << true;
     }
@@ -270,14 +267,6 @@ private Q_SLOTS:
     void portAnswers() {
         auto [answers, connected, refusals, listening] =
             fetchRow<QStringList, bool, int, bool>("answers", "connected", "refusals", "listening");
-        // 10 and 50000 are accepted answers; on a busy machine something else may hold them already.
-        bool held = false;
-        for (const QString& fixed : {u"10"_s, u"50000"_s}) {
-            QTcpServer probe;
-            if (answers.contains(fixed) && !probe.listen(QHostAddress::Any, fixed.toUShort()))
-                held = true;
-        }
-        listening = listening && !held;
         if (!connected) {
             m->ann.server.dropClient();
             QTRY_VERIFY_WITH_TIMEOUT(!m->ann.w->isConnected(), kWait);
@@ -301,7 +290,7 @@ private Q_SLOTS:
         // A new default each time, drawn from 200 to 5199.
         QCOMPARE(proposed, (QStringList{"200", "5199", "1234"}.mid(0, proposed.size())));
         QCOMPARE(prompts.texts().count(u"Unusable Port"_s), refusals);
-        QCOMPARE(prompts.texts().filter(u"Unable to listen on port"_s).size(), held ? 1 : 0);
+
         QCOMPARE(m->a->sender().isListening(), listening);
         QCOMPARE(m->a->sender().uploadBusy(), listening);
         QCOMPARE(m->ann.w->privateChat().transferWindow().isVisible(), listening && connected);
