@@ -68,15 +68,13 @@ private Q_SLOTS:
         QVERIFY(w.Form_Load());
         w.mnucolors->trigger();
         Form6* editor = w.findChild<Form6*>(u"Form6"_s);
-        QVERIFY(editor && editor->isVisible());
-        QCOMPARE(editor->windowTitle(), u"Custom Scheme"_s);
+        QVERIFY(editor && editor->isVisible() && editor->windowTitle() == u"Custom Scheme"_s);
 
         t.prompts.colours.push_back(picked);
         QPushButton* b = button(*editor, caption);
         QVERIFY(b);
         QTest::mouseClick(b, Qt::LeftButton);
-        QCOMPARE(t.prompts.last().kind, u"chooseColour"_s);
-        QCOMPARE(t.prompts.last().title, caption);
+        QCOMPARE(t.prompts.last().kind + u'|' + t.prompts.last().title, u"chooseColour|"_s + caption);
 
         if (control == u"me" || control == u"msg") {
             w.handleRead(control == u"me" ? u"MSG|\u00BF|<ann> /me waves"_s : u"MSG|\u00BF|<ann> hi"_s);

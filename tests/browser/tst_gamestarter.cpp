@@ -293,11 +293,9 @@ private Q_SLOTS:
         b.t.prompts.inputs = {std::nullopt, QString(), QStringLiteral("no separators")};
         for (int i = 0; i < 3; ++i)
             w.mnuEditServerDetails->trigger();
-        QCOMPARE(b.t.prompts.last().text,
-                 QStringLiteral("Enter server name/descriotion, IP and port\r\nlike \r\n"
-                                "Server Description - 255.255.255.255 - 7777"));
-        QCOMPARE(b.t.prompts.last().title, QStringLiteral("Edit"));
-        QCOMPARE(b.t.prompts.last().proposed, QStringLiteral("A - 1 - 2"));
+        QCOMPARE(b.t.prompts.last().line() + u'|' + b.t.prompts.last().proposed,
+                 QStringLiteral("Edit|Enter server name/descriotion, IP and port\r\nlike \r\n"
+                                "Server Description - 255.255.255.255 - 7777|0|A - 1 - 2"));
         QCOMPARE(b.bytes(file), QByteArray("no separators\r\nB - 3 - 4\r\nC - 5 - 6\r\n"));
         QCOMPARE(w.lstServers->currentRow(), 2); // saving leaves the last entry selected
 
