@@ -31,7 +31,6 @@ private Q_SLOTS:
         };
         row("windows path", R"(C:\My Files\a.zip)", "a.zip");
         row("unix path", "/home/ann/b.txt", "b.txt");
-        row("bare name", "c.bin", "c.bin");
         row("mixed separators", R"(C:\x/y\d.png)", "d.png");
         row("empty", "", "");
         row("folder only", R"(C:\dir\)", "");
