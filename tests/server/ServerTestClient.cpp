@@ -57,21 +57,6 @@ bool ServerTestClient::waitForLine(const QString& line, int timeoutMs) {
     return QTest::qWaitFor([&] { return m_lines.contains(line); }, timeoutMs);
 }
 
-QString ServerTestClient::waitForLineStartingWith(const QString& prefix, int timeoutMs) {
-    QString found;
-    [[maybe_unused]] const bool arrived = QTest::qWaitFor(
-        [&] {
-            for (const QString& line : std::as_const(m_lines)) {
-                if (line.startsWith(prefix)) {
-                    found = line;
-                    return true;
-                }
-            }
-            return false;
-        },
-        timeoutMs);
-    return found;
-}
 
 bool ServerTestClient::waitForDisconnect(int timeoutMs) {
     return QTest::qWaitFor([&] { return m_socket.state() == QAbstractSocket::UnconnectedState; }, timeoutMs);
