@@ -447,16 +447,13 @@ private Q_SLOTS:
         m->a->mnuSND->trigger();
         Form5* c = m->ann.w->privateChat().composer();
         QVERIFY(c && c->isVisible());
-        QCOMPARE(c->Combo1->count(), 2);
-        QCOMPARE(c->Combo1->itemText(0), u"carl"_s);
-        QCOMPARE(c->Combo1->currentText(), u"bob"_s);
-        // The recipient cannot be typed.
+        // Everyone in the room to choose from, the window's peer chosen; the recipient cannot be typed.
         QTest::keyClick(c->Combo1, Qt::Key_X);
+        QCOMPARE(c->Combo1->count() == 2 && c->Combo1->itemText(0) == u"carl"_s, true);
         QCOMPARE(c->Combo1->currentText(), u"bob"_s);
         c->rtb->setPlainText(text);
         c->mnuSend->trigger();
-        QVERIFY(c->isSending());
-        QVERIFY(m->ann.waitForSent(wire.size()));
+        QVERIFY(c->isSending() && m->ann.waitForSent(wire.size()));
         QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
         QCOMPARE(m->ann.sentSoFar(), wire);
     }
@@ -472,8 +469,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(c->pbWaiting->value(), 5, kWait);
         QVERIFY(c->Frame1->isVisible());
         QTRY_VERIFY_WITH_TIMEOUT(!c->Timer1->isActive(), kWait);
-        QVERIFY(!c->Frame1->isVisible());
-        QCOMPARE(c->pbSending->value(), 0);
+        QVERIFY(!c->Frame1->isVisible() && c->pbSending->value() == 0);
         QCOMPARE(m->ann.sentSoFar(), QByteArray());
         // Ready again, and the frame stays hidden.
         c->mnuSend->trigger();
