@@ -187,8 +187,7 @@ private slots:
     void newsIsStoredAndShown() {
         m_bob->sendSegment(wire("NEWS", "Ladder", "Round 2 tonight"));
         const QString shown = wire("SMSG", "News from bob: Ladder - Round 2 tonight");
-        QVERIFY(m_alice->waitForLine(shown));
-        QVERIFY(m_bob->waitForLine(shown));
+        QVERIFY(m_alice->waitForLine(shown) && m_bob->waitForLine(shown));
         auto carol = m_server->signOn(u"carol"_s, u"33"_s);
         QVERIFY(carol);
         QVERIFY(carol->waitForLine(wire("SMSG", "Latest news (2026-03-01, bob): Ladder - Round 2 tonight")));

@@ -40,8 +40,7 @@ private slots:
         auto bob = server.signOnNew(u"bob"_s);
         QVERIFY(alice && bob);
         bob->setAnswerPings(false);
-        QVERIFY(bob->waitForDisconnect(3000));
-        QVERIFY(alice->waitForLine(wire("PART", "bob")));
+        QVERIFY(bob->waitForDisconnect(3000) && alice->waitForLine(wire("PART", "bob")));
         // bob heard PINGs (as "PING|¿|HH:mm:ss") and said nothing; alice answered hers and stays.
         QVERIFY(bob->lines().count(wire("PING", "12:00:00")) >= 2);
         QVERIFY(alice->isConnected());
@@ -70,8 +69,7 @@ private slots:
         auto carol = server.signOnNew(u"carol"_s);
         QVERIFY(alice && bob && carol);
         ServerTestClient stranger; // the same junk from a connection that never signed on
-        QVERIFY(stranger.connectTo(server.port()));
-        QVERIFY(alice->waitForLine(wire("JOIN", "carol")));
+        QVERIFY(stranger.connectTo(server.port()) && alice->waitForLine(wire("JOIN", "carol")));
         alice->clear();
 
         bob->sendBytes(junk);

@@ -85,8 +85,7 @@ private slots:
             fetchRow<QStringList, qint64, QString, bool>("words", "laterSeconds", "clearWord", "signOnAfter");
 
         m_alice->sendSegment(wire("OPS", words.first(), "bob"));
-        QVERIFY(m_bob->waitForDisconnect());
-        QVERIFY(m_alice->waitForLine(wire("PART", "bob")));
+        QVERIFY(m_bob->waitForDisconnect() && m_alice->waitForLine(wire("PART", "bob")));
         const QString firstNotice = words.first() == u"BAN"_s
                                         ? notice(u"bob was banned for 60 minutes."_s)
                                         : notice(u"The subnet of bob (127.0.0) was banned."_s);
@@ -150,8 +149,7 @@ private slots:
         m_alice->sendSegment(wire("OPS", word, target));
         if (word == u"MUZZLE"_s) {
             const QString told = wire("SMSG", "You were suspended by alice.");
-            QVERIFY(m_bob->waitForLine(told));
-            QVERIFY(second.waitForLine(told));
+            QVERIFY(m_bob->waitForLine(told) && second.waitForLine(told));
             if (secondSignedOn) {
                 second.sendSegment(wire("\r\nMSG", "hello"));
                 QVERIFY(second.waitForLine(

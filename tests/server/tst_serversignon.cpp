@@ -236,8 +236,7 @@ private slots:
         }
         QTRY_COMPARE_WITH_TIMEOUT(server->server().connectionCount(), 1, 5000);
         // The answer to nobody was dropped; the room is whole and the next sign-on works.
-        QVERIFY(server->signOn(u"bob"_s, u"22"_s));
-        QVERIFY(alice->waitForLine(wire("JOIN", "bob")));
+        QVERIFY(server->signOn(u"bob"_s, u"22"_s) && alice->waitForLine(wire("JOIN", "bob")));
     }
 
     // clang-format off
@@ -291,13 +290,11 @@ private slots:
         };
         {
             ServerTestClient earlier; // alice signed on from home before
-            QVERIFY(attempt(earlier, u"127.0.0.2"_s, u"11"_s));
-            QVERIFY(earlier.waitForLine(wire("LIST", "alice")));
+            QVERIFY(attempt(earlier, u"127.0.0.2"_s, u"11"_s) && earlier.waitForLine(wire("LIST", "alice")));
         }
         for (int i = 0; i < 4; ++i) {
             ServerTestClient guess;
-            QVERIFY(attempt(guess, u"127.0.0.3"_s, QString::number(i)));
-            QVERIFY(guess.waitForLine(u"INVALID"_s));
+            QVERIFY(attempt(guess, u"127.0.0.3"_s, QString::number(i)) && guess.waitForLine(u"INVALID"_s));
         }
         // The stranger's next guess waits its turn; alice from home does not wait behind it.
         ServerTestClient guess;
@@ -306,8 +303,7 @@ private slots:
         QVERIFY(attempt(guess, u"127.0.0.3"_s, u"5"_s));
         ServerTestClient alice;
         QTRY_COMPARE_WITH_TIMEOUT(server.server().room().onlineNames(), QStringList(), 5000);
-        QVERIFY(attempt(alice, u"127.0.0.2"_s, u"11"_s));
-        QVERIFY(alice.waitForLine(wire("LIST", "alice"), 2500));
+        QVERIFY(attempt(alice, u"127.0.0.2"_s, u"11"_s) && alice.waitForLine(wire("LIST", "alice"), 2500));
         QCOMPARE(guess.lines(), QStringList());
         QVERIFY(guess.waitForLine(u"INVALID"_s, 15000));
         // Its turn was set 3 s after the previous guess was let through, a moment before this clock began.
