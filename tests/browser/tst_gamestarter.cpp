@@ -1,5 +1,6 @@
 #include "DataRows.h"
 #include "FakeServices.h"
+#include "ScriptedChatServer.h"
 #include "TestFiles.h"
 
 #include "browser/Form10.h"
@@ -479,13 +480,7 @@ private Q_SLOTS:
     }
 
     void unreachableHostWaitsForStop() {
-        quint16 closedPort = 0;
-        {
-            QTcpServer probe;
-            QVERIFY(probe.listen(QHostAddress::LocalHost, 0));
-            closedPort = probe.serverPort();
-        }
-        Browser f(hostSetting(closedPort));
+        Browser f(hostSetting(closedLocalPort()));
         GameStarter& w = *f.w;
         w.setGameKey(QStringLiteral("Kingpin"));
         w.cmdQvlList->click();

@@ -99,7 +99,7 @@ private Q_SLOTS:
         for (const char* item : {"mnuPM", "mnuIS", "mnuFollowUser", "mnuLastLoggedOn", "mnuIG", "mnuUn",
                                  "mnuKick", "mnuBan", "mnuMBAN", "mnuMuzzle"})
             QTest::addRow("%s, nobody selected", item) << str(item) << QString() << QByteArray() << QString();
-        QTest::newRow("commands box") << str("mnuCommands") << str("bob") << QByteArray() << str("Commands|/clear - Clear you chat screen...\r\n!Seen Name - see when a user last logged in...\r\n" "Emoticons - :) ;) :z :d :( :| :m :< :o :x\r\n/me - First person msg...\r\n/Ops - See Online Ops...|1");
+        QTest::newRow("commands box") << str("mnuCommands") << str("bob") << QByteArray() << str("Commands|/clear - Clear you chat screen...\r\n!Seen Name - see when a user last logged in...\r\nEmoticons - :) ;) :z :d :( :| :m :< :o :x\r\n/me - First person msg...\r\n/Ops - See Online Ops...|1");
     }
     // clang-format on
 

@@ -104,7 +104,7 @@ private Q_SLOTS:
         // answer: what the server sends, or "hang up", or "cancel" (the dialog)
         addColumns<QString, QStringList, QString, QString>("answer", "prompts", "nickname", "display");
         QTest::newRow("DONER") << u"DONER\r\n"_s << QStringList{u"Quorvel|Thank you, account created ok.|1"_s} << u"newbie"_s << QString();
-        QTest::newRow("INUSE") << u"INUSE\r\n"_s << QStringList{QStringLiteral( "Quorvel|Unable To Create New Account... Possible Resons, " "Invalid Name, Name in Use, You Own 2 Accounts... Please " "Check this and Try Again|3")} << u"old"_s << QString();
+        QTest::newRow("INUSE") << u"INUSE\r\n"_s << QStringList{QStringLiteral("Quorvel|Unable To Create New Account... Possible Resons, Invalid Name, Name in Use, You Own 2 Accounts... Please Check this and Try Again|3")} << u"old"_s << QString();
         QTest::newRow("server hangs up") << u"hang up"_s << QStringList() << u"old"_s << u"\nDisconnected..."_s;
         QTest::newRow("dialog cancelled") << u"cancel"_s << QStringList() << u"old"_s << QString();
     }
@@ -192,12 +192,7 @@ private Q_SLOTS:
         QVERIFY(greeting.startsWith(u"\nWelcome to Quorvel."_s));
         QVERIFY(greeting.contains(u"File > New Account"_s));
         QVERIFY(greeting.contains(u"File > Sign on"_s));
-        quint16 closedPort = 0;
-        {
-            QTcpServer probe;
-            probe.listen(QHostAddress::LocalHost, 0);
-            closedPort = probe.serverPort();
-        }
+        const quint16 closedPort = closedLocalPort();
         r.w.setServerAddress(u"127.0.0.1"_s, closedPort);
         r.w.setPassword(u"1"_s);
         const QString failed =

@@ -102,7 +102,7 @@ private slots:
     void derivationIsStandardPbkdf2_data() {
         addColumns<QString, QByteArray, int, QByteArray>("password", "salt", "iterations", "expected");
         // RFC 7914, section 11: PBKDF2-HMAC-SHA256, the first 32 bytes.
-        QTest::newRow("published vector") << u"passwd"_s << QByteArray("salt") << 1 << QByteArray::fromHex("55ac046e56e3089fec1691c22544b605" "f94185216dde0465e68b9d57c20dacbc");
+        QTest::newRow("published vector") << u"passwd"_s << QByteArray("salt") << 1 << QByteArray::fromHex("55ac046e56e3089fec1691c22544b605f94185216dde0465e68b9d57c20dacbc");
         // Hashes stored by earlier versions, which derived with QPasswordDigestor, still match.
         const QByteArray salt = QByteArray::fromHex("00112233445566778899aabbccddeeff");
         for (const QString& password : {u"987654"_s, u"Jos\u00E9 \u00FC\u20AC"_s}) {

@@ -50,10 +50,10 @@ private slots:
         QTest::newRow("ordinary lines share a write that a read-ending one closes") << "line line end line write=L1,L2,E3 write= due=20 probe@20 due=520 answer@30=1 write=L4 due=-1";
         QTest::newRow("a write stops at its size") << "max=8 line line line write=L1,L2 write=L3";
         QTest::newRow("an earlier PING's answer is not taken for the probe's") << "ping line end line write=P1,L2,E3 probe@20 answer@30=0 write= answer@40=1 write=L4";
-        QTest::newRow("a lost probe is sent again, later each time up to 4 s") << "end write=E1 due=20 probe@20 due=520 probe@520 due=1520 probe@1520 due=3520 probe@3520 " "due=7520 " "probe@7520 due=11520 answer@11600=1 due=-1";
-        QTest::newRow("a resent probe answered late does not end the next wait") << "end line write=E1 probe@20 probe@520 answer@600=1 write=L2 end line write@700=E3 " "answer@710=0 write= probe@720 answer@730=1 write=L4";
-        QTest::newRow("as many answers as probes: the next probe goes at once") << "end write=E1 probe@20 probe@520 answer@600=1 end write@700=E2 probe@720 answer@730=0 due=730 " "probe@730 answer@740=1";
-        QTest::newRow("a probe unanswered past the horizon is forgotten") << "end write=E1 probe@20 probe@520 answer@600=1 forget@9000 end write@9000=E2 probe@9020 " "answer@9030=1";
+        QTest::newRow("a lost probe is sent again, later each time up to 4 s") << "end write=E1 due=20 probe@20 due=520 probe@520 due=1520 probe@1520 due=3520 probe@3520 due=7520 probe@7520 due=11520 answer@11600=1 due=-1";
+        QTest::newRow("a resent probe answered late does not end the next wait") << "end line write=E1 probe@20 probe@520 answer@600=1 write=L2 end line write@700=E3 answer@710=0 write= probe@720 answer@730=1 write=L4";
+        QTest::newRow("as many answers as probes: the next probe goes at once") << "end write=E1 probe@20 probe@520 answer@600=1 end write@700=E2 probe@720 answer@730=0 due=730 probe@730 answer@740=1";
+        QTest::newRow("a probe unanswered past the horizon is forgotten") << "end write=E1 probe@20 probe@520 answer@600=1 forget@9000 end write@9000=E2 probe@9020 answer@9030=1";
     }
     // clang-format on
 
