@@ -1,5 +1,6 @@
 #include "DataRows.h"
 #include "FakeServices.h"
+#include "ListTexts.h"
 #include "ScriptedChatServer.h"
 #include "TestFiles.h"
 
@@ -38,12 +39,7 @@ struct Browser {
     }
     void put(const QString& name, const QByteArray& bytes) { writeBytes(t.file(name), bytes); }
     QByteArray bytes(const QString& name) const { return readBytes(t.file(name)); }
-    QStringList items(const QListWidget* list) const {
-        QStringList out;
-        for (int i = 0; i < list->count(); ++i)
-            out.append(list->item(i)->text());
-        return out;
-    }
+
     void fields(const QString& name, const QString& address, const QString& port) {
         w->Text3->setText(name);
         w->Text2->setText(address);
@@ -130,7 +126,7 @@ private Q_SLOTS:
         w.setGameKey(game);
         QCOMPARE((QStringList{w.txtGameEXE->text(), w.proposedFileName()}), expected.mid(2, 2));
         QCOMPARE(w.options().Text1->text(), QStringLiteral("C:\\Games\\X"));
-        QCOMPARE(b.items(w.lstServers), (QStringList{"A - 1.2.3.4 - 5", "B - c - 6"}));
+        QCOMPARE(itemTexts(w.lstServers), (QStringList{"A - 1.2.3.4 - 5", "B - c - 6"}));
         QCOMPARE(w.lstMasterServers->count(), 0);
         QCOMPARE(w.lblMasterServers->text(), QStringLiteral("Master Servers :"));
         QCOMPARE(w.Text3->text() + w.Text2->text() + w.Text4->text(), QString());
@@ -468,7 +464,7 @@ private Q_SLOTS:
         QCOMPARE(w.fetchDialog()->windowTitle(), QStringLiteral("Fetching : Master Servers :"));
         QTRY_VERIFY_WITH_TIMEOUT(idle(w), 20000);
         QVERIFY(!w.fetchDialog()->isVisible());
-        QCOMPARE(f.items(w.lstMasterServers), items);
+        QCOMPARE(itemTexts(w.lstMasterServers), items);
         QCOMPARE(w.lblMasterServers->text(), caption);
         QCOMPARE(f.bytes(file), body + "\r\n");
         const QString url = file.mid(1);

@@ -1,4 +1,5 @@
 #include "DataRows.h"
+#include "ListTexts.h"
 #include "SignedOnClient.h"
 
 #include "ancillary/Form2.h"
@@ -11,12 +12,6 @@
 using Reads = QList<QByteArray>;
 
 namespace {
-QStringList users(const Form1& w) {
-    QStringList out;
-    for (int i = 0; i < w.LV1->count(); ++i)
-        out.append(w.LV1->item(i)->text());
-    return out;
-}
 
 QStringList soundNames(const FakeSounds& sounds) {
     QStringList out;
@@ -113,7 +108,7 @@ private Q_SLOTS:
         for (const QByteArray& read : reads)
             QVERIFY(c->deliver(read));
         QCOMPARE(c->w->rtb->toPlainText(), display);
-        QCOMPARE(::users(*c->w), users);
+        QCOMPARE(itemTexts(c->w->LV1), users);
         QCOMPARE(c->sentSoFar(), sent);
         QCOMPARE(c->t.prompts.lines(), prompts);
         QCOMPARE(soundNames(c->t.sounds), sounds);
@@ -218,7 +213,7 @@ private Q_SLOTS:
             QVERIFY(QTest::qWaitFor([&] { return c->w->Winsock1->bytesAvailable() > 0; }, 5000));
         };
         QVERIFY(c->deliver("SMSG|\xbf|notice\r\nJOIN|\xbf|first\r\n"));
-        QTRY_COMPARE(::users(*c->w), (QStringList{QStringLiteral("first"), QStringLiteral("late")}));
+        QTRY_COMPARE(itemTexts(c->w->LV1), (QStringList{QStringLiteral("first"), QStringLiteral("late")}));
         QCOMPARE(c->w->rtb->toPlainText(),
                  QStringLiteral("\n ^ first Has entered...\n ^ late Has entered...\n<late> hi"));
     }

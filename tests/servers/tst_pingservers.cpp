@@ -2,6 +2,7 @@
 #include "DataRows.h"
 #include "FakeServices.h"
 #include "GameResponder.h"
+#include "ListTexts.h"
 
 #include "browser/GameStarter.h"
 #include "servers/PingServers.h"
@@ -45,13 +46,6 @@ struct Browser {
     }
 };
 
-QStringList cells(const QTreeWidget* list, int key) {
-    QStringList out;
-    for (int i = 0; i < list->topLevelItemCount(); ++i)
-        out.append(list->topLevelItem(i)->text(key));
-    return out;
-}
-
 } // namespace
 
 class PingServersTest : public QObject {
@@ -66,7 +60,7 @@ private Q_SLOTS:
         QCOMPARE((QStringList{w->lblServer->text(), w->lblMap->text(), w->lblMaxPlayers->text(),
                               w->lblGameName->text()}),
                  (QStringList{"Bank Job", "kpdm1", "3", "1.21 x86 Jan 31 2000 Win32 RELEASE"}));
-        QCOMPARE(cells(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
+        QCOMPARE(columnTexts(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
         const qsizetype size = FakeGameReplies::quakeIIStatus(b.responder.server(b.port)).size();
         QCOMPARE(w->Label2->text(), QStringLiteral(" Status : Total bytes ") + QString::number(size));
         QVERIFY(w->lblReplyTime->text().contains(QRegularExpression(QStringLiteral("^Reply time : \\d+ ms$"))));
@@ -205,11 +199,11 @@ private Q_SLOTS:
                               QPoint(header->sectionViewportPosition(section) + 5, header->height() / 2));
         };
         clickColumn(0);
-        QCOMPARE(cells(w->LVPlayers, 0), (QStringList{"12", "7", "5"}));
+        QCOMPARE(columnTexts(w->LVPlayers, 0), (QStringList{"12", "7", "5"}));
         clickColumn(0);
-        QCOMPARE(cells(w->LVPlayers, 0), (QStringList{"5", "7", "12"}));
+        QCOMPARE(columnTexts(w->LVPlayers, 0), (QStringList{"5", "7", "12"}));
         clickColumn(2);
-        QCOMPARE(cells(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
+        QCOMPARE(columnTexts(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
     }
 };
 

@@ -1,6 +1,7 @@
 // Sorting a report-style list by a column as text, numbers or dates.
 #include "DataRows.h"
 #include "FakeServices.h"
+#include "ListTexts.h"
 
 #include "common/SortView.h"
 
@@ -9,13 +10,6 @@
 #include <QtTest>
 
 namespace {
-
-QStringList cellsOf(const QTreeWidget& list, int key) {
-    QStringList cells;
-    for (int i = 0; i < list.topLevelItemCount(); ++i)
-        cells.append(list.topLevelItem(i)->text(key));
-    return cells;
-}
 
 // A list of rows "a|b|c", shown, as the monitor's players list is.
 struct List {
@@ -60,8 +54,8 @@ private Q_SLOTS:
         List list(rows);
         FakePrompts prompts;
         QVERIFY(SortView(prompts).SortColumn(list.tree, qint16(column), qint16(type), qint16(direction)));
-        QCOMPARE(cellsOf(list.tree, column - 1), sorted);
-        QCOMPARE(cellsOf(list.tree, 0), firsts);
+        QCOMPARE(columnTexts(&list.tree, column - 1), sorted);
+        QCOMPARE(columnTexts(&list.tree, 0), firsts);
         QCOMPARE(prompts.shown.size(), 0);
         QVERIFY(list.tree.isVisible());
     }
@@ -85,7 +79,7 @@ private Q_SLOTS:
                                               QString::number(int(Prompts::Icon::Critical))});
         QVERIFY(list.tree.isVisible());
         // Nothing is lost: every cell keeps its own text.
-        QStringList after = cellsOf(list.tree, 0);
+        QStringList after = columnTexts(&list.tree, 0);
         after.sort();
         rows.sort();
         QCOMPARE(after, rows);
@@ -100,7 +94,7 @@ private Q_SLOTS:
         QCOMPARE(SortView::sortOrder(list.tree), Qt::DescendingOrder);
         // A direction code other than 3 or 4 sorts in the order the list already has.
         sort.SortColumn(list.tree, 1, SortView::Text, 0);
-        QCOMPARE(cellsOf(list.tree, 0), (QStringList{"c", "b", "a"}));
+        QCOMPARE(columnTexts(&list.tree, 0), (QStringList{"c", "b", "a"}));
         QCOMPARE(list.tree.header()->sortIndicatorSection(), 0);
     }
 };
