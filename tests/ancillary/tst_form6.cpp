@@ -121,8 +121,7 @@ private Q_SLOTS:
         QCOMPARE(w.actionColour, 0xFF);
 
         QTest::mouseClick(editor.cmdDefaults, Qt::LeftButton);
-        QCOMPARE(w.actionColour, 0x80FF);
-        QCOMPARE(w.messageColour, 0);
+        QCOMPARE((QList<qint64>{w.actionColour, w.messageColour}), (QList<qint64>{0x80FF, 0}));
         QCOMPARE(w.palette().color(QPalette::Window), BgrColour::toColor(0xF0F0F0));
         QCOMPARE(w.Combo1->palette().color(QPalette::Base), QColor(Qt::white));
         QCOMPARE(editor.cmdColor[0]->icon().pixmap(editor.cmdColor[0]->iconSize()).toImage().pixelColor(1, 1),

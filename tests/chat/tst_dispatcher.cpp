@@ -153,9 +153,8 @@ private Q_SLOTS:
         QCOMPARE(c->t.prompts.lines(),
                  QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});
         // The same handling as the server closing the connection.
-        QCOMPARE(c->w->rtb->toPlainText(), QStringLiteral("\nDisconnected..."));
-        QCOMPARE(c->w->statusText(), QStringLiteral("Signed Off"));
-        QCOMPARE(c->w->connectionText(), QStringLiteral("Not Connected"));
+        QCOMPARE((QStringList{c->w->rtb->toPlainText(), c->w->statusText(), c->w->connectionText()}),
+                 (QStringList{"\nDisconnected...", "Signed Off", "Not Connected"}));
         QVERIFY(!c->w->isConnected() && c->w->mnucon->isEnabled());
         QCOMPARE(c->w->LV1->count(), 0);
     }
