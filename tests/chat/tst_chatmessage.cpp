@@ -1,10 +1,10 @@
 #include "DataRows.h"
+#include "ScriptedChatServer.h"
+
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
 #include "common/Windows1252.h"
 
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QtTest>
 
 using namespace ChatProtocol;
@@ -49,18 +49,13 @@ private Q_SLOTS:
         QTcpSocket socket;
         QVERIFY(!ChatMessage::send(socket, QStringLiteral("MSG|\u00BF|lost")));
 
-        QTcpServer server;
-        QVERIFY(server.listen(QHostAddress::LocalHost, 0));
-        socket.connectToHost(QHostAddress::LocalHost, server.serverPort());
+        ScriptedChatServer server;
+        socket.connectToHost(QHostAddress::LocalHost, server.port());
         QVERIFY(socket.waitForConnected(5000));
-        QTRY_VERIFY(server.hasPendingConnections());
-        QTcpSocket* peer = server.nextPendingConnection();
-
         QVERIFY(ChatMessage::send(socket, ChatMessage::build(Msg, {QStringLiteral("hi")})));
         QCOMPARE(socket.socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
         QCOMPARE(socket.bytesToWrite(), 0);
-        QByteArray got;
-        QTRY_COMPARE_WITH_TIMEOUT((got += peer->readAll(), got), QByteArray("MSG|\xbf|hi"), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(server.received(), QByteArray("MSG|\xbf|hi"), 5000);
     }
 };
 
