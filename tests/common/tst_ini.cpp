@@ -20,7 +20,6 @@ private Q_SLOTS:
     void readString_data() {
         addColumns<QByteArray, int, QString>("file", "buffer", "value");
         const QString fallback = QStringLiteral("fallback");
-        QTest::newRow("found") << QByteArray("[Options]\r\nKingpinMMClient=1\r\n") << 50 << QStringLiteral("1");
         QTest::newRow("any case, blanks, LF") << QByteArray("[ options ]\nkingpinmmclient =  1 \n") << 50 << "1";
         QTest::newRow("quotes dropped") << QByteArray("[Options]\r\nKingpinMMClient=\" a b \"\r\n") << 50 << " a b ";
         QTest::newRow("8-bit value") << QByteArray("[Options]\rKingpinMMClient=caf\xe9\r") << 50 << "caf\u00e9";
