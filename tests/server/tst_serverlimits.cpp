@@ -44,7 +44,6 @@ private slots:
         // bob heard PINGs (as "PING|¿|HH:mm:ss") and said nothing; alice answered hers and stays.
         QVERIFY(bob->lines().count(wire("PING", "12:00:00")) >= 2);
         QVERIFY(alice->isConnected());
-        QCOMPARE(server.server().room().onlineNames(), QStringList{u"alice"_s});
     }
 
     void hostileSegmentDropsOnlyItsSender_data() {

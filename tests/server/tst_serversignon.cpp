@@ -105,7 +105,6 @@ private slots:
         QCOMPARE(bob->rawChat(), QByteArray("LIST|\xBF|alice\r\nLIST|\xBF|bob\r\n"));
         QVERIFY(alice->waitForLine(wire("JOIN", "bob")));
         QCOMPARE(alice->rawChat(), QByteArray("LIST|\xBF|alice\r\nJOIN|\xBF|bob\r\n"));
-        QCOMPARE(server.server().room().onlineNames(), (QStringList{u"alice"_s, u"bob"_s}));
     }
 
     void refusedSignOn_data() {
@@ -145,7 +144,6 @@ private slots:
         QCOMPARE(bob.rawChat(), QByteArray("INVALID\r\n"));
         // Counted, not timed: every refusal costs what checking a real password costs.
         QCOMPARE(PasswordHash::derivationCount() - before, quint64(1));
-        QCOMPARE(server.server().room().onlineNames(), QStringList{u"alice"_s});
         QVERIFY(!alice->chatLines().join(u'\n').contains(u"bob"));
     }
 
