@@ -63,10 +63,6 @@ bool ServerTestClient::waitForDisconnect(int timeoutMs) {
 }
 
 QStringList ServerTestClient::chatLines() const {
-    QStringList result;
-    for (const QString& line : m_lines) {
-        if (!line.startsWith(QLatin1String("PING")))
-            result.append(line);
-    }
-    return result;
+    static const QRegularExpression notPing(QStringLiteral("^(?!PING)"));
+    return m_lines.filter(notPing);
 }
