@@ -20,13 +20,6 @@ QStringList defaultColourLines(const QString& fontSize) {
     return {u"16777215"_s, fontSize, u"0"_s, u"16777215"_s, u"16777215"_s, u"0"_s, u"16777215"_s, u"0"_s};
 }
 
-QPushButton* button(QWidget& window, const QString& caption) {
-    for (QPushButton* b : window.findChildren<QPushButton*>()) {
-        if (b->text() == caption)
-            return b;
-    }
-    return nullptr;
-}
 
 // The colour the last line of the chat display was written in.
 QColor lastLineColour(const Form1& w) {
@@ -71,8 +64,10 @@ private Q_SLOTS:
         QVERIFY(editor && editor->isVisible() && editor->windowTitle() == u"Custom Scheme"_s);
 
         t.prompts.colours.push_back(picked);
-        QPushButton* b = button(*editor, caption);
-        QVERIFY(b);
+        const QList<QPushButton*> buttons = editor->findChildren<QPushButton*>();
+        const auto it = std::find_if(buttons.begin(), buttons.end(), [&](auto* p) { return p->text() == caption; });
+        QVERIFY(it != buttons.end());
+        QPushButton* b = *it;
         QTest::mouseClick(b, Qt::LeftButton);
         QCOMPARE(t.prompts.last().kind + u'|' + t.prompts.last().title, u"chooseColour|"_s + caption);
 

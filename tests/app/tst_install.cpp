@@ -76,8 +76,7 @@ private Q_SLOTS:
         QCOMPARE(filesUnder(root), expected);
         const QStringList desktopEntry =
             TextFile::readLines(root + u"/usr/share/applications/quorvel.desktop"_s);
-        QVERIFY(desktopEntry.contains(u"Exec=quorvel"_s));
-        QVERIFY(desktopEntry.contains(u"Icon=quorvel"_s));
+        QVERIFY(desktopEntry.contains(u"Exec=quorvel"_s) && desktopEntry.contains(u"Icon=quorvel"_s));
         QCOMPARE(QImage(root + u"/usr/share/icons/hicolor/48x48/apps/quorvel.png"_s).size(), QSize(48, 48));
 
         // The installed program, run by a user whose data folder is in the temporary folder: it takes its
