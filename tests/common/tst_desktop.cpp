@@ -42,8 +42,8 @@ private Q_SLOTS:
             fetchRow<QString, QString, QString, QStringList>("text", "folder", "program", "arguments");
         const auto command = BatchScript::firstCommand(text, QStringLiteral("/start"));
         QVERIFY(command);
-        QCOMPARE(QStringList{command->folder, command->program} + command->arguments,
-                 QStringList{folder, program} + arguments);
+        QCOMPARE((QStringList{command->folder, command->program} + command->arguments),
+                 (QStringList{folder, program} + arguments));
         QVERIFY(!BatchScript::firstCommand(QStringLiteral("@echo off\r\ncd\\\r\n@cls\r\n"), QStringLiteral("/")));
     }
 
