@@ -81,15 +81,11 @@ private slots:
         // Another program holds a write lock; readers still get through.
         QSqlDatabase locker = server.openSideConnection(u"locker"_s);
         QVERIFY(locker.isOpen());
-        {
-            QSqlQuery lock(locker);
-            if (TestServer::Backend(backend) == TestServer::Backend::Sqlite) {
-                QVERIFY(lock.exec(u"BEGIN IMMEDIATE"_s));
-            } else {
-                QVERIFY(lock.exec(u"BEGIN"_s));
-                QVERIFY(lock.exec(u"LOCK TABLE accounts, news IN EXCLUSIVE MODE"_s));
-            }
-        }
+        if (TestServer::Backend(backend) == TestServer::Backend::Sqlite)
+            QVERIFY(QSqlQuery(locker).exec(u"BEGIN IMMEDIATE"_s));
+        else
+            QVERIFY(QSqlQuery(locker).exec(u"BEGIN"_s) &&
+                    QSqlQuery(locker).exec(u"LOCK TABLE accounts, news IN EXCLUSIVE MODE"_s));
         server.advance(60);
         const QDateTime departure = server.now();
         for (int i = 2; i < 5; ++i)
@@ -117,10 +113,7 @@ private slots:
                                   15000));
         QCOMPARE(server.store().lastSeen(u"carol"_s), std::nullopt);
 
-        {
-            QSqlQuery unlock(locker);
-            QVERIFY(unlock.exec(u"ROLLBACK"_s));
-        }
+        QVERIFY(QSqlQuery(locker).exec(u"ROLLBACK"_s));
         locker.close();
         locker = QSqlDatabase();
         QSqlDatabase::removeDatabase(u"locker"_s);

@@ -153,8 +153,7 @@ private slots:
         }
         // The room is unharmed and takes a newcomer.
         auto bob = server.signOnNew(u"bob"_s);
-        QVERIFY(bob);
-        QVERIFY(alice->waitForLine(wire("JOIN", "bob")));
+        QVERIFY(bob && alice->waitForLine(wire("JOIN", "bob")));
     }
 
     void memberThatDoesNotReadIsDropped() {
