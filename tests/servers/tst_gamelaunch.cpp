@@ -167,8 +167,7 @@ private Q_SLOTS:
         c.g.chkKPNAME->setChecked(false);
         c.g.Join->click();
         QCOMPARE(c.t.prompts.lines(), QStringList{"Quorvel|Player name is not set. Please use a player name|" + kInfo});
-        QVERIFY(!c.resume() && !c.g.isPlaying());
-        QVERIFY(c.t.desktop.started.isEmpty());
+        QVERIFY(!c.resume() && !c.g.isPlaying() && c.t.desktop.started.isEmpty());
         QCOMPARE(c.sentSoFar(), QByteArray());
     }
 
