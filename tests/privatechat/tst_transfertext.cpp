@@ -54,9 +54,9 @@ private Q_SLOTS:
 
     void blockCounts() {
         // Whole 1028-byte blocks, and one more: a file that fills its last block still gets a padding block.
-        QCOMPARE((QList<int>{TransferText::blocksFor(0), TransferText::blocksFor(1027),
+        QCOMPARE((QList<qint64>{TransferText::blocksFor(0), TransferText::blocksFor(1027),
                              TransferText::blocksFor(1028), TransferText::blocksFor(2056)}),
-                 (QList<int>{1, 1, 2, 3}));
+                 (QList<qint64>{1, 1, 2, 3}));
     }
 };
 
