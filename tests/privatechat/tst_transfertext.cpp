@@ -55,7 +55,7 @@ private Q_SLOTS:
     void blockCounts() {
         // Whole 1028-byte blocks, and one more: a file that fills its last block still gets a padding block.
         QCOMPARE((QList<qint64>{TransferText::blocksFor(0), TransferText::blocksFor(1027),
-                             TransferText::blocksFor(1028), TransferText::blocksFor(2056)}),
+                                TransferText::blocksFor(1028), TransferText::blocksFor(2056)}),
                  (QList<qint64>{1, 1, 2, 3}));
     }
 };
