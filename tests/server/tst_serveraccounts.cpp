@@ -32,10 +32,10 @@ private slots:
         // The name rules themselves are tested on their own; one broken name shows they are applied.
         QTest::newRow("blank inside") << newAccount(u"da ve"_s, u"1"_s) << QByteArray("INUSE\r\n");
         QTest::newRow("taken") << newAccount(u"alice"_s, u"1"_s) << QByteArray("INUSE\r\n");
-
         QTest::newRow("the server's name") << newAccount(u"quorvel"_s, u"1"_s) << QByteArray("INUSE\r\n");
         QTest::newRow("session mark, kept for display names") << newAccount(u"alice@home"_s, u"1"_s) << QByteArray("INUSE\r\n");
-        QTest::newRow("taken in compatibility form") // the feminine ordinal folds to "a" << newAccount(u"\u00AAlice"_s, u"1"_s) << QByteArray("INUSE\r\n");
+        // The feminine ordinal folds to "a".
+        QTest::newRow("taken in compatibility form") << newAccount(u"\u00AAlice"_s, u"1"_s) << QByteArray("INUSE\r\n");
         QTest::newRow("empty password") << newAccount(u"dave"_s, QString()) << QByteArray("INUSE\r\n");
         // Passwords the sign-on dialog refuses: such an account could never be used.
         QTest::newRow("word password") << newAccount(u"dave"_s, u"secret"_s) << QByteArray("INUSE\r\n");
