@@ -80,7 +80,8 @@ private slots:
         QVERIFY(MasterListFolder::fillMissing(dir.path(), nullptr));
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 6);
         QCOMPARE(readBytes(kingpin), QByteArray("Our own - 10.0.0.1 - 31510\r\n"));
-        QVERIFY(readBytes(dir.filePath(QStringLiteral("qvllist-rtcw.qvl"))).endsWith(" - 127.0.0.1 - 27960\r\n"));
+        const QByteArray sample = readBytes(dir.filePath(QStringLiteral("qvllist-rtcw.qvl")));
+        QVERIFY(sample.endsWith("\r\n") && sample.contains(" - 127.0.0.1 - 27960\r\n"));
     }
 
     void getAndHead_data() {
