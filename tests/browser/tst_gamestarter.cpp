@@ -150,8 +150,7 @@ private Q_SLOTS:
         w.setGameKey(QStringLiteral("*Home"));
         QCOMPARE(w.lstServers->count() + w.lstMasterServers->count(), 0);
         QCOMPARE(w.options().Text1->text(), folder);
-        QVERIFY(w.Frame4->isVisibleTo(&w) && !w.Frame2->isVisibleTo(&w));
-        QCOMPARE(b.t.prompts.shown.size(), 0);
+        QVERIFY(w.Frame4->isVisibleTo(&w) && !w.Frame2->isVisibleTo(&w) && b.t.prompts.shown.isEmpty());
     }
 
     void mmClientSwitch() {
