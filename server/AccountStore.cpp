@@ -132,7 +132,9 @@ bool AccountStore::createSchema(int fromVersion) {
 }
 
 bool AccountStore::exec(QSqlQuery& query) const {
-    if (query.exec())
+    // A statement the database would not prepare (PostgreSQL gives up on a locked table while it
+    // prepares) must not run: it would go out without a name and hide the real cause.
+    if (!query.lastError().isValid() && query.exec())
         return true;
     m_failed = true;
     qWarning("quorvel-server: database: %s", qPrintable(query.lastError().text()));

@@ -69,6 +69,8 @@ private slots:
 
     void changesMeetingALockWaitWhileTheRoomGoesOn() {
         FETCH_BACKEND();
+        // A lock met while a statement is prepared is reported as such, not as a broken statement.
+        QTest::failOnWarning(QRegularExpression(u"syntax error"_s));
         TestServer server(TestServer::testLimits(), TestServer::Backend(backend));
         const QStringList names{u"alice"_s, u"bob"_s, u"carol"_s, u"dave"_s, u"erin"_s};
         std::vector<std::unique_ptr<ServerTestClient>> members;
