@@ -40,7 +40,8 @@ public:
             }
         }
         QImage image(QStringLiteral(":/artwork/quorvel-%1.png").arg(pixels));
-        if (image.size() != size && !size.isEmpty())
+        // Smaller sizes are scaled down from the next larger picture; a picture is never enlarged.
+        if (image.width() > size.width() || image.height() > size.height())
             image = image.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
         QPixmap picture = QPixmap::fromImage(std::move(image));
         if (mode != QIcon::Normal && qobject_cast<QApplication*>(QCoreApplication::instance()))

@@ -1,5 +1,7 @@
 #include "common/FreedMemory.h"
 
+#include <cstdlib> // tells which C library this is (__GLIBC__)
+
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif

@@ -19,6 +19,8 @@ class SplashAboutTest : public QObject {
 private Q_SLOTS:
     void splashShowsWaitVersionAndLink();
     void splashClosesByItsTimerOnceMainIsReady();
+    void applicationIconAtTheSizeAsked_data();
+    void applicationIconAtTheSizeAsked();
     void aboutBoxListsTheSystem();
 };
 
@@ -42,6 +44,27 @@ void SplashAboutTest::splashClosesByItsTimerOnceMainIsReady() {
     splash->mainWindowReady();
     QVERIFY(splash->tmrSplash->isActive());
     QTRY_VERIFY_WITH_TIMEOUT(splash.isNull(), 4 * SplashWindow::ShownAfterReadyMs);
+}
+
+void SplashAboutTest::applicationIconAtTheSizeAsked_data() {
+    QTest::addColumn<int>("asked");
+    QTest::addColumn<int>("given");
+    QTest::newRow("smallest shipped") << 16 << 16;
+    QTest::newRow("between two shipped") << 20 << 20;
+    QTest::newRow("largest shipped") << 256 << 256;
+    QTest::newRow("beyond the largest") << 300 << 256;
+}
+
+void SplashAboutTest::applicationIconAtTheSizeAsked() {
+    QFETCH(int, asked);
+    QFETCH(int, given);
+    const QIcon icon = Artwork::applicationIcon();
+    QCOMPARE(icon.availableSizes().size(), 7);
+    const QPixmap picture = icon.pixmap(asked, asked);
+    QCOMPARE(picture.size(), QSize(given, given));
+    QCOMPARE(icon.actualSize(QSize(asked, asked)), QSize(given, given));
+    // A picture, not an empty square: its middle is drawn.
+    QVERIFY(picture.toImage().pixelColor(given / 2, given / 2).alpha() > 0);
 }
 
 void SplashAboutTest::aboutBoxListsTheSystem() {
