@@ -1,3 +1,4 @@
+#include "DataRows.h"
 #include "FakeServices.h"
 
 #include "ancillary/AboutBox.h"
@@ -30,6 +31,25 @@ private Q_SLOTS:
         splash->mainWindowReady();
         QVERIFY(splash->tmrSplash->isActive());
         QTRY_VERIFY_WITH_TIMEOUT(splash.isNull(), 4 * SplashWindow::ShownAfterReadyMs);
+    }
+
+    void applicationIconAtTheSizeAsked_data() {
+        addColumns<int, int>("asked", "given");
+        QTest::newRow("smallest shipped") << 16 << 16;
+        QTest::newRow("between two shipped") << 20 << 20;
+        QTest::newRow("largest shipped") << 256 << 256;
+        QTest::newRow("beyond the largest") << 300 << 256;
+    }
+
+    void applicationIconAtTheSizeAsked() {
+        auto [asked, given] = fetchRow<int, int>("asked", "given");
+        const QIcon icon = Artwork::applicationIcon();
+        QCOMPARE(icon.availableSizes().size(), 7);
+        const QPixmap picture = icon.pixmap(asked, asked);
+        QCOMPARE(picture.size(), QSize(given, given));
+        QCOMPARE(icon.actualSize(QSize(asked, asked)), QSize(given, given));
+        // A picture, not an empty square: its middle is drawn.
+        QVERIFY(picture.toImage().pixelColor(given / 2, given / 2).alpha() > 0);
     }
 
     void aboutBoxListsTheSystem() {
