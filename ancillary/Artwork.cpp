@@ -1,5 +1,13 @@
 #include "ancillary/Artwork.h"
 
+#include <QApplication>
+#include <QIconEngine>
+#include <QImage>
+#include <QPainter>
+#include <QStyle>
+
+#include <array>
+
 // The pictures are compiled into the quorvel_ui static library; nothing else references that object
 // file, so it has to be initialised explicitly, from the global namespace.
 static void initArtworkResources() {
@@ -9,18 +17,64 @@ static void initArtworkResources() {
 namespace Artwork {
 
 namespace {
+
 void initOnce() {
     static const bool done = (initArtworkResources(), true);
     Q_UNUSED(done);
 }
+
+constexpr std::array<int, 7> iconSizes{16, 24, 32, 48, 64, 128, 256};
+
+// The application icon, read at the size asked for whenever it is asked. A window hands its icon to
+// the window system once, when it is created, so keeping every size decoded for the program's whole
+// life (as an icon built from files does, 350 KB for these seven) would only hold memory.
+class ApplicationIconEngine final : public QIconEngine {
+public:
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State) override {
+        const int wanted = std::max(size.width(), size.height());
+        int pixels = iconSizes.back();
+        for (const int shipped : iconSizes) {
+            if (shipped >= wanted) {
+                pixels = shipped;
+                break;
+            }
+        }
+        QImage image(QStringLiteral(":/artwork/quorvel-%1.png").arg(pixels));
+        // Smaller sizes are scaled down from the next larger picture; a picture is never enlarged.
+        if (image.width() > size.width() || image.height() > size.height())
+            image = image.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        QPixmap picture = QPixmap::fromImage(std::move(image));
+        if (mode != QIcon::Normal && qobject_cast<QApplication*>(QCoreApplication::instance()))
+            picture = QApplication::style()->generatedIconPixmap(mode, picture, nullptr);
+        return picture;
+    }
+
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
+        painter->drawPixmap(rect, pixmap(rect.size(), mode, state));
+    }
+
+    QSize actualSize(const QSize& size, QIcon::Mode, QIcon::State) override {
+        // Square pictures: the largest square that fits, as an icon made of files answers.
+        const int side = std::min({size.width(), size.height(), iconSizes.back()});
+        return QSize(side, side);
+    }
+
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
+        QList<QSize> sizes;
+        for (const int pixels : iconSizes)
+            sizes.append(QSize(pixels, pixels));
+        return sizes;
+    }
+
+    QIconEngine* clone() const override { return new ApplicationIconEngine; }
+    QString key() const override { return QStringLiteral("QuorvelApplicationIcon"); }
+};
+
 } // namespace
 
 QIcon applicationIcon() {
     initOnce();
-    QIcon icon;
-    for (const int pixels : {16, 24, 32, 48, 64, 128, 256})
-        icon.addFile(QStringLiteral(":/artwork/quorvel-%1.png").arg(pixels), QSize(pixels, pixels));
-    return icon;
+    return QIcon(new ApplicationIconEngine);
 }
 
 QPixmap splashPicture() {

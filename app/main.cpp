@@ -2,6 +2,7 @@
 #include "ancillary/SplashWindow.h"
 #include "app/Form1.h"
 #include "app/QuitSignals.h"
+#include "common/FreedMemory.h"
 #include "common/QtEventLoop.h"
 #include "common/SystemServices.h"
 
@@ -27,5 +28,7 @@ int main(int argc, char** argv) {
     auto* splash = new SplashWindow(system.desktop, &main);
     splash->show();
     splash->mainWindowReady();
+    // Start-up ends with the start-up picture; what it used and freed goes back to the system then.
+    QObject::connect(splash, &QObject::destroyed, &main, &returnFreedMemory, Qt::QueuedConnection);
     return QApplication::exec();
 }

@@ -132,7 +132,9 @@ bool AccountStore::createSchema(int fromVersion) {
 }
 
 bool AccountStore::exec(QSqlQuery& query) const {
-    if (query.exec())
+    // A statement the database would not prepare (PostgreSQL gives up on a locked table while it
+    // prepares) must not run: it would go out without a name and hide the real cause.
+    if (!query.lastError().isValid() && query.exec())
         return true;
     m_failed = true;
     qWarning("quorvel-server: database: %s", qPrintable(query.lastError().text()));
@@ -311,10 +313,15 @@ bool AccountStore::addBan(BanKind kind, const QString& name, const QString& addr
 bool AccountStore::isBanned(const QString& name, const QString& address, const QString& subnet,
                             const QDateTime& now) const {
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    // An operator shares his address or network with the members he bans often enough (one
+    // connection at home, a LAN party): only a ban on his own name keeps him out.
     query.prepare(QStringLiteral("SELECT COUNT(*) FROM bans WHERE (expires IS NULL OR expires > ?) AND ("
-                                 " (kind IN ('timed', 'permanent') AND (name_key = ? OR address = ?))"
-                                 " OR (kind = 'subnet' AND address = ?))"));
+                                 " (kind IN ('timed', 'permanent') AND name_key = ?)"
+                                 " OR (NOT EXISTS (SELECT 1 FROM accounts WHERE name_key = ? AND is_operator <> 0)"
+                                 "  AND ((kind IN ('timed', 'permanent') AND address = ?)"
+                                 "   OR (kind = 'subnet' AND address = ?))))"));
     query.addBindValue(timeText(now));
+    query.addBindValue(NameRules::key(name));
     query.addBindValue(NameRules::key(name));
     query.addBindValue(address);
     query.addBindValue(subnet);

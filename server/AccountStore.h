@@ -91,6 +91,7 @@ public:
     // name is the account name (or empty), address the IPv4/IPv6 text or, for a subnet ban, its prefix.
     bool addBan(BanKind kind, const QString& name, const QString& address,
                 const std::optional<QDateTime>& expires);
+    // Bans on an address or subnet pass over operators' accounts; a ban on the name does not.
     bool isBanned(const QString& name, const QString& address, const QString& subnet,
                   const QDateTime& now) const;
     bool hasActiveBan(BanKind kind, const QString& name, const QDateTime& now) const;

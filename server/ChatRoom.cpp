@@ -31,6 +31,15 @@ ChatRoom::ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerL
     m_uptime.start();
 }
 
+ChatRoom::~ChatRoom() {
+    // The database outlives the room and gives what is still queued a few seconds at shutdown.
+    const QDateTime now = m_now();
+    for (const MemberSession* member : std::as_const(m_members)) {
+        m_database.changeWhenPossible(
+            [account = member->accountName(), now](AccountStore& store) { store.recordSeen(account, now); });
+    }
+}
+
 QStringList ChatRoom::onlineNames() const {
     QStringList names;
     for (const MemberSession* member : m_members)

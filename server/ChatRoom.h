@@ -28,6 +28,8 @@ public:
     // Sign-on reads and every change go through database; the other reads to store, on this thread.
     ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits, NowFunction now,
              QObject* parent = nullptr);
+    // Members still signed on leave with the server: their last-seen time is recorded.
+    ~ChatRoom() override;
 
     void setMessageOfTheDay(const QString& text) { m_messageOfTheDay = text; }
     void handle(MemberSession* session, const QStringList& fields);

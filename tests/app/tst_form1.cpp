@@ -1,68 +1,12 @@
+#include "DataRows.h"
 #include "FakeServices.h"
 #include "TestFiles.h"
 
 #include "app/Form1.h"
 #include "common/TextFile.h"
 
-#include <QAction>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QMenu>
-#include <QSignalSpy>
-#include <QTextEdit>
 #include <QtTest>
-
-class Form1Test : public QObject {
-    Q_OBJECT
-private Q_SLOTS:
-    void startsSignedOffWithVersionCaption();
-    void secondCopyIsRefused();
-    void settingsRoundTrip_data();
-    void settingsRoundTrip();
-    void exitSavesAndEnds_data();
-    void exitSavesAndEnds();
-    void menuCaptions_data();
-    void menuCaptions();
-    void everyControlHasAnAccessibleName();
-};
-
-void Form1Test::startsSignedOffWithVersionCaption() {
-    TestServices t;
-    Form1 w(t.services());
-    QVERIFY(w.Form_Load());
-    QCOMPARE(w.windowTitle(), QStringLiteral("Quorvel : 1.0.0"));
-    QCOMPARE(w.statusText(), QStringLiteral("Signed Off"));
-    QCOMPARE(w.connectionText(), QStringLiteral("Not Connected"));
-    QVERIFY(w.mnucon->isEnabled());
-    QVERIFY(!w.mnudis->isEnabled());
-    QVERIFY(!w.mnutools->isEnabled());
-    QVERIFY(!w.mnua->isEnabled());
-    QCOMPARE(w.serverHost(), QStringLiteral("localhost"));
-    // No settings file yet: nothing is said about it.
-    QVERIFY(t.prompts.shown.isEmpty());
-    QCOMPARE(w.List2->count(), 0);
-}
-
-void Form1Test::secondCopyIsRefused() {
-    TestServices t;
-    Form1 first(t.services());
-    QVERIFY(first.Form_Load());
-    Form1 second(t.services());
-    QVERIFY(!second.Form_Load());
-    QCOMPARE(t.prompts.shown.size(), 1);
-    QCOMPARE(t.prompts.last().title, QStringLiteral("Quorvel"));
-    QCOMPARE(t.prompts.last().text, QStringLiteral("Quorvel found in ram. Can't load another"));
-    QCOMPARE(t.prompts.last().icon, Prompts::Icon::Critical);
-    QVERIFY(!QFile::exists(t.file(QStringLiteral("\\Quorvel.ini"))));
-
-    // A copy in another folder is another program.
-    TestServices other;
-    Form1 elsewhere(other.services());
-    QVERIFY(elsewhere.Form_Load());
-    QVERIFY(other.prompts.shown.isEmpty());
-}
+#include <QtWidgets>
 
 namespace {
 // Fifteen different values, so that a line read into or saved from the wrong control shows.
@@ -108,129 +52,128 @@ QString shown(const Form1& w, int line) {
 }
 } // namespace
 
-void Form1Test::settingsRoundTrip_data() {
-    QTest::addColumn<int>("line");
-    QTest::addColumn<QString>("value");
-    const QStringList values{QString::fromUtf8("Jos\xc3\xa9"),
-                             QStringLiteral("10.0.0.7"),
-                             QStringLiteral("1"),
-                             QStringLiteral("1193046"),
-                             QStringLiteral("72"),
-                             QStringLiteral("6636321"),
-                             QStringLiteral("7829367"),
-                             QStringLiteral("1"),
-                             QStringLiteral("16711935"),
-                             QStringLiteral("65535"),
-                             QStringLiteral("4210752"),
-                             QString(),
-                             QStringLiteral("e"),
-                             QString::fromUtf8("\xe2\x82\xac"),
-                             QStringLiteral("x y")};
-    for (int line = 1; line <= 15; ++line)
-        QTest::addRow("line %d", line) << line << values.at(line - 1);
-}
-
-// Every line is loaded into its control and written back from it, byte for byte.
-void Form1Test::settingsRoundTrip() {
-    QFETCH(int, line);
-    QFETCH(QString, value);
-    TestServices t;
-    QStringList lines = kSettings;
-    lines[line - 1] = value;
-    const QString path = t.file(QStringLiteral("\\Quorvel.ini"));
-    QVERIFY(TextFile::writeLines(path, lines));
-    const QByteArray written = readBytes(path);
-    {
+class Form1Test : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void startsSignedOffWithVersionCaption() {
+        TestServices t;
         Form1 w(t.services());
         QVERIFY(w.Form_Load());
-        for (int i = 1; i <= 15; ++i)
-            QCOMPARE(shown(w, i), lines.at(i - 1));
-        QFile::remove(path);
-        w.mnuExit->trigger();
+        QCOMPARE((QStringList{w.windowTitle(), w.statusText(), w.connectionText(), w.serverHost()}),
+                 (QStringList{"Quorvel : 1.0.0", "Signed Off", "Not Connected", "localhost"}));
+        // Only signing on is offered.
+        QCOMPARE((QList<bool>{w.mnucon->isEnabled(), w.mnudis->isEnabled(), w.mnutools->isEnabled(), w.mnua->isEnabled()}),
+                 (QList<bool>{true, false, false, false}));
+        // No settings file yet: nothing is said about it.
+        QVERIFY(t.prompts.shown.isEmpty() && w.List2->count() == 0);
+        // Every control a screen reader reaches has a name.
+        for (QWidget* control : std::initializer_list<QWidget*>{w.rtb, w.LV1, w.Text1, w.Text3, w.cboServer, w.Combo1,
+                                                                 w.List1, w.List2})
+            QVERIFY2(!control->accessibleName().isEmpty(), qPrintable(control->objectName()));
     }
-    QCOMPARE(readBytes(path), written);
-}
 
-void Form1Test::exitSavesAndEnds_data() {
-    QTest::addColumn<QString>("how");
-    QTest::addColumn<bool>("saved");
-    QTest::newRow("Exit menu") << QStringLiteral("menu") << true;
-    QTest::newRow("close box") << QStringLiteral("close") << true;
-    QTest::newRow("/exit") << QStringLiteral("/exit") << false;
-}
+    void secondCopyIsRefused() {
+        TestServices t;
+        Form1 first(t.services());
+        QVERIFY(first.Form_Load());
+        Form1 second(t.services());
+        QVERIFY(!second.Form_Load());
+        QCOMPARE(t.prompts.lines(), QStringList{QStringLiteral("Quorvel|Quorvel found in ram. Can't load another|3")});
+        QVERIFY(!QFile::exists(t.file(QStringLiteral("\\Quorvel.ini"))));
 
-void Form1Test::exitSavesAndEnds() {
-    QFETCH(QString, how);
-    QFETCH(bool, saved);
-    TestServices t;
-    Form1 w(t.services());
-    QVERIFY(w.Form_Load());
-    w.List2->addItems({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d"),
-                       QStringLiteral("e")});
-    QSignalSpy ended(&w, &Form1::programEnded);
-    if (how == u"menu") {
-        w.mnuExit->trigger();
-    } else if (how == u"close") {
-        w.show();
-        w.close();
-    } else {
-        w.Text1->setText(how);
-        QTest::keyClick(w.Text1, Qt::Key_Return);
+        // A copy in another folder is another program.
+        TestServices other;
+        Form1 elsewhere(other.services());
+        QVERIFY(elsewhere.Form_Load() && other.prompts.shown.isEmpty());
     }
-    QCOMPARE(ended.count(), 1);
-    const QStringList lines = TextFile::readLines(t.file(QStringLiteral("\\Quorvel.ini")));
-    // Every entry is written; four are read back.
-    QCOMPARE(lines.size(), saved ? 16 : 0);
-    if (!saved)
-        return;
-    // The lock is released: the next start is not a second copy.
-    Form1 next(t.services());
-    QVERIFY(next.Form_Load());
-    QCOMPARE(next.List2->count(), 4);
-}
 
-void Form1Test::menuCaptions_data() {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("caption");
-    const char* table[][2] = {
-        {"mnufile", "&File"}, {"mnuOpts", "&Options"}, {"mnutools", "&Admin"}, {"mnuhlp", "&Help"},
-        {"mnua", "UserMenu"}, {"mnucon", "&Sign on"}, {"mnudis", "&Sign off"}, {"mnuNews", "New Account"},
-        {"mnuGameStarter", "Game Starter"}, {"mnuExit", "Exit"}, {"mnuClearChat", "Clear chat"},
-        {"mnuCommands", "Commands"}, {"mnuopi", "Commands"}, {"mnuAbo", "&About"}, {"mnucolors", "Custom Scheme"},
-        {"mnuEd", "My Personal Profile"}, {"mnuDEC", "Refuse File Transfers"}, {"mnuIPM", "Ignore Private Msg's"},
-        {"mnuSoundEffects", "Sound/Effects"}, {"mnuNotify", "Notify minamized(Audio)"},
-        {"mnuVI", "View Ignored List"}, {"mnucI", "Clear Ignored"}, {"mnuPM", "Message"},
-        {"mnuIS", "User Details"}, {"mnuFollowUser", "Follow Gamer"}, {"mnuLastLoggedOn", "Last Logged On"},
-        {"mnuIG", "Ignore User"}, {"mnuUn", "Un-Ignore"}, {"mnuKick", "Kick"}, {"mnuBan", "Ban"},
-        {"mnuMBAN", "Subnet Ban"}, {"mnuMuzzle", "Suspend"}, {"mnuVIP", "View Ip"}, {"mnuOPC", "God Mode"},
-        {"mnuCSB", "Clear SubNet Bans"}, {"mnuCPB", "Clear Permanent Bans"}, {"mnuCRB", "Clear 60 Min Bans"}};
-    for (const auto& row : table)
-        QTest::newRow(row[0]) << QString::fromLatin1(row[0]) << QString::fromLatin1(row[1]);
-}
-
-void Form1Test::menuCaptions() {
-    QFETCH(QString, name);
-    QFETCH(QString, caption);
-    TestServices t;
-    Form1 w(t.services());
-    QAction* found = nullptr;
-    for (QAction* a : w.findChildren<QAction*>()) {
-        if (a->objectName() == name)
-            found = a;
+    void settingsRoundTrip_data() {
+        addColumns<int, QString>("line", "value");
+        // Other values than the starting file's, odd ones included: empty, non-ASCII, blanks.
+        const QStringList values = QString::fromUtf8("Jos\xc3\xa9|10.0.0.7|1|1193046|72|6636321|7829367|1|16711935|"
+                                                     "65535|4210752||e|\xe2\x82\xac|x y")
+                                       .split(u'|');
+        for (int line = 1; line <= 15; ++line)
+            QTest::addRow("line %d", line) << line << values.at(line - 1);
     }
-    QVERIFY2(found, qPrintable(name));
-    QCOMPARE(found->text(), caption);
-}
 
-void Form1Test::everyControlHasAnAccessibleName() {
-    TestServices t;
-    Form1 w(t.services());
-    for (QWidget* control : std::initializer_list<QWidget*>{w.rtb, w.LV1, w.Text1, w.Text3, w.cboServer, w.Combo1,
-                                                             w.List1, w.List2})
-        QVERIFY2(!control->accessibleName().isEmpty(), qPrintable(control->objectName()));
-    for (const char* name : {"rtb", "LV1", "Text1", "Text3", "Combo1", "List1", "List2", "s", "Winsock1"})
-        QVERIFY2(w.findChild<QObject*>(QString::fromLatin1(name)), name);
-}
+    // Every line is loaded into its control and written back from it, byte for byte.
+    void settingsRoundTrip() {
+        auto [line, value] = fetchRow<int, QString>("line", "value");
+        TestServices t;
+        QStringList lines = kSettings;
+        lines[line - 1] = value;
+        const QString path = t.file(QStringLiteral("\\Quorvel.ini"));
+        QVERIFY(TextFile::writeLines(path, lines));
+        const QByteArray written = readBytes(path);
+        {
+            Form1 w(t.services());
+            QVERIFY(w.Form_Load());
+            for (int i = 1; i <= 15; ++i)
+                QCOMPARE(shown(w, i), lines.at(i - 1));
+            QFile::remove(path);
+            w.mnuExit->trigger();
+        }
+        QCOMPARE(readBytes(path), written);
+    }
+
+    void exitSavesAndEnds_data() {
+        addColumns<QString, bool>("how", "saved");
+        QTest::newRow("Exit menu") << QStringLiteral("menu") << true;
+        QTest::newRow("close box") << QStringLiteral("close") << true;
+        QTest::newRow("/exit") << QStringLiteral("/exit") << false;
+    }
+
+    void exitSavesAndEnds() {
+        auto [how, saved] = fetchRow<QString, bool>("how", "saved");
+        TestServices t;
+        Form1 w(t.services());
+        QVERIFY(w.Form_Load());
+        w.List2->addItems(QStringLiteral("a b c d e").split(u' '));
+        QSignalSpy ended(&w, &Form1::programEnded);
+        if (how == u"menu") {
+            w.mnuExit->trigger();
+        } else if (how == u"close") {
+            w.show();
+            w.close();
+        } else {
+            w.Text1->setText(how);
+            QTest::keyClick(w.Text1, Qt::Key_Return);
+        }
+        QCOMPARE(ended.count(), 1);
+        const QStringList lines = TextFile::readLines(t.file(QStringLiteral("\\Quorvel.ini")));
+        // Every entry is written; four are read back.
+        QCOMPARE(lines.size(), saved ? 16 : 0);
+        if (!saved)
+            return;
+        // The lock is released: the next start is not a second copy.
+        Form1 next(t.services());
+        QVERIFY(next.Form_Load());
+        QCOMPARE(next.List2->count(), 4);
+    }
+
+    void menuCaptions() {
+        const char* table[][2] = {
+            {"mnufile", "&File"}, {"mnuOpts", "&Options"}, {"mnutools", "&Admin"}, {"mnuhlp", "&Help"},
+            {"mnua", "UserMenu"}, {"mnucon", "&Sign on"}, {"mnudis", "&Sign off"}, {"mnuNews", "New Account"},
+            {"mnuGameStarter", "Game Starter"}, {"mnuExit", "Exit"}, {"mnuClearChat", "Clear chat"},
+            {"mnuCommands", "Commands"}, {"mnuopi", "Commands"}, {"mnuAbo", "&About"}, {"mnucolors", "Custom Scheme"},
+            {"mnuEd", "My Personal Profile"}, {"mnuDEC", "Refuse File Transfers"}, {"mnuIPM", "Ignore Private Msg's"},
+            {"mnuSoundEffects", "Sound/Effects"}, {"mnuNotify", "Notify minamized(Audio)"},
+            {"mnuVI", "View Ignored List"}, {"mnucI", "Clear Ignored"}, {"mnuPM", "Message"},
+            {"mnuIS", "User Details"}, {"mnuFollowUser", "Follow Gamer"}, {"mnuLastLoggedOn", "Last Logged On"},
+            {"mnuIG", "Ignore User"}, {"mnuUn", "Un-Ignore"}, {"mnuKick", "Kick"}, {"mnuBan", "Ban"},
+            {"mnuMBAN", "Subnet Ban"}, {"mnuMuzzle", "Suspend"}, {"mnuVIP", "View Ip"}, {"mnuOPC", "God Mode"},
+            {"mnuCSB", "Clear SubNet Bans"}, {"mnuCPB", "Clear Permanent Bans"}, {"mnuCRB", "Clear 60 Min Bans"}};
+        TestServices t;
+        Form1 w(t.services());
+        for (const auto& [name, caption] : table) {
+            const auto* action = w.findChild<QAction*>(QString::fromLatin1(name));
+            QVERIFY2(action, name);
+            QCOMPARE(action->text(), QString::fromLatin1(caption));
+        }
+    }
+};
 
 QTEST_MAIN(Form1Test)
 #include "tst_form1.moc"

@@ -1,9 +1,10 @@
+#include "DataRows.h"
+#include "ScriptedChatServer.h"
+
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
 #include "common/Windows1252.h"
 
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QtTest>
 
 using namespace ChatProtocol;
@@ -11,74 +12,52 @@ using namespace ChatProtocol;
 class ChatMessageTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void build_data();
-    void build();
-    void splitRead_data();
-    void splitRead();
-    void sendWritesOneSegmentOnlyWhenConnected();
+    // clang-format off
+    void build_data() {
+        addColumns<QString, QStringList, QByteArray>("word", "args", "wire");
+        const auto s = [](const char* t) { return QString::fromLatin1(t); };
+        // Every message the program sends is checked byte for byte where it is sent; these are the framing rules.
+        QTest::newRow("fields in order") << s("LOGIN") << QStringList{s("ann"), s("1234")} << QByteArray("LOGIN|\xbf|ann|\xbf|1234");
+        QTest::newRow("nothing escaped") << s("PMSG") << QStringList{s("bob"), s("/WHOYOU a|@|b|\xbf|")} << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU a|@|b|\xbf|");
+        QTest::newRow("8-bit text") << s("MSG") << QStringList{QString::fromUtf8("caf\xc3\xa9 \xe2\x82\xac")} << QByteArray("MSG|\xbf|caf\xe9 \x80");
+        QTest::newRow("no Windows-1252 byte") << s("MSG") << QStringList{QString::fromUtf8("\xe4\xbd\xa0")} << QByteArray("MSG|\xbf|?");
+    }
+    // clang-format on
+
+    void build() {
+        auto [word, args, wire] = fetchRow<QString, QStringList, QByteArray>("word", "args", "wire");
+        QCOMPARE(Windows1252::encode(ChatMessage::build(word, args)), wire);
+    }
+
+    // clang-format off
+    void splitRead_data() {
+        addColumns<QByteArray, QList<QStringList>>("wire", "pieces");
+        const auto s = [](const char* t) { return QString::fromLatin1(t); };
+        QTest::newRow("two joins in one read") << QByteArray("JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n") << QList<QStringList>{QStringList{s("JOIN"), s("ann")}, QStringList{s("JOIN"), s("bob")}, QStringList{s("")}};
+        // Reads cut across messages and separators inside chat text are tested where the room shows them.
+        QTest::newRow("lone LF is not a break") << QByteArray("MSG|\xbf|a\nb") << QList<QStringList>{QStringList{s("MSG"), s("a\nb")}};
+        QTest::newRow("high bytes decode") << QByteArray("MSG|\xbf|\x80\xe9") << QList<QStringList>{QStringList{s("MSG"), QString::fromUtf8("\xe2\x82\xac\xc3\xa9")}};
+    }
+    // clang-format on
+
+    void splitRead() {
+        auto [wire, pieces] = fetchRow<QByteArray, QList<QStringList>>("wire", "pieces");
+        QCOMPARE(ChatMessage::splitRead(Windows1252::decode(wire)), pieces);
+    }
+
+    void sendWritesOneSegmentOnlyWhenConnected() {
+        QTcpSocket socket;
+        QVERIFY(!ChatMessage::send(socket, QStringLiteral("MSG|\u00BF|lost")));
+
+        ScriptedChatServer server;
+        socket.connectToHost(QHostAddress::LocalHost, server.port());
+        QVERIFY(socket.waitForConnected(5000));
+        QVERIFY(ChatMessage::send(socket, ChatMessage::build(Msg, {QStringLiteral("hi")})));
+        QCOMPARE(socket.socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
+        QCOMPARE(socket.bytesToWrite(), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(server.received(), QByteArray("MSG|\xbf|hi"), 5000);
+    }
 };
-
-void ChatMessageTest::build_data() {
-    QTest::addColumn<QString>("word");
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QByteArray>("wire");
-    const auto s = [](const char* t) { return QString::fromLatin1(t); };
-    // Every message the program sends is checked byte for byte where it is sent; these are the framing rules.
-    QTest::newRow("fields in order") << s("LOGIN") << QStringList{s("ann"), s("1234")}
-                                     << QByteArray("LOGIN|\xbf|ann|\xbf|1234");
-    QTest::newRow("no argument") << s("OPS") << QStringList{s("CSB")} << QByteArray("OPS|\xbf|CSB");
-    QTest::newRow("nothing escaped") << s("PMSG") << QStringList{s("bob"), s("/WHOYOU a|@|b|\xbf|")}
-                                     << QByteArray("PMSG|\xbf|bob|\xbf|/WHOYOU a|@|b|\xbf|");
-    QTest::newRow("8-bit text") << s("MSG") << QStringList{QString::fromUtf8("caf\xc3\xa9 \xe2\x82\xac")}
-                                << QByteArray("MSG|\xbf|caf\xe9 \x80");
-    QTest::newRow("no Windows-1252 byte") << s("MSG") << QStringList{QString::fromUtf8("\xe4\xbd\xa0")}
-                                          << QByteArray("MSG|\xbf|?");
-}
-
-void ChatMessageTest::build() {
-    QFETCH(QString, word);
-    QFETCH(QStringList, args);
-    QFETCH(QByteArray, wire);
-    QCOMPARE(Windows1252::encode(ChatMessage::build(word, args)), wire);
-}
-
-void ChatMessageTest::splitRead_data() {
-    QTest::addColumn<QByteArray>("wire");
-    QTest::addColumn<QList<QStringList>>("pieces");
-    const auto s = [](const char* t) { return QString::fromLatin1(t); };
-    QTest::newRow("two joins in one read")
-        << QByteArray("JOIN|\xbf|ann\r\nJOIN|\xbf|bob\r\n")
-        << QList<QStringList>{QStringList{s("JOIN"), s("ann")}, QStringList{s("JOIN"), s("bob")}, QStringList{s("")}};
-    // Reads cut across messages and separators inside chat text are tested where the room shows them.
-    QTest::newRow("lone LF is not a break")
-        << QByteArray("MSG|\xbf|a\nb") << QList<QStringList>{QStringList{s("MSG"), s("a\nb")}};
-    QTest::newRow("high bytes decode") << QByteArray("MSG|\xbf|\x80\xe9")
-                                       << QList<QStringList>{QStringList{s("MSG"), QString::fromUtf8("\xe2\x82\xac\xc3\xa9")}};
-}
-
-void ChatMessageTest::splitRead() {
-    QFETCH(QByteArray, wire);
-    QFETCH(QList<QStringList>, pieces);
-    QCOMPARE(ChatMessage::splitRead(Windows1252::decode(wire)), pieces);
-}
-
-void ChatMessageTest::sendWritesOneSegmentOnlyWhenConnected() {
-    QTcpSocket socket;
-    QVERIFY(!ChatMessage::send(socket, QStringLiteral("MSG|\u00BF|lost")));
-
-    QTcpServer server;
-    QVERIFY(server.listen(QHostAddress::LocalHost, 0));
-    socket.connectToHost(QHostAddress::LocalHost, server.serverPort());
-    QVERIFY(socket.waitForConnected(5000));
-    QTRY_VERIFY(server.hasPendingConnections());
-    QTcpSocket* peer = server.nextPendingConnection();
-
-    QVERIFY(ChatMessage::send(socket, ChatMessage::build(Msg, {QStringLiteral("hi")})));
-    QCOMPARE(socket.socketOption(QAbstractSocket::LowDelayOption).toInt(), 1);
-    QCOMPARE(socket.bytesToWrite(), 0);
-    QByteArray got;
-    QTRY_COMPARE_WITH_TIMEOUT((got += peer->readAll(), got), QByteArray("MSG|\xbf|hi"), 5000);
-}
 
 QTEST_GUILESS_MAIN(ChatMessageTest)
 #include "tst_chatmessage.moc"

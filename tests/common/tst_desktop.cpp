@@ -1,14 +1,13 @@
 // Starting games where Windows is not: through Wine when it is on the PATH, from the game folder,
 // and a batch file followed line by line. A script named "wine" on a PATH of the test's own
 // records what it was asked to run.
+#include "DataRows.h"
 #include "TestFiles.h"
 
 #include "common/BatchScript.h"
 #include "common/SystemServices.h"
 #include "common/TextFile.h"
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QtTest>
 
 namespace {
@@ -20,107 +19,90 @@ const QByteArray kRecorder("#!/bin/sh\nprintf '%s\\n' \"$PWD\" \"$*\" > \"$RECOR
 class DesktopTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
+    void init() {
+        m_path = qgetenv("PATH");
+        m_folder.emplace();
+        m_dir = QDir(m_folder->path());
+        m_dir.mkpath(QStringLiteral("bin"));
+        m_dir.mkpath(QStringLiteral("game"));
+        qputenv("RECORD", m_dir.filePath(QStringLiteral("record")).toLocal8Bit());
+    }
     void cleanup() { qputenv("PATH", m_path); }
-    void batchCommand_data();
-    void batchCommand();
-    void startsGames_data();
-    void startsGames();
+
+    void batchCommand_data() {
+        addColumns<QString, QString, QString, QStringList>("text", "folder", "program", "arguments");
+        QTest::newRow("kingpin.bat") << "@echo off\r\ncd\\\r\ncd /games/kp\r\nkingpin.exe +connect 10.0.0.5:31510 +name Big Boss\r\n@cls\r\n"
+                                     << "/games/kp" << "/games/kp/kingpin.exe"
+                                     << QStringList{"+connect", "10.0.0.5:31510", "+name", "Big", "Boss"};
+        QTest::newRow("relative folder") << "cd games\ngame.exe" << "/start/games" << "/start/games/game.exe" << QStringList{};
+    }
+
+    void batchCommand() {
+        auto [text, folder, program, arguments] =
+            fetchRow<QString, QString, QString, QStringList>("text", "folder", "program", "arguments");
+        const auto command = BatchScript::firstCommand(text, QStringLiteral("/start"));
+        QVERIFY(command);
+        QCOMPARE((QStringList{command->folder, command->program} + command->arguments),
+                 (QStringList{folder, program} + arguments));
+        QVERIFY(!BatchScript::firstCommand(QStringLiteral("@echo off\r\ncd\\\r\n@cls\r\n"), QStringLiteral("/")));
+    }
+
+    // clang-format off
+    void startsGames_data() {
+        // game: the bytes of game/hl.exe; empty: no such file
+        // recorded: folder, then the command line; empty: nothing ran
+        addColumns<QByteArray, bool, bool, QStringList>("game", "wineOnPath", "throughBatch", "recorded");
+        const QByteArray windowsGame("MZ\x90\0", 4);
+        QTest::newRow("Windows game through Wine") << windowsGame << true << false << QStringList{"game", "game/hl.exe -console +connect 1.2.3.4:27015"};
+        QTest::newRow("batch through Wine") << windowsGame << true << true << QStringList{"game", "game/hl.exe +connect 1.2.3.4:27015"};
+        QTest::newRow("no Wine") << windowsGame << false << false << QStringList{};
+        QTest::newRow("no game") << QByteArray() << true << false << QStringList{};
+        QTest::newRow("native program runs itself") << kRecorder << false << false << QStringList{"game", "-console +connect 1.2.3.4:27015"};
+    }
+    // clang-format on
+
+    void startsGames() {
+        auto [game, wineOnPath, throughBatch, recorded] =
+            fetchRow<QByteArray, bool, bool, QStringList>("game", "wineOnPath", "throughBatch", "recorded");
+        const QString gameFolder = m_dir.filePath(QStringLiteral("game"));
+        if (!game.isEmpty())
+            QVERIFY(writeBytes(gameFolder + QStringLiteral("/hl.exe"), game, true));
+        if (wineOnPath)
+            QVERIFY(writeBytes(m_dir.filePath(QStringLiteral("bin/wine")), kRecorder, true));
+        qputenv("PATH", m_dir.filePath(QStringLiteral("bin")).toLocal8Bit());
+
+        SystemDesktop desktop;
+        bool started = false;
+        if (throughBatch) {
+            const QString batch = m_dir.filePath(QStringLiteral("run.bat"));
+            QVERIFY(TextFile::writeLines(batch, {QStringLiteral("@echo off"), QStringLiteral("cd\\"),
+                                                 QStringLiteral("cd ") + gameFolder,
+                                                 QStringLiteral("hl.exe +connect 1.2.3.4:27015"), QStringLiteral("@cls")}));
+            started = desktop.runBatch(batch, m_dir.path(), Desktop::Show::Hidden);
+        } else {
+            // Built the Windows way: the folder, then a backslash and the executable.
+            started = desktop.startProgram(gameFolder + QStringLiteral("\\hl.exe"),
+                                           {QStringLiteral("-console"), QStringLiteral("+connect"), QStringLiteral("1.2.3.4:27015")},
+                                           QString(), Desktop::Show::Minimised);
+        }
+        QCOMPARE(started, !recorded.isEmpty());
+        if (recorded.isEmpty())
+            return;
+        const QString record = m_dir.filePath(QStringLiteral("record"));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(record), 10000);
+        const QString root = QFileInfo(m_dir.path()).canonicalFilePath() + u'/';
+        QStringList expected = recorded;
+        expected[0].prepend(root);
+        if (expected[1].startsWith(QStringLiteral("game/")))
+            expected[1].prepend(m_dir.path() + u'/');
+        QCOMPARE(TextFile::readLines(record), expected);
+    }
 
 private:
     QByteArray m_path;
     std::optional<QTemporaryDir> m_folder;
     QDir m_dir;
 };
-
-void DesktopTest::init() {
-    m_path = qgetenv("PATH");
-    m_folder.emplace();
-    QVERIFY(m_folder->isValid());
-    m_dir = QDir(m_folder->path());
-    m_dir.mkpath(QStringLiteral("bin"));
-    m_dir.mkpath(QStringLiteral("game"));
-    qputenv("RECORD", m_dir.filePath(QStringLiteral("record")).toLocal8Bit());
-}
-
-void DesktopTest::batchCommand_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("folder");
-    QTest::addColumn<QString>("program");
-    QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("kingpin.bat") << "@echo off\r\ncd\\\r\ncd /games/kp\r\nkingpin.exe +connect 10.0.0.5:31510 +name Big Boss\r\n@cls\r\n"
-                                 << "/games/kp" << "/games/kp/kingpin.exe"
-                                 << QStringList{"+connect", "10.0.0.5:31510", "+name", "Big", "Boss"};
-    QTest::newRow("relative folder") << "cd games\ngame.exe" << "/start/games" << "/start/games/game.exe" << QStringList{};
-}
-
-void DesktopTest::batchCommand() {
-    QFETCH(QString, text);
-    QFETCH(QString, folder);
-    QFETCH(QString, program);
-    QFETCH(QStringList, arguments);
-    const auto command = BatchScript::firstCommand(text, QStringLiteral("/start"));
-    QVERIFY(command);
-    QCOMPARE(command->folder, folder);
-    QCOMPARE(command->program, program);
-    QCOMPARE(command->arguments, arguments);
-    QVERIFY(!BatchScript::firstCommand(QStringLiteral("@echo off\r\ncd\\\r\n@cls\r\n"), QStringLiteral("/")));
-}
-
-void DesktopTest::startsGames_data() {
-    QTest::addColumn<QByteArray>("game");   // the bytes of game/hl.exe; empty: no such file
-    QTest::addColumn<bool>("wineOnPath");
-    QTest::addColumn<bool>("throughBatch");
-    QTest::addColumn<QStringList>("recorded"); // folder, then the command line; empty: nothing ran
-    const QByteArray windowsGame("MZ\x90\0", 4);
-    QTest::newRow("Windows game through Wine") << windowsGame << true << false
-                                               << QStringList{"game", "game/hl.exe -console +connect 1.2.3.4:27015"};
-    QTest::newRow("batch through Wine") << windowsGame << true << true
-                                        << QStringList{"game", "game/hl.exe +connect 1.2.3.4:27015"};
-    QTest::newRow("no Wine") << windowsGame << false << false << QStringList{};
-    QTest::newRow("no game") << QByteArray() << true << false << QStringList{};
-    QTest::newRow("native program runs itself") << kRecorder << false << false
-                                                << QStringList{"game", "-console +connect 1.2.3.4:27015"};
-}
-
-void DesktopTest::startsGames() {
-    QFETCH(QByteArray, game);
-    QFETCH(bool, wineOnPath);
-    QFETCH(bool, throughBatch);
-    QFETCH(QStringList, recorded);
-    const QString gameFolder = m_dir.filePath(QStringLiteral("game"));
-    if (!game.isEmpty())
-        QVERIFY(writeBytes(gameFolder + QStringLiteral("/hl.exe"), game, true));
-    if (wineOnPath)
-        QVERIFY(writeBytes(m_dir.filePath(QStringLiteral("bin/wine")), kRecorder, true));
-    qputenv("PATH", m_dir.filePath(QStringLiteral("bin")).toLocal8Bit());
-
-    SystemDesktop desktop;
-    bool started = false;
-    if (throughBatch) {
-        const QString batch = m_dir.filePath(QStringLiteral("run.bat"));
-        QVERIFY(TextFile::writeLines(batch, {QStringLiteral("@echo off"), QStringLiteral("cd\\"),
-                                             QStringLiteral("cd ") + gameFolder,
-                                             QStringLiteral("hl.exe +connect 1.2.3.4:27015"), QStringLiteral("@cls")}));
-        started = desktop.runBatch(batch, m_dir.path(), Desktop::Show::Hidden);
-    } else {
-        // Built the Windows way: the folder, then a backslash and the executable.
-        started = desktop.startProgram(gameFolder + QStringLiteral("\\hl.exe"),
-                                       {QStringLiteral("-console"), QStringLiteral("+connect"), QStringLiteral("1.2.3.4:27015")},
-                                       QString(), Desktop::Show::Minimised);
-    }
-    QCOMPARE(started, !recorded.isEmpty());
-    if (recorded.isEmpty())
-        return;
-    const QString record = m_dir.filePath(QStringLiteral("record"));
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(record), 10000);
-    const QString root = QFileInfo(m_dir.path()).canonicalFilePath() + u'/';
-    QStringList expected = recorded;
-    expected[0].prepend(root);
-    if (expected[1].startsWith(QStringLiteral("game/")))
-        expected[1].prepend(m_dir.path() + u'/');
-    QCOMPARE(TextFile::readLines(record), expected);
-}
 
 QTEST_GUILESS_MAIN(DesktopTest)
 #include "tst_desktop.moc"

@@ -1,5 +1,6 @@
 // Two members' clients in one process: private windows, composer, offers and direct file transfers
 // over 127.0.0.1, with the chat messages passing through scripted chat servers.
+#include "DataRows.h"
 #include "SignedOnClient.h"
 #include "TestFiles.h"
 
@@ -12,19 +13,9 @@
 #include "privatechat/Path.h"
 #include "privatechat/PrivateChat.h"
 
-#include <QAction>
-#include <QComboBox>
-#include <QGroupBox>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QRandomGenerator>
-#include <QTcpServer>
-#include <QTcpSocket>
-#include <QTextEdit>
+#include <QtNetwork>
 #include <QtTest>
+#include <QtWidgets>
 
 using namespace Qt::StringLiterals;
 
@@ -109,457 +100,386 @@ private Q_SLOTS:
         QVERIFY(m->ready());
     }
     void cleanup() { m.reset(); }
-    void transfers_data();
-    void transfers();
-    void rawSenderOutcomes_data();
-    void rawSenderOutcomes();
-    void hostileDescriptionsWriteNothing_data();
-    void hostileDescriptionsWriteNothing();
-    void senderWireAndMergedAnswers();
-    void portAnswers_data();
-    void portAnswers();
-    void declines_data();
-    void declines();
-    void offerDialogs();
-    void transferWindowActsOnThePrimaryWindow();
-    void typedLines_data();
-    void typedLines();
-    void inputLineGuardAndKeys();
-    void closedWindowComesBackWithALine();
-    void composerLines_data();
-    void composerLines();
-    void composerCoolDown();
+
+    void transfers_data() {
+        QTest::addColumn<int>("size");
+        for (int size : {0, 1, 1027, 1028, 2056, 1000000})
+            QTest::addRow("%d bytes", size) << size;
+    }
+
+    void transfers() {
+        QFETCH(int, size);
+        QTemporaryDir source;
+        const QString path = source.filePath(u"data.bin"_s);
+        QByteArray bytes(size, Qt::Uninitialized);
+        QRandomGenerator::global()->fillRange(reinterpret_cast<quint32*>(bytes.data()), size / 4);
+        QVERIFY(writeBytes(path, bytes));
+        // A file of the same name in the download folder is replaced.
+        const QString saved = m->downloads.filePath(u"data.bin"_s);
+        QVERIFY(writeBytes(saved, QByteArray(5000, 'x')));
+
+        const quint16 port = freePort();
+        QCOMPARE(m->offer(path, QString::number(port)),
+                 pmsg("bob", "/SENDFILE|@|" + path + "|@|" + QString::number(port)));
+        QVERIFY(m->a->rtb->toPlainText().endsWith(u"\n<ann> Trying to send "_s + path));
+        QVERIFY(m->ann.w->privateChat().transferWindow().isVisible());
+        QVERIFY(m->relayOffer(path, port));
+        Path* dialog = m->offerDialog(0);
+        QVERIFY(dialog && dialog->isVisible());
+        QCOMPARE(dialog->Text2->toPlainText(),
+                 u"Info : ann Would Like To Send You "_s + path + u" Will You Accept?"_s);
+        dialog->Command1->click();
+
+        QTRY_VERIFY_WITH_TIMEOUT(!m->bob.t.prompts.shown.isEmpty(), kWait);
+        QCOMPARE(m->bob.t.prompts.lines(), QStringList{u"Quorvel|File Transfer Complete|1"_s});
+        QCOMPARE(readBytes(saved), padded(bytes));
+        QCOMPARE(m->ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
+        Form3* b = m->bob.w->privateWindow(1);
+        QVERIFY(b && b->isVisible() && b->windowTitle() == u"Chat With <ann>"_s);
+        // Both frames are reset once the receiver has closed; ann's window can send again.
+        QCOMPARE(m->bobTransfers().status(Direction::Download), u"Disconnected..."_s);
+        QCOMPARE(m->bobTransfers().count(Direction::Download), 0);
+        Form11& annTransfers = m->ann.w->privateChat().transferWindow();
+        QTRY_COMPARE_WITH_TIMEOUT(annTransfers.status(Direction::Upload), u"Disonnected..."_s, kWait);
+        QCOMPARE(annTransfers.path(Direction::Upload), QString());
+        QVERIFY(!m->a->sender().uploadBusy());
+    }
+
+    // clang-format off
+    void rawSenderOutcomes_data() {
+        // outcome: "%1" stands for the saved file's path
+        addColumns<QByteArray, int, bool, QString, QString>("size", "blocks", "sendsDone", "outcome", "status");
+        const QString suspect = u"Quorvel|File Transfer - Posible Error - Check %1|3"_s;
+        const QString complete = u"Quorvel|File Transfer Complete|1"_s;
+        QTest::newRow("sender dies half way") << QByteArray("5000") << 1 << false << suspect << "Disconnected...";
+        QTest::newRow("more than announced") << QByteArray("10") << 3 << true << complete << "Disconnected...";
+        QTest::newRow("huge size, then gone") << QByteArray("99999999999999999999") << 1 << false << suspect << "Disconnected...";
+        // Nobody listens: the error event reports, with its own titles, on the counts the frame holds.
+        QTest::newRow("connection refused") << QByteArray() << -1 << false << u"Complete...|File Transfer Complete|0"_s << "disconnected...";
+    }
+    // clang-format on
+
+    void rawSenderOutcomes() {
+        auto [size, blocks, sendsDone, outcome, status] = fetchRow<QByteArray, int, bool, QString, QString>(
+            "size", "blocks", "sendsDone", "outcome", "status");
+        RawSender sender;
+        const quint16 port = blocks < 0 ? freePort() : sender.server.serverPort();
+        QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), port));
+        m->offerDialog(0)->Command1->click();
+        QByteArray expected = "INFO";
+        for (int i = 0; i <= blocks; ++i) {
+            QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
+            sender.send(i == 0 ? R"(INFO|@|C:\Games\half.bin|@|)" + size : QByteArray(1028, 'h'));
+            expected += i == 0 ? "SEND" : "MORE";
+        }
+        if (blocks >= 0) {
+            QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
+            if (sendsDone)
+                sender.send("DONE");
+            else
+                sender.peer->abort();
+        }
+        const QString saved = m->downloads.filePath(u"half.bin"_s);
+        QTRY_COMPARE_WITH_TIMEOUT(m->bob.t.prompts.lastLine(), outcome.arg(saved), kWait);
+        QCOMPARE(m->bob.t.prompts.shown.size(), 1);
+        QCOMPARE(readBytes(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h'));
+        QCOMPARE(m->bobTransfers().status(Direction::Download), status);
+        QCOMPARE(m->bobTransfers().count(Direction::Download), 0);
+        QVERIFY(!m->bob.w->privateWindow(1)->receiver().isBusy());
+    }
+
+    void hostileDescriptionsWriteNothing_data() {
+        QTest::addColumn<QByteArray>("description");
+        QTest::newRow("parent folder") << QByteArray(R"(INFO|@|C:\x\..|@|10)");
+        QTest::newRow("up by slashes") << QByteArray("INFO|@|../../etc/passwd/..|@|10");
+        QTest::newRow("no name") << QByteArray(R"(INFO|@|C:\dir\|@|10)");
+        QTest::newRow("bare INFO") << QByteArray("INFO");
+    }
+
+    void hostileDescriptionsWriteNothing() {
+        QFETCH(QByteArray, description);
+        RawSender sender;
+        QVERIFY(m->relayOffer(u"x"_s, sender.server.serverPort()));
+        m->offerDialog(0)->Command1->click();
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFO"), kWait);
+        sender.send(description);
+        QTRY_VERIFY_WITH_TIMEOUT(!m->bob.t.prompts.shown.isEmpty(), kWait);
+        QCOMPARE(m->bob.t.prompts.last().icon, Prompts::Icon::Exclamation);
+        QVERIFY(m->bob.t.prompts.last().text.endsWith(
+            u"has no name that can be saved here. Nothing was written."_s));
+        QTRY_VERIFY_WITH_TIMEOUT(!sender.peer || sender.peer->state() != QAbstractSocket::ConnectedState,
+                                 kWait);
+        QCOMPARE(sender.received, QByteArray("INFO")); // no SEND
+        QCOMPARE(QDir(m->downloads.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
+        QCOMPARE(QDir(m->downloads.path() + u"/.."_s).entryList({u"passwd"_s}), QStringList());
+    }
+
+    void senderWireAndMergedAnswers() {
+        QTemporaryDir source;
+        const QString path = source.filePath(u"two.bin"_s);
+        const QByteArray bytes = QByteArray(1028, 'a') + QByteArray(1028, 'b');
+        QVERIFY(writeBytes(path, bytes));
+        const quint16 port = freePort();
+        m->offer(path, QString::number(port));
+
+        QTcpSocket receiver;
+        QByteArray got;
+        connect(&receiver, &QTcpSocket::readyRead, [&] { got += receiver.readAll(); });
+        auto say = [&](const QByteArray& text, qsizetype expected) {
+            got.clear();
+            receiver.write(text);
+            receiver.flush();
+            return QTest::qWaitFor([&] { return got.size() >= expected; }, kWait);
+        };
+        receiver.connectToHost(QHostAddress::LocalHost, port);
+        QVERIFY(receiver.waitForConnected(kWait));
+        QTRY_VERIFY_WITH_TIMEOUT(!m->a->sender().isListening(), kWait); // one peer per offer
+        const QByteArray description = "INFO|@|" + Windows1252::encode(path) + "|@|2056";
+        QVERIFY(say("INFO", description.size()));
+        QCOMPARE(got, description);
+        QVERIFY(say("SEND", 1028));
+        QCOMPARE(got, QByteArray(1028, 'a'));
+        // Two answers in one read are not recognised: the next reply is the description, not a block.
+        QVERIFY(say("MOREMORE", 0));
+        QVERIFY(say("INFO", description.size()));
+        QCOMPARE(got, description);
+        QVERIFY(say("MORE", 1028));
+        QCOMPARE(got, QByteArray(1028, 'b'));
+        QVERIFY(say("MORE", 1028));
+        QCOMPARE(got, QByteArray(1028, '\0'));
+        // The last answer brings the box and, once dismissed, "DONE".
+        QVERIFY(say("MORE", 4));
+        QCOMPARE(got, QByteArray("DONE"));
+        QCOMPARE(m->ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
+        QCOMPARE(m->ann.w->privateChat().transferWindow().count(Direction::Upload), 3 * 1028);
+    }
+
+    void portAnswers_data() {
+        addColumns<QStringList, bool, int, bool>("answers", "connected", "refusals", "listening");
+        // "free" stands for a free port; an empty answer ends the attempt.
+        QTest::newRow("9, then empty") << QStringList{"9", ""} << true << 1 << false;
+        QTest::newRow("empty") << QStringList{""} << true << 0 << false;
+        QTest::newRow("9, then a free port") << QStringList{"9", "free"} << true << 1 << true;
+        QTest::newRow("chat connection down") << QStringList{"free"} << false << 0 << true;
+    }
+
+    void portAnswers() {
+        auto [answers, connected, refusals, listening] =
+            fetchRow<QStringList, bool, int, bool>("answers", "connected", "refusals", "listening");
+        if (!connected) {
+            m->ann.server.dropClient();
+            QTRY_VERIFY_WITH_TIMEOUT(!m->ann.w->isConnected(), kWait);
+        }
+        FakePrompts& prompts = m->ann.t.prompts;
+        m->ann.t.random.values = {100, 9999, 1234};
+        prompts.files.push_back(u"/tmp/file.bin"_s);
+        for (const QString& a : answers)
+            prompts.inputs.push_back(a == u"free" ? QString::number(freePort()) : a);
+        m->a->mnuSNDFile_Click();
+
+        QCOMPARE(prompts.shown.first().line(), u"Select a File To Send.|All Files|0"_s);
+        QStringList proposed;
+        for (const auto& s : prompts.shown) {
+            if (s.kind == u"input") {
+                QCOMPARE(s.line(),
+                         u"PORT|Select a port... Must allow connections through firewall/router...|0"_s);
+                proposed.append(s.proposed);
+            }
+        }
+        // A new default each time, drawn from 200 to 5199.
+        QCOMPARE(proposed, (QStringList{"200", "5199", "1234"}.mid(0, proposed.size())));
+        QCOMPARE(prompts.texts().count(u"Unusable Port"_s), refusals);
+
+        QCOMPARE(m->a->sender().isListening(), listening);
+        QCOMPARE(m->a->sender().uploadBusy(), listening);
+        QCOMPARE(m->ann.w->privateChat().transferWindow().isVisible(), listening && connected);
+        if (connected)
+            QCOMPARE(m->ann.sentSoFar().startsWith("PMSG|\xbf|bob|\xbf|/SENDFILE|@|/tmp/file.bin|@|"),
+                     listening);
+
+        // While an offer is pending a second "Send File" does nothing at all.
+        const qsizetype before = prompts.shown.size();
+        m->a->mnuSNDFile->trigger();
+        QCOMPARE(prompts.shown.size() == before, listening);
+        m->a->Winsock1_Close();
+        QVERIFY(!m->a->sender().isListening());
+    }
+
+    void declines_data() {
+        QTest::addColumn<bool>("refuseAll");
+        QTest::newRow("by hand") << false;
+        QTest::newRow("Refuse File Transfers") << true;
+    }
+
+    void declines() {
+        QFETCH(bool, refuseAll);
+        const quint16 port = freePort();
+        m->offer(u"/tmp/a.zip"_s, QString::number(port));
+        QVERIFY(m->a->sender().isListening());
+        m->bob.w->mnuDEC->setChecked(refuseAll);
+        QVERIFY(m->relayOffer(u"/tmp/a.zip"_s, port));
+        if (!refuseAll) {
+            m->offerDialog(0)->chooseFolder(QDir::tempPath());
+            m->offerDialog(0)->Command2->click();
+        }
+        QCOMPARE(m->offerDialog(0) && m->offerDialog(0)->isVisible(), false);
+        QCOMPARE(m->bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
+        QCOMPARE(m->bob.t.prompts.shown.size(), 0);
+        // Changing the folder counts even when the offer is then refused.
+        QCOMPARE(QDir(m->bob.w->downloadFolder) == QDir(QDir::tempPath()), !refuseAll);
+
+        QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> /SENDDECLINE\r\n"));
+        QCOMPARE(m->ann.t.prompts.lastLine(), u"Declined|Transfer Declined...|0"_s);
+        QVERIFY(!m->a->sender().isListening() && !m->a->sender().uploadBusy());
+        QCOMPARE(m->ann.w->privateChat().transferWindow().status(Direction::Upload), u"Disonnected..."_s);
+    }
+
+    void offerDialogs() {
+        QVERIFY(m->relayOffer(u"/a"_s, 2000));
+        QVERIFY(m->relayOffer(u"/b"_s, 2001));
+        QVERIFY(m->offerDialog(0) && m->offerDialog(1));
+        // The close box cannot dismiss an unanswered offer.
+        QVERIFY(!m->offerDialog(0)->close());
+        QVERIFY(m->offerDialog(0)->isVisible());
+        m->offerDialog(0)->Command2->click();
+        QTRY_VERIFY_WITH_TIMEOUT(!m->offerDialog(0), kWait); // answered dialogs are unloaded
+        QVERIFY(m->relayOffer(u"/c"_s, 2002));
+        QCOMPARE(m->offerDialog(0)->offerPort, u"2002"_s);
+        // With all 51 dialogs waiting, further offers are refused without a word.
+        for (int i = 2; i < PrivateChat::OfferDialogs; ++i)
+            QVERIFY(m->relayOffer(u"/d"_s, 3000));
+        QVERIFY(m->offerDialog(50)->isVisible());
+        m->bob.sentSoFar();
+        QVERIFY(m->relayOffer(u"/e"_s, 3001));
+        QCOMPARE(m->bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
+        QCOMPARE(m->bob.t.prompts.shown.size(), 0);
+    }
+
+    void transferWindowActsOnThePrimaryWindow() {
+        m->offer(u"/tmp/a.zip"_s, QString::number(freePort()));
+        Form11& w = m->ann.w->privateChat().transferWindow();
+        QVERIFY(w.isVisible());
+        // The buttons act on the primary private window, not on the window that made the offer.
+        w.findChild<QPushButton*>(u"cmdUploadCancel"_s)->click();
+        QCOMPARE(w.status(Direction::Upload), u"Disonnected..."_s);
+        QVERIFY(m->a->sender().isListening() && m->a->sender().uploadBusy());
+        w.findChild<QPushButton*>(u"cmdDownloadCancel"_s)->click();
+        QCOMPARE(m->ann.t.prompts.lastLine(), u"Quorvel|File Transfer Complete|1"_s);
+        QCOMPARE(w.status(Direction::Download), u"Disconnected..."_s);
+        w.close();
+        QVERIFY(m->a->sender().isListening());
+        // "/cancel" in the offering window is what ends its offer.
+        m->a->Text1->setText(u"/cancel"_s);
+        QTest::keyClick(m->a->Text1, Qt::Key_Return);
+        QVERIFY(!m->a->sender().isListening() && !m->a->sender().uploadBusy());
+    }
+
+    // clang-format off
+    void typedLines_data() {
+        addColumns<QString, bool, QByteArray, QString, QString>("typed", "connected", "wire", "conversation", "prompt");
+        const QString start = u"\n<bob> hello"_s;
+        QTest::newRow("line") << "hi" << true << pmsg("bob", "hi") << start + "\n<ann> hi" << "";
+        QTest::newRow("empty") << "" << true << QByteArray() << start << "";
+        QTest::newRow("chat down") << "hi" << false << QByteArray() << start << "";
+        QTest::newRow("/cancel") << "/cancel" << true << QByteArray() << start << "Quorvel|File Transfer Complete|1";
+        QTest::newRow("/Cancel") << "/Cancel" << true << QByteArray() << start << "Quorvel|File Transfer Complete|1";
+        QTest::newRow("/cancel now") << "/cancel now" << true << pmsg("bob", "/cancel now") << start + "\n<ann> /cancel now" << "";
+    }
+    // clang-format on
+
+    void typedLines() {
+        auto [typed, connected, wire, conversation, prompt] =
+            fetchRow<QString, bool, QByteArray, QString, QString>("typed", "connected", "wire",
+                                                                  "conversation", "prompt");
+        QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> hello\r\n"));
+        if (!connected) {
+            m->ann.server.dropClient();
+            QTRY_VERIFY_WITH_TIMEOUT(!m->ann.w->isConnected(), kWait);
+        }
+        m->a->Text1->setText(typed);
+        QTest::keyClick(m->a->Text1, Qt::Key_Return);
+        QCOMPARE(m->a->Text1->text(), QString());
+        QCOMPARE(m->a->rtb->toPlainText(), conversation);
+        QCOMPARE(m->ann.t.prompts.lastLine(), prompt);
+        if (connected)
+            QCOMPARE(m->ann.sentSoFar(), wire);
+    }
+
+    void inputLineGuardAndKeys() {
+        QTest::keyClicks(m->a->Text1, u"say /WHOYOU"_s);
+        QCOMPARE(m->a->Text1->text(), u"say /whoyou"_s);
+        m->a->Text1->setText(u"/WhoYou"_s);
+        QCOMPARE(m->a->Text1->text(), u"/WhoYou"_s);
+        m->a->Text1->clear();
+        // Typing in the conversation goes to the input line; Ctrl+C stays.
+        QTest::keyClick(m->a->rtb, Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(m->a->Text1->text(), QString());
+        QTest::keyClicks(m->a->rtb, u"ok"_s);
+        QCOMPARE(m->a->Text1->text(), u"ok"_s);
+        m->a->rtb->setPlainText(u"x"_s);
+        m->a->mnuClearPersonalChat->trigger();
+        QCOMPARE(m->a->rtb->toPlainText(), QString());
+    }
+
+    void closedWindowComesBackWithALine() {
+        SignedOnClient& c = m->bob;
+        QVERIFY(c.deliver("PMSG|\xbf|<carl> one\r\n"));
+        Form3* w = c.w->privateWindow(1);
+        QVERIFY(w && w->isVisible());
+        w->close();
+        QVERIFY(c.deliver("PMSG|\xbf|<carl> two\r\n"));
+        QVERIFY(w->isVisible());
+        QCOMPARE(w->rtb->toPlainText(), u"\n<carl> one\n<carl> two"_s);
+    }
+
+    void composerLines_data() {
+        addColumns<QString, QByteArray>("text", "wire");
+        const QByteArray a = pmsg("bob", "a\r\n"), b = pmsg("bob", "b\r\n"), empty = pmsg("bob", "\r\n");
+        QTest::newRow("two lines") << "a\nb" << a + b;
+        QTest::newRow("trailing line break") << "a\nb\n" << a + b + empty;
+        QTest::newRow("empty line between") << "a\n\nb" << a + empty + b;
+    }
+
+    void composerLines() {
+        auto [text, wire] = fetchRow<QString, QByteArray>("text", "wire");
+        m->ann.w->LV1->addItems({u"carl"_s, u"bob"_s});
+        m->a->mnuSND->trigger();
+        Form5* c = m->ann.w->privateChat().composer();
+        QVERIFY(c && c->isVisible());
+        // Everyone in the room to choose from, the window's peer chosen; the recipient cannot be typed.
+        QTest::keyClick(c->Combo1, Qt::Key_X);
+        QVERIFY(c->Combo1->count() == 2 && c->Combo1->itemText(0) == u"carl"_s);
+        QCOMPARE(c->Combo1->currentText(), u"bob"_s);
+        c->rtb->setPlainText(text);
+        c->mnuSend->trigger();
+        QVERIFY(c->isSending() && m->ann.waitForSent(wire.size()));
+        QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
+        QCOMPARE(m->ann.sentSoFar(), wire);
+    }
+
+    void composerCoolDown() {
+        m->a->mnuSND->trigger();
+        Form5* c = m->ann.w->privateChat().composer();
+        c->rtb->setPlainText(u"x"_s);
+        c->mnuSend->trigger();
+        QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
+        QCOMPARE(m->ann.sentSoFar(), pmsg("bob", "x\r\n"));
+        c->mnuSend->trigger(); // cooling down: nothing
+        QTRY_COMPARE_WITH_TIMEOUT(c->pbWaiting->value(), 5, kWait);
+        QVERIFY(c->Frame1->isVisible());
+        QTRY_VERIFY_WITH_TIMEOUT(!c->Timer1->isActive(), kWait);
+        QVERIFY(!c->Frame1->isVisible() && c->pbSending->value() == 0);
+        QCOMPARE(m->ann.sentSoFar(), QByteArray());
+        // Ready again, and the frame stays hidden.
+        c->mnuSend->trigger();
+        QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
+        QVERIFY(!c->Frame1->isVisible());
+        QCOMPARE(m->ann.sentSoFar(), pmsg("bob", "x\r\n"));
+    }
 
 private:
     std::unique_ptr<Members> m; // ann and bob afresh for every test
 };
-
-void PrivateChatTest::transfers_data() {
-    QTest::addColumn<int>("size");
-    for (int size : {0, 1, 1027, 1028, 2056, 1000000})
-        QTest::addRow("%d bytes", size) << size;
-}
-
-void PrivateChatTest::transfers() {
-    QFETCH(int, size);
-    QTemporaryDir source;
-    const QString path = source.filePath(u"data.bin"_s);
-    QByteArray bytes(size, Qt::Uninitialized);
-    QRandomGenerator::global()->fillRange(reinterpret_cast<quint32*>(bytes.data()), size / 4);
-    QVERIFY(writeBytes(path, bytes));
-    // A file of the same name in the download folder is replaced.
-    const QString saved = m->downloads.filePath(u"data.bin"_s);
-    QVERIFY(writeBytes(saved, QByteArray(5000, 'x')));
-
-    const quint16 port = freePort();
-    QCOMPARE(m->offer(path, QString::number(port)),
-             pmsg("bob", "/SENDFILE|@|" + path + "|@|" + QString::number(port)));
-    QVERIFY(m->a->rtb->toPlainText().endsWith(u"\n<ann> Trying to send "_s + path));
-    QVERIFY(m->ann.w->privateChat().transferWindow().isVisible());
-    QVERIFY(m->relayOffer(path, port));
-    Path* dialog = m->offerDialog(0);
-    QVERIFY(dialog && dialog->isVisible());
-    QCOMPARE(dialog->Text2->toPlainText(),
-             u"Info : ann Would Like To Send You "_s + path + u" Will You Accept?"_s);
-    dialog->Command1->click();
-
-    QTRY_VERIFY_WITH_TIMEOUT(!m->bob.t.prompts.shown.isEmpty(), kWait);
-    QCOMPARE(m->bob.t.prompts.lines(), QStringList{u"Quorvel|File Transfer Complete|1"_s});
-    QCOMPARE(readBytes(saved), padded(bytes));
-    QCOMPARE(m->ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
-    Form3* b = m->bob.w->privateWindow(1);
-    QVERIFY(b && b->isVisible());
-    QCOMPARE(b->windowTitle(), u"Chat With <ann>"_s);
-    // Both frames are reset once the receiver has closed; ann's window can send again.
-    QCOMPARE(m->bobTransfers().status(Direction::Download), u"Disconnected..."_s);
-    QCOMPARE(m->bobTransfers().count(Direction::Download), 0);
-    Form11& annTransfers = m->ann.w->privateChat().transferWindow();
-    QTRY_COMPARE_WITH_TIMEOUT(annTransfers.status(Direction::Upload), u"Disonnected..."_s, kWait);
-    QCOMPARE(annTransfers.path(Direction::Upload), QString());
-    QVERIFY(!m->a->sender().uploadBusy());
-}
-
-void PrivateChatTest::rawSenderOutcomes_data() {
-    QTest::addColumn<QByteArray>("size");
-    QTest::addColumn<int>("blocks");
-    QTest::addColumn<bool>("sendsDone");
-    QTest::addColumn<QString>("outcome"); // "%1" stands for the saved file's path
-    QTest::addColumn<QString>("status");
-    const QString suspect = u"Quorvel|File Transfer - Posible Error - Check %1|3"_s;
-    const QString complete = u"Quorvel|File Transfer Complete|1"_s;
-    QTest::newRow("sender dies half way") << QByteArray("5000") << 1 << false << suspect << "Disconnected...";
-    QTest::newRow("done") << QByteArray("1028") << 1 << true << complete << "Disconnected...";
-    QTest::newRow("more than announced") << QByteArray("10") << 3 << true << complete << "Disconnected...";
-    QTest::newRow("huge size, then gone")
-        << QByteArray("99999999999999999999") << 1 << false << suspect << "Disconnected...";
-    // Nobody listens: the error event reports, with its own titles, on the counts the frame holds.
-    QTest::newRow("connection refused")
-        << QByteArray() << -1 << false << u"Complete...|File Transfer Complete|0"_s << "disconnected...";
-}
-
-void PrivateChatTest::rawSenderOutcomes() {
-    QFETCH(QByteArray, size);
-    QFETCH(int, blocks);
-    QFETCH(bool, sendsDone);
-    QFETCH(QString, outcome);
-    QFETCH(QString, status);
-    RawSender sender;
-    const quint16 port = blocks < 0 ? freePort() : sender.server.serverPort();
-    QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), port));
-    m->offerDialog(0)->Command1->click();
-    QByteArray expected = "INFO";
-    for (int i = 0; i <= blocks; ++i) {
-        QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
-        sender.send(i == 0 ? R"(INFO|@|C:\Games\half.bin|@|)" + size : QByteArray(1028, 'h'));
-        expected += i == 0 ? "SEND" : "MORE";
-    }
-    if (blocks >= 0) {
-        QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
-        if (sendsDone)
-            sender.send("DONE");
-        else
-            sender.peer->abort();
-    }
-    const QString saved = m->downloads.filePath(u"half.bin"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(m->bob.t.prompts.lastLine(), outcome.arg(saved), kWait);
-    QCOMPARE(m->bob.t.prompts.shown.size(), 1);
-    QCOMPARE(readBytes(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h'));
-    QCOMPARE(m->bobTransfers().status(Direction::Download), status);
-    QCOMPARE(m->bobTransfers().count(Direction::Download), 0);
-    QVERIFY(!m->bob.w->privateWindow(1)->receiver().isBusy());
-}
-
-void PrivateChatTest::hostileDescriptionsWriteNothing_data() {
-    QTest::addColumn<QByteArray>("description");
-    QTest::newRow("parent folder") << QByteArray(R"(INFO|@|C:\x\..|@|10)");
-    QTest::newRow("up by slashes") << QByteArray("INFO|@|../../etc/passwd/..|@|10");
-    QTest::newRow("no name") << QByteArray(R"(INFO|@|C:\dir\|@|10)");
-    QTest::newRow("bare INFO") << QByteArray("INFO");
-}
-
-void PrivateChatTest::hostileDescriptionsWriteNothing() {
-    QFETCH(QByteArray, description);
-    RawSender sender;
-    QVERIFY(m->relayOffer(u"x"_s, sender.server.serverPort()));
-    m->offerDialog(0)->Command1->click();
-    QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFO"), kWait);
-    sender.send(description);
-    QTRY_VERIFY_WITH_TIMEOUT(!m->bob.t.prompts.shown.isEmpty(), kWait);
-    QCOMPARE(m->bob.t.prompts.last().icon, Prompts::Icon::Exclamation);
-    QVERIFY(
-        m->bob.t.prompts.last().text.endsWith(u"has no name that can be saved here. Nothing was written."_s));
-    QTRY_VERIFY_WITH_TIMEOUT(!sender.peer || sender.peer->state() != QAbstractSocket::ConnectedState, kWait);
-    QCOMPARE(sender.received, QByteArray("INFO")); // no SEND
-    QCOMPARE(QDir(m->downloads.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
-    QCOMPARE(QDir(m->downloads.path() + u"/.."_s).entryList({u"passwd"_s}), QStringList());
-}
-
-void PrivateChatTest::senderWireAndMergedAnswers() {
-    QTemporaryDir source;
-    const QString path = source.filePath(u"two.bin"_s);
-    const QByteArray bytes = QByteArray(1028, 'a') + QByteArray(1028, 'b');
-    QVERIFY(writeBytes(path, bytes));
-    const quint16 port = freePort();
-    m->offer(path, QString::number(port));
-
-    QTcpSocket receiver;
-    QByteArray got;
-    connect(&receiver, &QTcpSocket::readyRead, [&] { got += receiver.readAll(); });
-    auto say = [&](const QByteArray& text, qsizetype expected) {
-        got.clear();
-        receiver.write(text);
-        receiver.flush();
-        return QTest::qWaitFor([&] { return got.size() >= expected; }, kWait);
-    };
-    receiver.connectToHost(QHostAddress::LocalHost, port);
-    QVERIFY(receiver.waitForConnected(kWait));
-    QTRY_VERIFY_WITH_TIMEOUT(!m->a->sender().isListening(), kWait); // one peer per offer
-    const QByteArray description = "INFO|@|" + Windows1252::encode(path) + "|@|2056";
-    QVERIFY(say("INFO", description.size()));
-    QCOMPARE(got, description);
-    QVERIFY(say("SEND", 1028));
-    QCOMPARE(got, QByteArray(1028, 'a'));
-    // Two answers in one read are not recognised: the next reply is the description, not a block.
-    QVERIFY(say("MOREMORE", 0));
-    QVERIFY(say("INFO", description.size()));
-    QCOMPARE(got, description);
-    QVERIFY(say("MORE", 1028));
-    QCOMPARE(got, QByteArray(1028, 'b'));
-    QVERIFY(say("MORE", 1028));
-    QCOMPARE(got, QByteArray(1028, '\0'));
-    // The last answer brings the box and, once dismissed, "DONE".
-    QVERIFY(say("MORE", 4));
-    QCOMPARE(got, QByteArray("DONE"));
-    QCOMPARE(m->ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
-    QCOMPARE(m->ann.w->privateChat().transferWindow().count(Direction::Upload), 3 * 1028);
-}
-
-void PrivateChatTest::portAnswers_data() {
-    QTest::addColumn<QStringList>("answers");
-    QTest::addColumn<bool>("connected");
-    QTest::addColumn<int>("refusals");
-    QTest::addColumn<bool>("listening");
-    // "free" stands for a free port; an empty answer ends the attempt.
-    QTest::newRow("9, then empty") << QStringList{"9", ""} << true << 1 << false;
-    QTest::newRow("50001, then empty") << QStringList{"50001", ""} << true << 1 << false;
-    QTest::newRow("abc, then empty") << QStringList{"abc", ""} << true << 1 << false;
-    QTest::newRow("empty") << QStringList{""} << true << 0 << false;
-    QTest::newRow("10") << QStringList{"10", ""} << true << 0 << true;
-    QTest::newRow("50000") << QStringList{"50000", ""} << true << 0 << true;
-    QTest::newRow("9, then a free port") << QStringList{"9", "free"} << true << 1 << true;
-    QTest::newRow("chat connection down") << QStringList{"free"} << false << 0 << true;
-}
-
-void PrivateChatTest::portAnswers() {
-    QFETCH(QStringList, answers);
-    QFETCH(bool, connected);
-    QFETCH(int, refusals);
-    QFETCH(bool, listening);
-    // 10 and 50000 are accepted answers; on a busy machine something else may hold them already.
-    bool held = false;
-    for (const QString& fixed : {u"10"_s, u"50000"_s}) {
-        QTcpServer probe;
-        if (answers.contains(fixed) && !probe.listen(QHostAddress::Any, fixed.toUShort()))
-            held = true;
-    }
-    listening = listening && !held;
-    if (!connected) {
-        m->ann.server.dropClient();
-        QTRY_VERIFY_WITH_TIMEOUT(!m->ann.w->isConnected(), kWait);
-    }
-    FakePrompts& prompts = m->ann.t.prompts;
-    m->ann.t.random.values = {100, 9999, 1234};
-    prompts.files.push_back(u"/tmp/file.bin"_s);
-    for (const QString& a : answers)
-        prompts.inputs.push_back(a == u"free" ? QString::number(freePort()) : a);
-    m->a->mnuSNDFile_Click();
-
-    QCOMPARE(prompts.shown.first().line(), u"Select a File To Send.|All Files|0"_s);
-    QStringList proposed;
-    for (const auto& s : prompts.shown) {
-        if (s.kind == u"input") {
-            QCOMPARE(s.line(),
-                     u"PORT|Select a port... Must allow connections through firewall/router...|0"_s);
-            proposed.append(s.proposed);
-        }
-    }
-    // A new default each time, drawn from 200 to 5199.
-    QCOMPARE(proposed, (QStringList{"200", "5199", "1234"}.mid(0, proposed.size())));
-    QCOMPARE(prompts.texts().count(u"Unusable Port"_s), refusals);
-    QCOMPARE(prompts.texts().filter(u"Unable to listen on port"_s).size(), held ? 1 : 0);
-    QCOMPARE(m->a->sender().isListening(), listening);
-    QCOMPARE(m->a->sender().uploadBusy(), listening);
-    QCOMPARE(m->ann.w->privateChat().transferWindow().isVisible(), listening && connected);
-    if (connected)
-        QCOMPARE(m->ann.sentSoFar().startsWith("PMSG|\xbf|bob|\xbf|/SENDFILE|@|/tmp/file.bin|@|"), listening);
-
-    // While an offer is pending a second "Send File" does nothing at all.
-    const qsizetype before = prompts.shown.size();
-    m->a->mnuSNDFile->trigger();
-    QCOMPARE(prompts.shown.size() == before, listening);
-    m->a->Winsock1_Close();
-    QVERIFY(!m->a->sender().isListening());
-}
-
-void PrivateChatTest::declines_data() {
-    QTest::addColumn<bool>("refuseAll");
-    QTest::newRow("by hand") << false;
-    QTest::newRow("Refuse File Transfers") << true;
-}
-
-void PrivateChatTest::declines() {
-    QFETCH(bool, refuseAll);
-    const quint16 port = freePort();
-    m->offer(u"/tmp/a.zip"_s, QString::number(port));
-    QVERIFY(m->a->sender().isListening());
-    m->bob.w->mnuDEC->setChecked(refuseAll);
-    QVERIFY(m->relayOffer(u"/tmp/a.zip"_s, port));
-    if (!refuseAll) {
-        m->offerDialog(0)->chooseFolder(QDir::tempPath());
-        m->offerDialog(0)->Command2->click();
-    }
-    QCOMPARE(m->offerDialog(0) && m->offerDialog(0)->isVisible(), false);
-    QCOMPARE(m->bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
-    QCOMPARE(m->bob.t.prompts.shown.size(), 0);
-    // Changing the folder counts even when the offer is then refused.
-    QCOMPARE(QDir(m->bob.w->downloadFolder) == QDir(QDir::tempPath()), !refuseAll);
-
-    QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> /SENDDECLINE\r\n"));
-    QCOMPARE(m->ann.t.prompts.lastLine(), u"Declined|Transfer Declined...|0"_s);
-    QVERIFY(!m->a->sender().isListening());
-    QVERIFY(!m->a->sender().uploadBusy());
-    QCOMPARE(m->ann.w->privateChat().transferWindow().status(Direction::Upload), u"Disonnected..."_s);
-}
-
-void PrivateChatTest::offerDialogs() {
-    QVERIFY(m->relayOffer(u"/a"_s, 2000));
-    QVERIFY(m->relayOffer(u"/b"_s, 2001));
-    QVERIFY(m->offerDialog(0) && m->offerDialog(1));
-    QCOMPARE(m->offerDialog(1)->offerFrom, u"<ann>"_s);
-    QCOMPARE(m->offerDialog(1)->offerPort, u"2001"_s);
-    QCOMPARE(m->offerDialog(1)->offerHost, u"127.0.0.1"_s);
-    // The close box cannot dismiss an unanswered offer.
-    QVERIFY(!m->offerDialog(0)->close());
-    QVERIFY(m->offerDialog(0)->isVisible());
-    m->offerDialog(0)->Command2->click();
-    QTRY_VERIFY_WITH_TIMEOUT(!m->offerDialog(0), kWait); // answered dialogs are unloaded
-    QVERIFY(m->relayOffer(u"/c"_s, 2002));
-    QCOMPARE(m->offerDialog(0)->offerPort, u"2002"_s);
-    // With all 51 dialogs waiting, further offers are refused without a word.
-    for (int i = 2; i < PrivateChat::OfferDialogs; ++i)
-        QVERIFY(m->relayOffer(u"/d"_s, 3000));
-    QVERIFY(m->offerDialog(50)->isVisible());
-    m->bob.sentSoFar();
-    QVERIFY(m->relayOffer(u"/e"_s, 3001));
-    QCOMPARE(m->bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
-    QCOMPARE(m->bob.t.prompts.shown.size(), 0);
-}
-
-void PrivateChatTest::transferWindowActsOnThePrimaryWindow() {
-    m->offer(u"/tmp/a.zip"_s, QString::number(freePort()));
-    Form11& w = m->ann.w->privateChat().transferWindow();
-    QVERIFY(w.isVisible());
-    // The buttons act on the primary private window, not on the window that made the offer.
-    w.findChild<QPushButton*>(u"cmdUploadCancel"_s)->click();
-    QCOMPARE(w.status(Direction::Upload), u"Disonnected..."_s);
-    QVERIFY(m->a->sender().isListening());
-    QVERIFY(m->a->sender().uploadBusy());
-    w.findChild<QPushButton*>(u"cmdDownloadCancel"_s)->click();
-    QCOMPARE(m->ann.t.prompts.lastLine(), u"Quorvel|File Transfer Complete|1"_s);
-    QCOMPARE(w.status(Direction::Download), u"Disconnected..."_s);
-    w.close();
-    QVERIFY(m->a->sender().isListening());
-    // "/cancel" in the offering window is what ends its offer.
-    m->a->Text1->setText(u"/cancel"_s);
-    QTest::keyClick(m->a->Text1, Qt::Key_Return);
-    QVERIFY(!m->a->sender().isListening());
-    QVERIFY(!m->a->sender().uploadBusy());
-}
-
-void PrivateChatTest::typedLines_data() {
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<bool>("connected");
-    QTest::addColumn<QByteArray>("wire");
-    QTest::addColumn<QString>("conversation");
-    QTest::addColumn<QString>("prompt");
-    const QString start = u"\n<bob> hello"_s;
-    QTest::newRow("line") << "hi" << true << pmsg("bob", "hi") << start + "\n<ann> hi"
-                          << "";
-    QTest::newRow("empty") << "" << true << QByteArray() << start << "";
-    QTest::newRow("chat down") << "hi" << false << QByteArray() << start << "";
-    QTest::newRow("/cancel") << "/cancel" << true << QByteArray() << start
-                             << "Quorvel|File Transfer Complete|1";
-    QTest::newRow("/CANCEL") << "/CANCEL" << true << QByteArray() << start
-                             << "Quorvel|File Transfer Complete|1";
-    QTest::newRow("/Cancel") << "/Cancel" << true << QByteArray() << start
-                             << "Quorvel|File Transfer Complete|1";
-    QTest::newRow("/cancel now") << "/cancel now" << true << pmsg("bob", "/cancel now")
-                                 << start + "\n<ann> /cancel now"
-                                 << "";
-}
-
-void PrivateChatTest::typedLines() {
-    QFETCH(QString, typed);
-    QFETCH(bool, connected);
-    QFETCH(QByteArray, wire);
-    QFETCH(QString, conversation);
-    QFETCH(QString, prompt);
-    QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> hello\r\n"));
-    if (!connected) {
-        m->ann.server.dropClient();
-        QTRY_VERIFY_WITH_TIMEOUT(!m->ann.w->isConnected(), kWait);
-    }
-    m->a->Text1->setText(typed);
-    QTest::keyClick(m->a->Text1, Qt::Key_Return);
-    QCOMPARE(m->a->Text1->text(), QString());
-    QCOMPARE(m->a->rtb->toPlainText(), conversation);
-    QCOMPARE(m->ann.t.prompts.lastLine(), prompt);
-    if (connected)
-        QCOMPARE(m->ann.sentSoFar(), wire);
-}
-
-void PrivateChatTest::inputLineGuardAndKeys() {
-    QTest::keyClicks(m->a->Text1, u"say /WHOYOU"_s);
-    QCOMPARE(m->a->Text1->text(), u"say /whoyou"_s);
-    m->a->Text1->setText(u"/WhoYou"_s);
-    QCOMPARE(m->a->Text1->text(), u"/WhoYou"_s);
-    m->a->Text1->clear();
-    // Typing in the conversation goes to the input line; Ctrl+C stays.
-    QTest::keyClick(m->a->rtb, Qt::Key_C, Qt::ControlModifier);
-    QCOMPARE(m->a->Text1->text(), QString());
-    QTest::keyClicks(m->a->rtb, u"ok"_s);
-    QCOMPARE(m->a->Text1->text(), u"ok"_s);
-    // The two transfer-display items do nothing; clearing empties the conversation.
-    m->a->rtb->setPlainText(u"x"_s);
-    m->a->mnuHide->trigger();
-    m->a->mnuShow->trigger();
-    QCOMPARE(m->a->rtb->toPlainText(), u"x"_s);
-    m->a->mnuClearPersonalChat->trigger();
-    QCOMPARE(m->a->rtb->toPlainText(), QString());
-}
-
-void PrivateChatTest::closedWindowComesBackWithALine() {
-    SignedOnClient& c = m->bob;
-    QVERIFY(c.deliver("PMSG|\xbf|<carl> one\r\n"));
-    Form3* w = c.w->privateWindow(1);
-    QVERIFY(w && w->isVisible());
-    QVERIFY(!w->testAttribute(Qt::WA_ShowWithoutActivating));
-    w->close();
-    QVERIFY(c.deliver("PMSG|\xbf|<carl> two\r\n"));
-    QVERIFY(w->isVisible());
-    QCOMPARE(w->rtb->toPlainText(), u"\n<carl> one\n<carl> two"_s);
-}
-
-void PrivateChatTest::composerLines_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("wire");
-    const QByteArray a = pmsg("bob", "a\r\n"), b = pmsg("bob", "b\r\n"), empty = pmsg("bob", "\r\n");
-    QTest::newRow("two lines") << "a\nb" << a + b;
-    QTest::newRow("trailing line break") << "a\nb\n" << a + b + empty;
-    QTest::newRow("empty line between") << "a\n\nb" << a + empty + b;
-}
-
-void PrivateChatTest::composerLines() {
-    QFETCH(QString, text);
-    QFETCH(QByteArray, wire);
-    m->ann.w->LV1->addItems({u"carl"_s, u"bob"_s});
-    m->a->mnuSND->trigger();
-    Form5* c = m->ann.w->privateChat().composer();
-    QVERIFY(c && c->isVisible());
-    QCOMPARE(c->Combo1->count(), 2);
-    QCOMPARE(c->Combo1->itemText(0), u"carl"_s);
-    QCOMPARE(c->Combo1->currentText(), u"bob"_s);
-    // The recipient cannot be typed.
-    QTest::keyClick(c->Combo1, Qt::Key_X);
-    QCOMPARE(c->Combo1->currentText(), u"bob"_s);
-    c->rtb->setPlainText(text);
-    c->mnuSend->trigger();
-    QVERIFY(c->isSending());
-    QVERIFY(m->ann.waitForSent(wire.size()));
-    QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
-    QCOMPARE(m->ann.sentSoFar(), wire);
-}
-
-void PrivateChatTest::composerCoolDown() {
-    m->a->mnuSND->trigger();
-    Form5* c = m->ann.w->privateChat().composer();
-    c->rtb->setPlainText(u"x"_s);
-    c->mnuSend->trigger();
-    QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
-    QCOMPARE(m->ann.sentSoFar(), pmsg("bob", "x\r\n"));
-    c->mnuSend->trigger(); // cooling down: nothing
-    QTRY_COMPARE_WITH_TIMEOUT(c->pbWaiting->value(), 5, kWait);
-    QVERIFY(c->Frame1->isVisible());
-    QTRY_VERIFY_WITH_TIMEOUT(!c->Timer1->isActive(), kWait);
-    QVERIFY(!c->Frame1->isVisible());
-    QCOMPARE(c->pbSending->value(), 0);
-    QCOMPARE(m->ann.sentSoFar(), QByteArray());
-    // Ready again, and the frame stays hidden.
-    c->mnuSend->trigger();
-    QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
-    QVERIFY(!c->Frame1->isVisible());
-    QCOMPARE(m->ann.sentSoFar(), pmsg("bob", "x\r\n"));
-}
 
 QTEST_MAIN(PrivateChatTest)
 #include "tst_privatechat.moc"

@@ -2,7 +2,7 @@
 
 #include "common/Windows1252.h"
 
-#include <QTest>
+#include <QtTest>
 
 ServerTestClient::ServerTestClient(QObject* parent)
     : QObject(parent) {
@@ -57,31 +57,12 @@ bool ServerTestClient::waitForLine(const QString& line, int timeoutMs) {
     return QTest::qWaitFor([&] { return m_lines.contains(line); }, timeoutMs);
 }
 
-QString ServerTestClient::waitForLineStartingWith(const QString& prefix, int timeoutMs) {
-    QString found;
-    [[maybe_unused]] const bool arrived = QTest::qWaitFor(
-        [&] {
-            for (const QString& line : std::as_const(m_lines)) {
-                if (line.startsWith(prefix)) {
-                    found = line;
-                    return true;
-                }
-            }
-            return false;
-        },
-        timeoutMs);
-    return found;
-}
 
 bool ServerTestClient::waitForDisconnect(int timeoutMs) {
     return QTest::qWaitFor([&] { return m_socket.state() == QAbstractSocket::UnconnectedState; }, timeoutMs);
 }
 
 QStringList ServerTestClient::chatLines() const {
-    QStringList result;
-    for (const QString& line : m_lines) {
-        if (!line.startsWith(QLatin1String("PING")))
-            result.append(line);
-    }
-    return result;
+    static const QRegularExpression notPing(QStringLiteral("^(?!PING)"));
+    return m_lines.filter(notPing);
 }

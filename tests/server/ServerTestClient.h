@@ -37,8 +37,7 @@ public:
 
     // Waits (bounded) for a line equal to `line`; true when it arrived.
     bool waitForLine(const QString& line, int timeoutMs = 5000);
-    // Waits (bounded) for a line starting with `prefix`; returns it or an empty string.
-    QString waitForLineStartingWith(const QString& prefix, int timeoutMs = 5000);
+
     bool waitForDisconnect(int timeoutMs = 5000);
     // Lines other than PING received so far.
     QStringList chatLines() const;

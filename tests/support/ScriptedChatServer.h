@@ -6,6 +6,13 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
+// A port on 127.0.0.1 that nothing listens on: one that was free a moment ago.
+inline quint16 closedLocalPort() {
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    return probe.serverPort();
+}
+
 // Plays the chat server on 127.0.0.1 for one client: records every segment the client sends
 // and writes whatever the test scripts, one write per read the client should see.
 class ScriptedChatServer : public QObject {

@@ -1,8 +1,7 @@
 #include "SignedOnClient.h"
 
 #include <QLineEdit>
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
 #include <QTextEdit>
 
 SignedOnClient::SignedOnClient() : w(std::make_unique<Form1>(t.services())) {
