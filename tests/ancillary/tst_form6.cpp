@@ -65,7 +65,8 @@ private Q_SLOTS:
 
         t.prompts.colours.push_back(picked);
         const QList<QPushButton*> buttons = editor->findChildren<QPushButton*>();
-        const auto it = std::find_if(buttons.begin(), buttons.end(), [&](auto* p) { return p->text() == caption; });
+        const auto it = std::find_if(buttons.begin(), buttons.end(),
+                                     [&, &wanted = caption](auto* p) { return p->text() == wanted; });
         QVERIFY(it != buttons.end());
         QPushButton* b = *it;
         QTest::mouseClick(b, Qt::LeftButton);

@@ -189,7 +189,7 @@ private slots:
         QVERIFY(client.socket.waitForConnected(5000));
         client.socket.write(first);
         QTimer trickler;
-        QObject::connect(&trickler, &QTimer::timeout, [&] { client.socket.write(trickle); });
+        QObject::connect(&trickler, &QTimer::timeout, [&, &bytes = trickle] { client.socket.write(bytes); });
         if (!trickle.isEmpty())
             trickler.start(50);
         QTRY_VERIFY_WITH_TIMEOUT(client.closedByServer(), 5000);
