@@ -23,6 +23,13 @@ QList<QByteArray> splitFields(const QByteArray& chunk) {
     fields.append(chunk.mid(from));
     return fields;
 }
+
+// Whether the text before the first "|@|" is exactly the word. The words hold no "|", so that is the
+// word at the start followed by the end or by "|@|"; a block of data is not searched to its end.
+bool isCommand(QByteArrayView chunk, QByteArrayView word) {
+    return chunk.startsWith(word) &&
+           (chunk.size() == word.size() || chunk.sliced(word.size()).startsWith(FieldSeparator));
+}
 } // namespace
 
 FileReceiver::FileReceiver(QTcpSocket& connection, TransferView& view, FileSlots& fileSlots, Prompts& prompts,
@@ -76,12 +83,9 @@ void FileReceiver::dataArrival() {
 void FileReceiver::handleChunk(const QByteArray& chunk) {
     // Each read is one message: a chunk whose text before the first "|@|" is a command word is that
     // command, even in the middle of the data.
-    const qsizetype separator = chunk.indexOf(FieldSeparator);
-    const QByteArrayView first =
-        separator < 0 ? QByteArrayView(chunk) : QByteArrayView(chunk).first(separator);
-    if (first == Info)
+    if (isCommand(chunk, Info))
         describe(splitFields(chunk));
-    else if (first == Done)
+    else if (isCommand(chunk, Done))
         close();
     else
         write(chunk);

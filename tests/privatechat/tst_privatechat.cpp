@@ -148,20 +148,24 @@ private Q_SLOTS:
     // clang-format off
     void rawSenderOutcomes_data() {
         // outcome: "%1" stands for the saved file's path
-        addColumns<QByteArray, int, bool, QString, QString>("size", "blocks", "sendsDone", "outcome", "status");
+        // ending: sent after the blocks (none: the sender hangs up); savedTail: the part of it saved as data
+        addColumns<QByteArray, int, QByteArray, QByteArray, QString, QString>("size", "blocks", "ending", "savedTail", "outcome", "status");
         const QString suspect = u"Quorvel|File Transfer - Posible Error - Check %1|3"_s;
         const QString complete = u"Quorvel|File Transfer Complete|1"_s;
-        QTest::newRow("sender dies half way") << QByteArray("5000") << 1 << false << suspect << "Disconnected...";
-        QTest::newRow("more than announced") << QByteArray("10") << 3 << true << complete << "Disconnected...";
-        QTest::newRow("huge size, then gone") << QByteArray("99999999999999999999") << 1 << false << suspect << "Disconnected...";
+        QTest::newRow("sender dies half way") << QByteArray("5000") << 1 << QByteArray() << QByteArray() << suspect << "Disconnected...";
+        QTest::newRow("more than announced") << QByteArray("10") << 3 << QByteArray("DONE") << QByteArray() << complete << "Disconnected...";
+        QTest::newRow("a read whose first field is DONE") << QByteArray("10") << 2 << QByteArray("DONE|@|hhhh") << QByteArray() << complete << "Disconnected...";
+        QTest::newRow("a read that only starts with DONE") << QByteArray("10") << 1 << QByteArray("DONEx|@|") << QByteArray("DONEx|@|") << complete << "Disconnected...";
+        QTest::newRow("huge size, then gone") << QByteArray("99999999999999999999") << 1 << QByteArray() << QByteArray() << suspect << "Disconnected...";
         // Nobody listens: the error event reports, with its own titles, on the counts the frame holds.
-        QTest::newRow("connection refused") << QByteArray() << -1 << false << u"Complete...|File Transfer Complete|0"_s << "disconnected...";
+        QTest::newRow("connection refused") << QByteArray() << -1 << QByteArray() << QByteArray() << u"Complete...|File Transfer Complete|0"_s << "disconnected...";
     }
     // clang-format on
 
     void rawSenderOutcomes() {
-        auto [size, blocks, sendsDone, outcome, status] = fetchRow<QByteArray, int, bool, QString, QString>(
-            "size", "blocks", "sendsDone", "outcome", "status");
+        auto [size, blocks, ending, savedTail, outcome, status] =
+            fetchRow<QByteArray, int, QByteArray, QByteArray, QString, QString>("size", "blocks", "ending",
+                                                                                "savedTail", "outcome", "status");
         RawSender sender;
         const quint16 port = blocks < 0 ? freePort() : sender.server.serverPort();
         QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), port));
@@ -174,15 +178,17 @@ private Q_SLOTS:
         }
         if (blocks >= 0) {
             QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected, kWait);
-            if (sendsDone)
-                sender.send("DONE");
-            else
+            if (!ending.isEmpty())
+                sender.send(ending);
+            if (!savedTail.isEmpty())
+                QTRY_COMPARE_WITH_TIMEOUT(sender.received, expected + "MORE", kWait);
+            if (ending.isEmpty() || !savedTail.isEmpty())
                 sender.peer->abort();
         }
         const QString saved = m->downloads.filePath(u"half.bin"_s);
         QTRY_COMPARE_WITH_TIMEOUT(m->bob.t.prompts.lastLine(), outcome.arg(saved), kWait);
         QCOMPARE(m->bob.t.prompts.shown.size(), 1);
-        QCOMPARE(readBytes(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h'));
+        QCOMPARE(readBytes(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h') + savedTail);
         QCOMPARE(m->bobTransfers().status(Direction::Download), status);
         QCOMPARE(m->bobTransfers().count(Direction::Download), 0);
         QVERIFY(!m->bob.w->privateWindow(1)->receiver().isBusy());
