@@ -335,7 +335,9 @@ void Form1::saveSettings() const {
 void Form1::mnuExit_Click() {
     if (m_ending)
         return;
-    saveSettings();
+    // Only a copy that holds the lock has loaded the settings; a refused one would save its blanks over them.
+    if (m_runningCopy)
+        saveSettings();
     endProgram();
 }
 

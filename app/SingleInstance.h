@@ -6,7 +6,7 @@
 #include <memory>
 
 // Refuses a second running copy of the program that uses the same program folder. The lock lives
-// in the temporary folder, keyed by the program folder, so copies in different folders (and tests
+// in the user's runtime folder, keyed by the program folder, so copies in different folders (and tests
 // running side by side) never collide, and a crashed copy's stale lock is taken over.
 class SingleInstance {
 public:

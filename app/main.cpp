@@ -19,11 +19,11 @@ int main(int argc, char** argv) {
     SystemServices system(ProgramFolder::forExecutable(QApplication::applicationDirPath()));
     Form1 main(system.services());
     QObject::connect(&main, &Form1::programEnded, &app, &QApplication::quit, Qt::QueuedConnection);
-    QuitSignals quitSignals;
-    QObject::connect(&quitSignals, &QuitSignals::received, &main, &Form1::mnuExit_Click);
-    // A refused second copy says so before any window shows.
+    // A refused second copy says so before any window shows; until it runs, a quit signal just ends it.
     if (!main.Form_Load())
         return 0;
+    QuitSignals quitSignals;
+    QObject::connect(&quitSignals, &QuitSignals::received, &main, &Form1::mnuExit_Click);
     main.show();
     auto* splash = new SplashWindow(system.desktop, &main);
     splash->show();

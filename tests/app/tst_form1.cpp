@@ -79,6 +79,8 @@ private Q_SLOTS:
         Form1 second(t.services());
         QVERIFY(!second.Form_Load());
         QCOMPARE(t.prompts.lines(), QStringList{QStringLiteral("Quorvel|Quorvel found in ram. Can't load another|3")});
+        // Told to end (a quit signal while its message shows), it leaves the running copy's settings alone.
+        second.mnuExit_Click();
         QVERIFY(!QFile::exists(t.file(QStringLiteral("\\Quorvel.ini"))));
 
         // A copy in another folder is another program.

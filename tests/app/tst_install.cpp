@@ -88,7 +88,7 @@ private Q_SLOTS:
         QProcessEnvironment user = QProcessEnvironment::systemEnvironment();
         user.insert(u"HOME"_s, home);
         user.remove(u"XDG_DATA_HOME"_s);
-        user.insert(u"TMPDIR"_s, tmp.path()); // where the running copy's lock appears
+        user.insert(u"XDG_RUNTIME_DIR"_s, tmp.path()); // where the running copy's lock appears
         user.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
         program.setProcessEnvironment(user);
         program.start(root + u"/usr/bin/quorvel"_s, {});
