@@ -15,7 +15,8 @@ SingleInstance::SingleInstance(const QString& programFolder) {
     QString folder = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
     if (folder.isEmpty())
         folder = QDir::tempPath();
-    m_lock = std::make_unique<QLockFile>(QDir(folder).filePath(QStringLiteral("quorvel-%1.lock").arg(QLatin1String(key))));
+    m_lock = std::make_unique<QLockFile>(
+        QDir(folder).filePath(QStringLiteral("quorvel-%1.lock").arg(QLatin1String(key))));
     m_lock->setStaleLockTime(0);
 }
 

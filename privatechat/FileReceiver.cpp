@@ -131,8 +131,10 @@ void FileReceiver::write(const QByteArray& chunk) {
     // next block is on its way while this one is saved.
     m_connection.write(More);
     m_connection.flush();
-    if (m_file.isOpen())
-        m_file.write(chunk);
+    if (m_file.isOpen() && m_file.write(chunk) != chunk.size()) {
+        saveFailed();
+        return;
+    }
     const qint64 received = m_view.count(Direction::Download) + chunk.size();
     m_view.setCount(Direction::Download, received);
     m_view.setProgress(Direction::Download, std::min(received, m_view.maximum(Direction::Download)));
@@ -157,7 +159,24 @@ void FileReceiver::close() {
     report(false);
 }
 
+void FileReceiver::saveFailed() {
+    // A full disk or a failing drive: what arrives can no longer be kept, so the transfer ends here
+    // and is never called complete. The part saved so far stays for the user to look at.
+    // A write cut short gives no reason; trying the rest once more gets the system's.
+    m_file.flush();
+    const QString why =
+        QStringLiteral("Unable to save ") + m_file.fileName() + QStringLiteral(": ") + m_file.errorString();
+    stop();
+    clearView(QStringLiteral("disconnected..."));
+    m_prompts.message(kTitle, why, Prompts::Icon::Exclamation);
+}
+
 void FileReceiver::report(bool onError) {
+    // The file keeps its last blocks in a buffer: they reach the disk before anything is called complete.
+    if (m_file.isOpen() && !m_file.flush()) {
+        saveFailed();
+        return;
+    }
     stop();
     const bool complete =
         m_view.count(Direction::Download) >= leadingNumber(m_view.size(Direction::Download));
@@ -170,9 +189,12 @@ void FileReceiver::report(bool onError) {
         m_prompts.message(kTitle, text, complete ? Prompts::Icon::Information : Prompts::Icon::Critical);
         m_view.setSize(Direction::Download, QStringLiteral("0"));
     }
+    clearView(onError ? QStringLiteral("disconnected...") : QStringLiteral("Disconnected..."));
+}
+
+void FileReceiver::clearView(const QString& status) {
     m_view.setCount(Direction::Download, 0);
     m_view.setProgress(Direction::Download, 0);
     m_view.setPath(Direction::Download, QString());
-    m_view.setStatus(Direction::Download,
-                     onError ? QStringLiteral("disconnected...") : QStringLiteral("Disconnected..."));
+    m_view.setStatus(Direction::Download, status);
 }

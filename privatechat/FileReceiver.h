@@ -39,6 +39,9 @@ private:
     void stop();
     // The outcome: a close event (or a direct call) and the error event differ in titles and status.
     void report(bool onError);
+    // Writing the file failed: says so and ends the transfer.
+    void saveFailed();
+    void clearView(const QString& status);
 
     QTcpSocket& m_connection;
     TransferView& m_view;

@@ -116,11 +116,7 @@ void FileSender::sendfile() {
     m_holdsSlot = true;
     m_file.setFileName(m_uploadPath);
     if (!m_file.open(QIODevice::ReadOnly)) {
-        m_prompts.message(kTitle,
-                          QStringLiteral("Unable to read ") + m_uploadPath + QStringLiteral(": ") +
-                              m_file.errorString(),
-                          Prompts::Icon::Exclamation);
-        close();
+        unreadable();
         return;
     }
     m_length = m_file.size();
@@ -138,6 +134,11 @@ void FileSender::sendNextBlock() {
         return;
     }
     QByteArray block = m_file.read(BlockSize);
+    // A read that fails is not the end of the file: what follows was never sent.
+    if (m_file.error() != QFileDevice::NoError) {
+        unreadable();
+        return;
+    }
     if (block.size() < BlockSize) {
         // A short read marks the end; the rest of the block is filler.
         m_endOfFile = true;
@@ -157,6 +158,14 @@ void FileSender::sendNextBlock() {
     if (sent <= m_length)
         m_view.setProgress(Direction::Upload, sent);
     m_view.setStatus(Direction::Upload, QStringLiteral("Connected..."));
+}
+
+void FileSender::unreadable() {
+    m_prompts.message(kTitle,
+                      QStringLiteral("Unable to read ") + m_uploadPath + QStringLiteral(": ") +
+                          m_file.errorString(),
+                      Prompts::Icon::Exclamation);
+    close();
 }
 
 void FileSender::finish() {

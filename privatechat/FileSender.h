@@ -40,6 +40,8 @@ private:
     void answer(const QByteArray& chunk);
     void sendfile();
     void sendNextBlock();
+    // Opening or reading the file failed: says so and ends the send.
+    void unreadable();
     void finish();
     void connectionEnded();
 

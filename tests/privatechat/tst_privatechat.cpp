@@ -17,6 +17,11 @@
 #include <QtTest>
 #include <QtWidgets>
 
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <sys/resource.h>
+#endif
+
 using namespace Qt::StringLiterals;
 
 using Direction = TransferView::Direction;
@@ -194,6 +199,61 @@ private Q_SLOTS:
         QVERIFY(!m->bob.w->privateWindow(1)->receiver().isBusy());
     }
 
+    void savingFailsEndsTheTransfer_data() {
+        addColumns<int, qint64>("blocks", "fileLimit");
+        QTest::newRow("disk full half way") << 30 << qint64(4096);
+        QTest::newRow("last blocks do not fit") << 3 << qint64(2048);
+    }
+
+    // A disk that fills up during a download: the transfer ends with the reason, never as complete.
+    void savingFailsEndsTheTransfer() {
+#ifndef Q_OS_UNIX
+        QSKIP("needs a limit on file sizes");
+#else
+        auto [blocks, fileLimit] = fetchRow<int, qint64>("blocks", "fileLimit");
+        RawSender sender;
+        QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\big.bin)"), sender.server.serverPort()));
+        m->offerDialog(0)->Command1->click();
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFO"), kWait);
+        // From here this process may write no file beyond fileLimit bytes, as on a nearly full disk.
+        rlimit normal;
+        QCOMPARE(getrlimit(RLIMIT_FSIZE, &normal), 0);
+        rlimit nearlyFull = normal;
+        nearlyFull.rlim_cur = rlim_t(fileLimit);
+        std::signal(SIGXFSZ, SIG_IGN);
+        QCOMPARE(setrlimit(RLIMIT_FSIZE, &nearlyFull), 0);
+        const auto restore = qScopeGuard([&] {
+            setrlimit(RLIMIT_FSIZE, &normal);
+            std::signal(SIGXFSZ, SIG_DFL);
+        });
+        QByteArrayList messages{"INFO|@|C:\\Games\\big.bin|@|" + QByteArray::number(1028 * blocks)};
+        for (int i = 0; i < blocks; ++i)
+            messages.append(QByteArray(1028, 'h'));
+        messages.append("DONE");
+        QByteArray expected = "INFO";
+        for (const QByteArray& message : messages) {
+            if (sender.peer->state() != QAbstractSocket::ConnectedState)
+                break;
+            sender.send(message);
+            if (message != "DONE")
+                expected += expected == "INFO" ? "SEND" : "MORE";
+            QTRY_VERIFY_WITH_TIMEOUT(sender.received == expected ||
+                                         sender.peer->state() != QAbstractSocket::ConnectedState,
+                                     kWait);
+        }
+        const QString saved = m->downloads.filePath(u"big.bin"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(!m->bob.t.prompts.shown.isEmpty(), kWait);
+        QCOMPARE(m->bob.t.prompts.shown.size(), 1);
+        QCOMPARE(m->bob.t.prompts.last().icon, Prompts::Icon::Exclamation);
+        // The system's reason, not "Unknown error": a write cut short at the limit gives none of its own.
+        QCOMPARE(m->bob.t.prompts.last().text, u"Unable to save "_s + saved + u": File too large"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(sender.peer->state() != QAbstractSocket::ConnectedState, kWait);
+        QVERIFY(QFileInfo(saved).size() <= fileLimit);
+        QCOMPARE(m->bobTransfers().status(Direction::Download), u"disconnected..."_s);
+        QVERIFY(!m->bob.w->privateWindow(1)->receiver().isBusy());
+#endif
+    }
+
     void hostileDescriptionsWriteNothing_data() {
         QTest::addColumn<QByteArray>("description");
         QTest::newRow("parent folder") << QByteArray(R"(INFO|@|C:\x\..|@|10)");
@@ -218,6 +278,30 @@ private Q_SLOTS:
         QCOMPARE(sender.received, QByteArray("INFO")); // no SEND
         QCOMPARE(QDir(m->downloads.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
         QCOMPARE(QDir(m->downloads.path() + u"/.."_s).entryList({u"passwd"_s}), QStringList());
+    }
+
+    // A file that fails part way (here this process's memory, whose first page is never mapped) is
+    // not sent as complete: the sender says why and hangs up before a block goes out.
+    void unreadableFileEndsTheSend() {
+#ifndef Q_OS_LINUX
+        QSKIP("needs /proc/self/mem");
+#else
+        const quint16 port = freePort();
+        m->offer(u"/proc/self/mem"_s, QString::number(port));
+        QTcpSocket receiver;
+        QByteArray got;
+        connect(&receiver, &QTcpSocket::readyRead, [&] { got += receiver.readAll(); });
+        receiver.connectToHost(QHostAddress::LocalHost, port);
+        QVERIFY(receiver.waitForConnected(kWait));
+        receiver.write("INFO");
+        QTRY_VERIFY_WITH_TIMEOUT(got.startsWith("INFO|@|/proc/self/mem|@|"), kWait);
+        got.clear();
+        receiver.write("SEND");
+        QTRY_COMPARE_WITH_TIMEOUT(receiver.state(), QAbstractSocket::UnconnectedState, kWait);
+        QCOMPARE(got, QByteArray());
+        QCOMPARE(m->ann.t.prompts.lastLine(),
+                 u"Quorvel|Unable to read /proc/self/mem: Input/output error|2"_s);
+#endif
     }
 
     void senderWireAndMergedAnswers() {
