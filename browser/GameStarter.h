@@ -171,6 +171,8 @@ private:
     QString favouritesFile() const;
     int modIndex() const;
     void loadList(QListWidget* list, const QString& backslashName);
+    // Writes one of the program's files; says why when it cannot.
+    bool saveLines(const QString& backslashName, const QStringList& lines);
     void takeApart(QListWidget* list);
     void openKingpinFile(const QString& relative);
     void fetchFinished(const QByteArray& body);

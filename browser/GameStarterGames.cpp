@@ -5,7 +5,6 @@
 #include "browser/StarterOptions.h"
 #include "common/INI.h"
 #include "common/MakeShortFile.h"
-#include "common/TextFile.h"
 #include "common/Windows1252.h"
 
 #include <QCheckBox>
@@ -137,8 +136,8 @@ void GameStarter::cmdGetPath_Click() {
     Convert2ShoutOnPath();
     // The folder only: txtGameEXE names the executable.
     path->setText(path->text().left(path->text().lastIndexOf(QDir::separator())));
-    TextFile::writeLines(m_services.folder.file(entry->pathFile), {path->text()});
-    lblStatus->setText(QStringLiteral(" Saved the path to ") + game);
+    if (saveLines(entry->pathFile, {path->text()}))
+        lblStatus->setText(QStringLiteral(" Saved the path to ") + game);
     IfFileExists();
 }
 

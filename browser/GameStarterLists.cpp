@@ -6,6 +6,7 @@
 #include "common/TextFile.h"
 
 #include <QCheckBox>
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -50,6 +51,16 @@ void GameStarter::modOption_Click(QRadioButton* option) {
     HLLoadWhatMod();
 }
 
+bool GameStarter::saveLines(const QString& backslashName, const QStringList& lines) {
+    const QString path = m_services.folder.file(backslashName);
+    QString error;
+    if (TextFile::writeLines(path, lines, &error))
+        return true;
+    say(QStringLiteral("Unable to save ") + QDir::toNativeSeparators(path) + QStringLiteral(": ") + error,
+        Prompts::Icon::Exclamation);
+    return false;
+}
+
 void GameStarter::SaveServerList() {
     const QString file = favouritesFile();
     if (file.isEmpty())
@@ -57,7 +68,7 @@ void GameStarter::SaveServerList() {
     QStringList lines;
     for (int i = 0; i < lstServers->count(); ++i)
         lines.append(lstServers->item(i)->text());
-    TextFile::writeLines(m_services.folder.file(file), lines);
+    saveLines(file, lines);
     // Saving has always left the last entry selected; that is not a pick of the person's.
     const QSignalBlocker quiet(lstServers);
     lstServers->setCurrentRow(lstServers->count() - 1);

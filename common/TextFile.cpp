@@ -32,15 +32,19 @@ QStringList readLines(const QString& path) {
     return splitLines(Windows1252::decode(file.readAll()));
 }
 
-bool writeLines(const QString& path, const QStringList& lines) {
+bool writeLines(const QString& path, const QStringList& lines, QString* error) {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    for (const QString& line : lines) {
-        file.write(Windows1252::encode(line));
-        file.write("\r\n", 2);
+    if (file.open(QIODevice::WriteOnly)) {
+        for (const QString& line : lines) {
+            file.write(Windows1252::encode(line));
+            file.write("\r\n", 2);
+        }
+        if (file.commit())
+            return true;
     }
-    return file.commit();
+    if (error)
+        *error = file.errorString();
+    return false;
 }
 
 } // namespace TextFile

@@ -244,6 +244,38 @@ private Q_SLOTS:
         QVERIFY(!saved || b.t.prompts.last().proposed.endsWith(w.proposedFileName()));
     }
 
+    void unsavableFilesAreReported_data() {
+        addColumns<QString>("file");
+        QTest::newRow("favourites") << QStringLiteral("\\kingpin-serverlist.qvl");
+        QTest::newRow("game path") << QStringLiteral("\\kingpin-path.qvl");
+    }
+
+    // A file that cannot be written (here a folder is in its place) is reported, and the window does
+    // not claim to have saved it.
+    void unsavableFilesAreReported() {
+        QFETCH(QString, file);
+        Browser b;
+        QVERIFY(QDir().mkpath(b.t.file(file)));
+        GameStarter& w = *b.w;
+        w.setGameKey(QStringLiteral("Kingpin"));
+        b.t.prompts.shown.clear();
+        if (file.endsWith(u"path.qvl")) {
+            QTemporaryDir games;
+            const QString exe = games.filePath(QStringLiteral("Games/KP/") + w.proposedFileName());
+            writeBytes(exe, "");
+            b.t.prompts.files.push_back(exe);
+            w.options().cmdGetPath0->click();
+        } else {
+            b.fields(QStringLiteral("Srv"), QStringLiteral("10.0.0.1"), QStringLiteral("7777"));
+            w.Command5->click();
+        }
+        QCOMPARE(b.t.prompts.lastLine(),
+                 line(QStringLiteral("Unable to save ") + QDir::toNativeSeparators(b.t.file(file)) +
+                          QStringLiteral(": Filename refers to a directory"),
+                      Icon::Exclamation));
+        QVERIFY(!w.lblStatus->text().contains(QStringLiteral("Saved")));
+    }
+
     // clang-format off
     void addFavourite_data() {
         addColumns<QString, int, QString, QString, QString, QByteArray>("game", "modIndex", "port", "file", "prompt", "after");
