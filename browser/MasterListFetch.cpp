@@ -39,7 +39,14 @@ void MasterListFetch::finish(QNetworkReply* reply) {
 void MasterListFetch::get(const QUrl& url) {
     m_lastUrl = url;
     QNetworkReply* reply = start(false);
-    connect(reply, &QNetworkReply::downloadProgress, this, &MasterListFetch::progress);
+    connect(reply, &QNetworkReply::downloadProgress, this, [this, reply](qint64 received, qint64 total) {
+        if (received > MaxBodyBytes || total > MaxBodyBytes) {
+            cancel();
+            Q_EMIT unreachable(QStringLiteral("The master list is larger than 16 MB; it was not fetched."));
+            return;
+        }
+        Q_EMIT progress(received, total);
+    });
     connect(reply, &QNetworkReply::finished, this, [this, reply] {
         finish(reply);
         if (!answered(reply)) {

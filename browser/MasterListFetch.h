@@ -13,6 +13,8 @@ class MasterListFetch : public QObject {
     Q_OBJECT
 public:
     static constexpr int TimeoutMs = 20000;
+    // Far beyond any real list; a body that goes on past it is refused rather than held in memory.
+    static constexpr qint64 MaxBodyBytes = 16 * 1024 * 1024;
 
     explicit MasterListFetch(QObject* parent = nullptr);
 

@@ -6,6 +6,7 @@
 
 #include "browser/Form10.h"
 #include "browser/GameStarter.h"
+#include "browser/MasterListFetch.h"
 #include "browser/StarterOptions.h"
 
 #include <QtNetwork>
@@ -502,6 +503,21 @@ private Q_SLOTS:
             requests.append(QStringLiteral("HEAD /quorvel/") + url + QStringLiteral(" HTTP/1.1"));
         QTRY_COMPARE_WITH_TIMEOUT(w.lblStatus->text(), status, 20000);
         QCOMPARE(http.requests, requests);
+    }
+
+    // A server that sends more than any master list could be is cut off instead of filling memory.
+    void oversizedMasterListIsRefused() {
+        CannedHttp http;
+        http.body = QByteArray(MasterListFetch::MaxBodyBytes + 1, 'x');
+        Browser f(hostSetting(http.start()));
+        GameStarter& w = *f.w;
+        w.setGameKey(QStringLiteral("Kingpin"));
+        w.cmdQvlList->click();
+        QTRY_VERIFY_WITH_TIMEOUT(w.fetchDialog()->lblError->isVisibleTo(w.fetchDialog()), 20000);
+        QCOMPARE(w.fetchDialog()->lblError->text(),
+                 QStringLiteral("The master list is larger than 16 MB; it was not fetched."));
+        QCOMPARE(w.lstMasterServers->count(), 0);
+        QCOMPARE(f.bytes(QStringLiteral("\\qvllist-kingpin.qvl")), QByteArray("<missing>"));
     }
 
     void unreachableHostWaitsForStop() {
