@@ -5,6 +5,7 @@
 #include "TestFiles.h"
 
 #include "common/BatchScript.h"
+#include "common/EnvironmentDefault.h"
 #include "common/SystemServices.h"
 #include "common/TextFile.h"
 
@@ -28,6 +29,31 @@ private Q_SLOTS:
         qputenv("RECORD", m_dir.filePath(QStringLiteral("record")).toLocal8Bit());
     }
     void cleanup() { qputenv("PATH", m_path); }
+
+    // A variable set for start-up only: the user's own value wins, and the programs started later
+    // (games, the browser) see the variable as the user left it.
+    void environmentDefault_data() {
+        addColumns<QByteArray>("users");
+        QTest::newRow("not set by the user") << QByteArray();
+        QTest::newRow("set by the user") << QByteArray("always");
+    }
+
+    void environmentDefault() {
+        QFETCH(QByteArray, users);
+        const char* name = "QUORVEL_TEST_GDK_GL";
+        if (users.isNull())
+            qunsetenv(name);
+        else
+            qputenv(name, users);
+        {
+            EnvironmentDefault startUp(name, "disable");
+            QCOMPARE(qgetenv(name), users.isNull() ? QByteArray("disable") : users);
+            startUp.restore();
+            QCOMPARE(qEnvironmentVariableIsSet(name), !users.isNull());
+        }
+        QCOMPARE(qgetenv(name), users);
+        QCOMPARE(qEnvironmentVariableIsSet(name), !users.isNull());
+    }
 
     void batchCommand_data() {
         addColumns<QString, QString, QString, QStringList>("text", "folder", "program", "arguments");
