@@ -39,10 +39,11 @@ void MasterListFetch::finish(QNetworkReply* reply) {
 void MasterListFetch::get(const QUrl& url) {
     m_lastUrl = url;
     QNetworkReply* reply = start(false);
-    connect(reply, &QNetworkReply::downloadProgress, this, [this, reply](qint64 received, qint64 total) {
+    connect(reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64 total) {
         if (received > MaxBodyBytes || total > MaxBodyBytes) {
             cancel();
-            Q_EMIT unreachable(QStringLiteral("The master list is larger than 16 MB; it was not fetched."));
+            Q_EMIT unreachable(QStringLiteral("The master list is larger than %1 MB; it was not fetched.")
+                                   .arg(MaxBodyBytes / (1024 * 1024)));
             return;
         }
         Q_EMIT progress(received, total);
