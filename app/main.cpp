@@ -11,9 +11,9 @@
 
 int main(int argc, char** argv) {
     useQtEventLoop();
-    // On a GNOME desktop Qt's GTK theme starts GTK, and GTK opens the GL driver at once only to
-    // choose window visuals: 50 MB more with Mesa's software renderer, before any window shows. The
-    // theme uses GTK for dialogs and settings, which never draw with GL.
+    // On GNOME, Xfce, MATE and the other GTK desktops Qt's GTK theme starts GTK, and GTK opens the GL
+    // driver at once only to choose window visuals: 50 MB more with Mesa's software renderer, before
+    // any window shows. The theme uses GTK for dialogs and settings, which never draw with GL.
     EnvironmentDefault noGtkGlProbe("GDK_GL", "disable");
     QApplication app(argc, argv);
     noGtkGlProbe.restore();
