@@ -1,10 +1,12 @@
 #include "ancillary/Artwork.h"
 
 #include <QApplication>
+#include <QHash>
 #include <QIconEngine>
 #include <QImage>
 #include <QPainter>
 #include <QStyle>
+#include <QTimer>
 
 #include <array>
 
@@ -25,8 +27,23 @@ void initOnce() {
 
 constexpr std::array<int, 7> iconSizes{16, 24, 32, 48, 64, 128, 256};
 
-// The application icon, read at the size asked for whenever it is asked. A window hands its icon to
-// the window system once, when it is created, so keeping every size decoded for the program's whole
+// A window hands its icon to the window system twice as it is created, every size each time, and
+// start-up creates two windows in one pass: 28 reads of the same seven pictures. A picture once read
+// is kept until the event loop runs again, so each is decoded once a pass and none is held after.
+QImage shippedPicture(int pixels) {
+    static QHash<int, QImage> readThisPass;
+    const auto kept = readThisPass.constFind(pixels);
+    if (kept != readThisPass.cend())
+        return *kept;
+    if (readThisPass.isEmpty())
+        QTimer::singleShot(0, QCoreApplication::instance(), [] { readThisPass.clear(); });
+    const QImage picture(QStringLiteral(":/artwork/quorvel-%1.png").arg(pixels));
+    readThisPass.insert(pixels, picture);
+    return picture;
+}
+
+// The application icon, read at the size asked for whenever it is asked. Windows hand their icon to
+// the window system only as they are created, so keeping every size decoded for the program's whole
 // life (as an icon built from files does, 350 KB for these seven) would only hold memory.
 class ApplicationIconEngine final : public QIconEngine {
 public:
@@ -39,7 +56,7 @@ public:
                 break;
             }
         }
-        QImage image(QStringLiteral(":/artwork/quorvel-%1.png").arg(pixels));
+        QImage image = shippedPicture(pixels);
         // Smaller sizes are scaled down from the next larger picture; a picture is never enlarged.
         if (image.width() > size.width() || image.height() > size.height())
             image = image.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
