@@ -1,10 +1,13 @@
 #include "ancillary/Form2.h"
 
+#include "common/AccessibleWindows.h"
+
 #include <QLabel>
 #include <QVBoxLayout>
 
 Form2::Form2(QWidget* parent) : QWidget(parent, Qt::Window), lblUser(new QLabel(this)) {
     setObjectName(QStringLiteral("Form2"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("User Info"));
     lblUser->setObjectName(QStringLiteral("lblUser"));
     QFont bold = lblUser->font();

@@ -1,10 +1,12 @@
 #include "ancillary/Form6.h"
 
+#include "common/AccessibleWindows.h"
 #include "common/BgrColour.h"
 #include "common/Prompts.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -16,6 +18,7 @@ Form6::Form6(Prompts& prompts, ColourSchemeTarget& target, QWidget* parent)
     , m_prompts(prompts)
     , m_target(target) {
     setObjectName(QStringLiteral("Form6"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Custom Scheme"));
     auto* grid = new QGridLayout;
     for (std::size_t i = 0; i < cmdColor.size(); ++i) {
@@ -66,6 +69,11 @@ void Form6::showSwatches() {
     for (std::size_t i = 0; i < cmdColor.size(); ++i) {
         QPixmap swatch(cmdColor[i]->iconSize());
         swatch.fill(BgrColour::toColor(m_target.colour(ColourScheme::roles()[i].role)));
+        // Outlined in the caption's colour, so that a swatch as light as the button still shows.
+        QPainter outline(&swatch);
+        outline.setPen(cmdColor[i]->palette().color(QPalette::ButtonText));
+        outline.drawRect(swatch.rect().adjusted(0, 0, -1, -1));
+        outline.end();
         cmdColor[i]->setIcon(swatch);
     }
 }

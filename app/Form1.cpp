@@ -12,6 +12,7 @@
 #include "chat/ChatProtocol.h"
 #include "chat/EmoticonReplacer.h"
 #include "common/BgrColour.h"
+#include "privatechat/DownloadFolder.h"
 #include "privatechat/Form3.h"
 #include "privatechat/PrivateChat.h"
 
@@ -24,7 +25,6 @@
 #include <QMenuBar>
 #include <QScrollBar>
 #include <QSplitter>
-#include <QStandardPaths>
 #include <QStatusBar>
 #include <QTcpSocket>
 #include <QTextCursor>
@@ -62,9 +62,7 @@ Form1::Form1(Services services, QWidget* parent)
     applyDefaultColours();
     m_emoticons = new EmoticonReplacer(*rtb->document(), this);
     m_privateChat = new PrivateChat(*this);
-    downloadFolder = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
-    if (downloadFolder.isEmpty())
-        downloadFolder = QStandardPaths::writableLocation(QStandardPaths::HomeLocation);
+    downloadFolder = DownloadFolder::initial();
     connect(this, &Form1::fileOffered, m_privateChat, &PrivateChat::offerReceived);
 
     connect(Winsock1, &QTcpSocket::connected, this, &Form1::Winsock1_Connect);

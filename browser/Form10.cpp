@@ -1,5 +1,7 @@
 #include "browser/Form10.h"
 
+#include "common/AccessibleWindows.h"
+
 #include <QCloseEvent>
 #include <QGridLayout>
 #include <QLabel>
@@ -14,6 +16,7 @@ Form10::Form10(const QString& masterListCaption, QWidget* parent)
     , lblError(new QLabel(this))
     , Command1(new QPushButton(QStringLiteral("Stop"), this)) {
     setObjectName(QStringLiteral("Form10"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Fetching : ") + masterListCaption);
     Picture1->setObjectName(QStringLiteral("Picture1"));
     Picture1->setPixmap(style()->standardIcon(QStyle::SP_BrowserReload).pixmap(32, 32));

@@ -4,6 +4,7 @@
 #include "browser/GameCatalogue.h"
 #include "browser/MasterListFetch.h"
 #include "browser/StarterOptions.h"
+#include "common/AccessibleWindows.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -48,6 +49,7 @@ GameStarter::GameStarter(Services services, QWidget* parent)
     , m_options(new StarterOptions(this))
     , m_fetch(new MasterListFetch(this)) {
     setObjectName(QStringLiteral("GameStarter"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Game Starter"));
     buildControls();
     buildMenus();

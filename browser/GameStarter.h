@@ -136,6 +136,8 @@ public:
     void cmdQvlList_Click();
     void tmrFetch_Timer();
     void Form10_Stop();
+    // Ends a master-list fetch that the shown game or mod no longer wants.
+    void abandonFetch();
 
     // Browser actions.
     void join_click();

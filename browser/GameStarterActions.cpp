@@ -164,8 +164,7 @@ void GameStarter::openKingpinFile(const QString& relative) {
 void GameStarter::closeEvent(QCloseEvent* event) {
     UnLoadPingServers();
     // A list being fetched for a window the person closed is not wanted any more.
-    if (tmrFetch->isActive() || m_fetch->isRunning())
-        Form10_Stop();
+    abandonFetch();
     m_options->hide();
     event->accept();
 }

@@ -90,6 +90,16 @@ void GameStarter::tmrFetch_Timer() {
     cmdQvlList->setEnabled(true);
 }
 
+void GameStarter::abandonFetch() {
+    // A list belongs to the game and mod it was asked for: arriving after a change, it would be shown
+    // under the new game and joined as one of its servers. A size still asked for once the list has
+    // arrived is simply dropped.
+    if (tmrFetch->isActive())
+        Form10_Stop();
+    else
+        m_fetch->cancel();
+}
+
 void GameStarter::Form10_Stop() {
     cmdQvlList->setEnabled(true);
     tmrFetch->stop();

@@ -3,6 +3,7 @@
 
 #include "browser/GameCatalogue.h"
 #include "browser/StarterOptions.h"
+#include "common/FileNameCase.h"
 #include "common/INI.h"
 #include "common/MakeShortFile.h"
 #include "common/Windows1252.h"
@@ -27,21 +28,17 @@ const QString kSettingsFile = QStringLiteral("\\Settings.ini");
 const QString kLineBreak = QStringLiteral("\r\n");
 constexpr int kIniBuffer = 50;
 
-// The executable named by a folder and a suffix that begins with a backslash. Games installed
-// under Wine keep Windows' indifference to case, so the name is matched without it.
+// The executable named by a folder and a suffix that begins with a backslash, found as the launch
+// finds it: without regard to case.
 bool gameFileExists(const QString& folder, const QString& suffix) {
-    const QFileInfo file(QString(folder + suffix).replace(u'\\', u'/'));
-    if (file.exists())
-        return true;
-    const QDir dir = file.dir();
-    return !file.fileName().isEmpty() && dir.exists() &&
-           dir.entryList(QDir::Files).contains(file.fileName(), Qt::CaseInsensitive);
+    return QFileInfo(FileNameCase::existingPath(QString(folder + suffix).replace(u'\\', u'/'))).isFile();
 }
 
 } // namespace
 
 void GameStarter::Combo1_Change() {
     UnLoadPingServers();
+    abandonFetch();
     Text3->clear();
     Text2->clear();
     Text4->clear();

@@ -60,7 +60,9 @@ void GameStarter::JoinGame() {
             m_services.sounds.play(m_services.folder.file(QStringLiteral("\\play.wav")));
         m_launchHost->leaveForGame();
     }
+    // The player is in the game now: nothing of the browser stays on screen over it.
     hide();
+    m_options->hide();
 }
 
 // Starts the game; false (after saying why) when it could not be. Half-Life without a mod starts

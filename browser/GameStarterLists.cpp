@@ -46,6 +46,7 @@ void GameStarter::HLLoadWhatMod() {
 }
 
 void GameStarter::modOption_Click(QRadioButton* option) {
+    abandonFetch();
     lstMasterServers->clear();
     chkCSRetail->setEnabled(option == Option2);
     HLLoadWhatMod();

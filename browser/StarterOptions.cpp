@@ -1,5 +1,7 @@
 #include "browser/StarterOptions.h"
 
+#include "common/AccessibleWindows.h"
+
 #include <QComboBox>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -13,6 +15,7 @@ StarterOptions::StarterOptions(QWidget* parent)
     , Combo2(new QComboBox(this))
     , cmdGetPath0(new QPushButton(QStringLiteral("Browse"), this)) {
     setObjectName(QStringLiteral("StarterOptions"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Game Starter Options"));
 
     Text1->setObjectName(QStringLiteral("Text1"));

@@ -56,9 +56,12 @@ ChatDispatcher::Next ChatDispatcher::handlePiece(const QStringList& fields) {
     }
     if (word == Invalid) {
         promptNow().message(kTitle, QStringLiteral("Login Error : Please Try Again"), Prompts::Icon::Critical);
-        // Handled as the server hanging up, which it is about to do.
+        // Handled as the server hanging up, which it is about to do; if it hung up while the box
+        // was open, that has been reported already.
+        const bool stillOpen = m_main.isConnected();
         m_main.closeQuietly();
-        m_main.Winsock1_Close();
+        if (stillOpen)
+            m_main.Winsock1_Close();
         return Next::EndRead;
     }
     if (word == List) {

@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QHeaderView>
+#include <QScopedValueRollback>
 #include <QTreeWidget>
 
 #include <algorithm>
@@ -43,10 +44,6 @@ private:
     bool m_hadFocus;
 };
 
-void report(Prompts& prompts, const SortCells::Error& error) {
-    prompts.message(QStringLiteral("ListView Sort module Error"), error.text(), Prompts::Icon::Critical);
-}
-
 } // namespace
 
 Qt::SortOrder SortView::sortOrder(const QTreeWidget& list) {
@@ -59,7 +56,7 @@ bool SortView::SortColumn(QTreeWidget& list, qint16 column, qint16 sortType, qin
     if (sortType != Text && sortType != Number && sortType != Date)
         return true;
     if (key < 0 || key >= list.columnCount()) {
-        report(m_prompts, {QStringLiteral("Invalid property value"), 380});
+        report({QStringLiteral("Invalid property value"), 380});
         return true;
     }
     if (sortType == Text) {
@@ -74,7 +71,7 @@ bool SortView::SortColumn(QTreeWidget& list, qint16 column, qint16 sortType, qin
         // Nothing is lost: the column gets its own texts back, in the order the rows now stand.
         for (int i = 0; i < list.topLevelItemCount(); ++i)
             list.topLevelItem(i)->setText(key, original.value(list.topLevelItem(i)));
-        report(m_prompts, error);
+        report(error);
         return true;
     };
 
@@ -90,6 +87,17 @@ bool SortView::SortColumn(QTreeWidget& list, qint16 column, qint16 sortType, qin
         return fail(*error);
     setColumnCells(list, key, cells);
     return true;
+}
+
+bool SortView::SortColumnQuietly(QTreeWidget& list, qint16 column, qint16 sortType, qint16 direction) {
+    const QScopedValueRollback quiet(m_quiet, true);
+    return SortColumn(list, column, sortType, direction);
+}
+
+void SortView::report(const SortCells::Error& error) {
+    if (!m_quiet)
+        m_prompts.message(QStringLiteral("ListView Sort module Error"), error.text(),
+                          Prompts::Icon::Critical);
 }
 
 void SortView::ApplySort(QTreeWidget& list, qint16 direction, int key) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/SortCells.h"
+
 #include <Qt>
 
 class Prompts;
@@ -21,11 +23,17 @@ public:
     // Returns true when it completes.
     bool SortColumn(QTreeWidget& list, qint16 column, qint16 sortType, qint16 direction);
 
+    // The same, for a sort the person did not ask for just now (the rows were replaced): a cell that
+    // cannot be read leaves the rows as they came, without a box.
+    bool SortColumnQuietly(QTreeWidget& list, qint16 column, qint16 sortType, qint16 direction);
+
     // The order the list was last sorted in; ascending before the first sort.
     static Qt::SortOrder sortOrder(const QTreeWidget& list);
 
 private:
     void ApplySort(QTreeWidget& list, qint16 direction, int key);
+    void report(const SortCells::Error& error);
 
     Prompts& m_prompts;
+    bool m_quiet = false;
 };

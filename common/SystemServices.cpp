@@ -2,6 +2,7 @@
 
 #include "common/BatchScript.h"
 #include "common/BgrColour.h"
+#include "common/FileNameCase.h"
 #include "common/Windows1252.h"
 
 #include <QApplication>
@@ -11,11 +12,13 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QInputDialog>
+#include <QLibrary>
+#include <QLineEdit>
 #include <QLocale>
 #include <QMessageBox>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QLibrary>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QUrl>
 
@@ -63,16 +66,26 @@ Prompts::Answer QtPrompts::message(const QString& title, const QString& text, Ic
 }
 
 std::optional<QString> QtPrompts::input(const QString& prompt, const QString& title, const QString& proposed) {
-    bool ok = false;
-    QString text =
-        QInputDialog::getText(QApplication::activeWindow(), title, prompt, QLineEdit::Normal, proposed, &ok);
-    if (!ok)
+    QInputDialog dialog(QApplication::activeWindow());
+    dialog.setWindowTitle(title);
+    dialog.setLabelText(prompt);
+    dialog.setTextValue(proposed);
+    // The box is wide enough to show what it proposes (a favourite's whole entry), within the screen.
+    if (auto* edit = dialog.findChild<QLineEdit*>()) {
+        const int wanted = edit->fontMetrics().horizontalAdvance(proposed + QStringLiteral("MM"));
+        edit->setMinimumWidth(std::min(wanted, dialog.screen()->availableGeometry().width() * 2 / 3));
+    }
+    if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
-    return text;
+    return dialog.textValue();
 }
 
 QString QtPrompts::openFile(const QString& title, const QString& folder, const QString& filter) {
-    return QFileDialog::getOpenFileName(QApplication::activeWindow(), title, folder, filter);
+    // A filter that is a caption alone ("All Files") would be read by the dialog as two file names,
+    // and it would list no files at all: it shows every file under that caption.
+    const QString patterns =
+        filter.isEmpty() || filter.contains(u'(') ? filter : filter + QStringLiteral(" (*)");
+    return QFileDialog::getOpenFileName(QApplication::activeWindow(), title, folder, patterns);
 }
 
 QString QtPrompts::chooseFolder(const QString& title, const QString& folder) {
@@ -126,10 +139,11 @@ bool isWindowsProgram(const QString& path) {
 
 bool SystemDesktop::startProgram(const QString& program, const QStringList& arguments,
                                  const QString& workingFolder, Show) {
-    // Paths built the Windows way ("/games/hl\hl.exe") are read with forward slashes.
+    // Paths built the Windows way ("/games/hl\hl.exe") are read with forward slashes, and their
+    // names as Windows reads them, whatever the case of the letters.
     QString path = program;
     if (!QFileInfo::exists(path))
-        path.replace(u'\\', u'/');
+        path = FileNameCase::existingPath(path.replace(u'\\', u'/'));
     const QFileInfo file(path);
     // A game runs from its own folder, where it finds its data.
     const QString folder = workingFolder.isEmpty() && file.isFile() ? file.absolutePath() : workingFolder;

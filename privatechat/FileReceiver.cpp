@@ -7,6 +7,7 @@
 #include "privatechat/TransferView.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTcpSocket>
 
 using Direction = TransferView::Direction;
@@ -107,12 +108,17 @@ void FileReceiver::describe(const QList<QByteArray>& fields) {
         }
         m_holdsSlot = true;
         // The name is the last piece of the sender's path, so the file always lands in the download folder.
-        const QString destination = QDir::cleanPath(m_downloadFolder() + u'/' + name);
+        const QString folder = m_downloadFolder();
+        const QString destination = QDir::cleanPath(folder + u'/' + name);
+        // A folder removed since it was chosen is made again rather than losing the file.
+        QDir().mkpath(folder);
         QFile::remove(destination);
         m_file.setFileName(destination);
         if (!m_file.open(QIODevice::WriteOnly)) {
-            endQuietly(QStringLiteral("Unable to save ") + destination + QStringLiteral(": ") +
-                       m_file.errorString());
+            const QString why = m_file.errorString();
+            endQuietly(QStringLiteral("Unable to save ") + destination + QStringLiteral(": ") + why);
+            Q_EMIT notSaved(QStringLiteral("Could not save ") + name + QStringLiteral(": ") + why +
+                            QStringLiteral(". Nothing was received."));
             return;
         }
         const QString size = Windows1252::decode(fields.value(2));
@@ -164,11 +170,14 @@ void FileReceiver::saveFailed() {
     // and is never called complete. The part saved so far stays for the user to look at.
     // A write cut short gives no reason; trying the rest once more gets the system's.
     m_file.flush();
-    const QString why =
-        QStringLiteral("Unable to save ") + m_file.fileName() + QStringLiteral(": ") + m_file.errorString();
+    const QString reason = m_file.errorString();
+    const QString name = QFileInfo(m_file.fileName()).fileName();
+    const QString why = QStringLiteral("Unable to save ") + m_file.fileName() + QStringLiteral(": ") + reason;
     stop();
     clearView(QStringLiteral("disconnected..."));
     m_prompts.message(kTitle, why, Prompts::Icon::Exclamation);
+    Q_EMIT notSaved(QStringLiteral("Could not save ") + name + QStringLiteral(": ") + reason +
+                    QStringLiteral(". The transfer was stopped."));
 }
 
 void FileReceiver::report(bool onError) {

@@ -27,6 +27,10 @@ public:
     // Ends the download and reports its outcome, whether or not one was running.
     void close();
 
+Q_SIGNALS:
+    // The file could not be saved here; the text tells the sender why, without the local path.
+    void notSaved(const QString& forSender);
+
 private:
     enum class State { Idle, Connecting, Asked, Receiving };
     void connected();

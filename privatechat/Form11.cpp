@@ -1,5 +1,7 @@
 #include "privatechat/Form11.h"
 
+#include "common/AccessibleWindows.h"
+
 #include <QCloseEvent>
 #include <QFormLayout>
 #include <QGroupBox>
@@ -32,6 +34,7 @@ int barValue(qint64 value, qint64 maximum) {
 Form11::Form11(QWidget* parent)
     : QWidget(parent, Qt::Window) {
     setObjectName(QStringLiteral("Form11"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("File Send"));
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(buildFrame(frame(Direction::Download), QStringLiteral("Downlaoding"),
@@ -44,6 +47,7 @@ Form11::Form11(QWidget* parent)
     m_refresh.setInterval(kRefreshMs);
     connect(&m_refresh, &QTimer::timeout, this, &Form11::refresh);
     m_clock.start();
+    refresh();
     resize(460, 360);
 }
 
@@ -101,6 +105,7 @@ void Form11::setSize(Direction d, const QString& size) {
 
 void Form11::setCount(Direction d, qint64 bytes) {
     frame(d).count = bytes;
+    frame(d).rate.update(bytes, m_clock.elapsed());
     changed();
 }
 
@@ -132,31 +137,17 @@ void Form11::refreshFrame(Frame& f, qint64 now) {
     f.statusLabel->setText(f.status);
     f.sizeLabel->setText(f.size);
     f.countLabel->setText(QString::number(f.count));
-    f.bar->setRange(0, barValue(f.maximum, f.maximum));
+    // A bar whose range is empty shows a busy animation; an idle frame shows an empty bar.
+    f.bar->setRange(0, std::max(barValue(f.maximum, f.maximum), 1));
     f.bar->setValue(barValue(f.progress, f.maximum));
 
-    // Rate and time left, smoothed over the last few samples; a count that went back starts afresh.
-    const qint64 elapsed = now - f.sampledAt;
-    if (f.count < f.sampledCount || f.count == 0) {
-        f.rate = 0;
-        f.sampledCount = f.count;
-        f.sampledAt = now;
-    } else if (elapsed >= 500) {
-        const double current = double(f.count - f.sampledCount) * 1000.0 / double(elapsed);
-        f.rate = f.rate > 0 ? 0.5 * f.rate + 0.5 * current : current;
-        f.sampledCount = f.count;
-        f.sampledAt = now;
-    }
-    const qint64 left = f.maximum - f.count;
-    if (f.rate > 0 && f.count > 0) {
-        f.rateLabel->setText(QLocale().formattedDataSize(qint64(f.rate)) + QStringLiteral("/s"));
-        f.timeLeftLabel->setText(left > 0 ? timeText(qint64(double(left) / f.rate + 0.5)) : QString());
-    } else {
-        f.rateLabel->clear();
-        f.timeLeftLabel->clear();
-    }
+    const auto rate = f.rate.bytesPerSecond(now);
+    const auto left = f.rate.secondsLeft(f.maximum, now);
+    f.rateLabel->setText(rate ? QLocale().formattedDataSize(qint64(*rate)) + QStringLiteral("/s")
+                              : QString());
+    f.timeLeftLabel->setText(left ? timeText(*left) : QString());
     // Keep sampling while a transfer moves, so the rate falls when it stalls.
-    if (f.count > 0 && !m_refresh.isActive())
+    if (f.rate.isRunning() && !m_refresh.isActive())
         m_refresh.start();
 }
 

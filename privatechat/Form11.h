@@ -1,5 +1,6 @@
 #pragma once
 
+#include "privatechat/TransferRate.h"
 #include "privatechat/TransferView.h"
 
 #include <QElapsedTimer>
@@ -52,10 +53,7 @@ private:
         qint64 count = 0;
         qint64 maximum = 0;
         qint64 progress = 0;
-        // For the rate: the count at the last sample and the smoothed bytes per second.
-        qint64 sampledCount = 0;
-        qint64 sampledAt = 0;
-        double rate = 0;
+        TransferRate rate;
         QGroupBox* box = nullptr;
         QLineEdit* pathBox = nullptr;
         QLabel* statusLabel = nullptr;

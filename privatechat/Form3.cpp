@@ -3,6 +3,7 @@
 #include "app/Form1.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "common/AccessibleWindows.h"
 #include "privatechat/FileReceiver.h"
 #include "privatechat/FileSender.h"
 #include "privatechat/Form11.h"
@@ -25,6 +26,7 @@ Form3::Form3(Form1& main, QWidget* parent)
     , Text1(new QLineEdit(this))
     , m_main(main) {
     setObjectName(QStringLiteral("Form3"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Messaging With :"));
     Winsock2->setObjectName(QStringLiteral("Winsock2"));
     Winsock1->setObjectName(QStringLiteral("Winsock1"));
@@ -52,6 +54,11 @@ Form3::Form3(Form1& main, QWidget* parent)
     m_receiver = new FileReceiver(
         *Winsock2, chat.transferWindow(), chat.fileSlots(), prompts, [&main] { return main.downloadFolder; },
         this);
+    // The sender would otherwise see only a connection that ended.
+    connect(m_receiver, &FileReceiver::notSaved, this, [this](const QString& why) {
+        if (m_main.isConnected())
+            m_main.send(ChatMessage::build(ChatProtocol::PrivateMsg, {peer(), why}));
+    });
 
     connect(Text1, &QLineEdit::returnPressed, this, &Form3::Text1_KeyPress);
     connect(Text1, &QLineEdit::textChanged, this, &Form3::Text1_Change);
@@ -123,9 +130,7 @@ void Form3::Text1_KeyPress() {
     }
     if (m_main.isConnected()) {
         m_main.send(ChatMessage::build(ChatProtocol::PrivateMsg, {peer(), text}));
-        // The echo rewrites the whole conversation, as it always has.
-        rtb->setPlainText(rtb->toPlainText() + QStringLiteral("\n<") + m_main.nickname() +
-                          QStringLiteral("> ") + text);
+        echoOwnLine(text);
     }
     Text1->clear();
 }
@@ -181,8 +186,13 @@ void Form3::mnuSNDFile_Click() {
     m_main.send(ChatMessage::build(ChatProtocol::PrivateMsg,
                                    {peer(), QString(ChatProtocol::SendFile) + ChatProtocol::ListSeparator +
                                                 path + ChatProtocol::ListSeparator + port}));
-    rtb->setPlainText(rtb->toPlainText() + QStringLiteral("\n<") + m_main.nickname() +
-                      QStringLiteral("> Trying to send ") + path);
+    echoOwnLine(QStringLiteral("Trying to send ") + path);
+}
+
+void Form3::echoOwnLine(const QString& text) {
+    // The echo rewrites the whole conversation, as it always has.
+    rtb->setPlainText(rtb->toPlainText() + QStringLiteral("\n<") + m_main.nickname() + QStringLiteral("> ") +
+                      text);
 }
 
 bool Form3::choosePort(const QString& path, QString* portText) {

@@ -34,6 +34,8 @@ public:
 
     // The peer as the caption names it: the last blank-separated word without its first and last character.
     QString peer() const;
+    // Appends a line of one's own, as "<own nickname> text" on a new line of the conversation.
+    void echoOwnLine(const QString& text);
     // Appends a line the peer sent, on a new line of the conversation.
     void appendIncoming(const QString& line);
     // Shows a window that a line arrived in without taking the keyboard from the window in use.

@@ -3,6 +3,8 @@
 #include "app/Form1.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "common/AccessibleWindows.h"
+#include "privatechat/Form3.h"
 
 #include <QComboBox>
 #include <QGroupBox>
@@ -25,6 +27,7 @@ Form5::Form5(Form1& main, QWidget* parent)
     , Timer1(new QTimer(this))
     , m_main(main) {
     setObjectName(QStringLiteral("Form5"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Send Formated"));
     Combo1->setObjectName(QStringLiteral("Combo1"));
     Combo1->setEditable(true);
@@ -113,6 +116,9 @@ void Form5::sendNextLine() {
     pbSending->setValue(m_next);
     m_main.send(ChatMessage::build(ChatProtocol::PrivateMsg,
                                    {m_recipient, m_lines.at(m_next) + ChatProtocol::LineEnd}));
+    // The conversation with the recipient shows the block as if each line had been typed there.
+    if (Form3* window = m_main.findPrivateWindow(m_recipient))
+        window->echoOwnLine(m_lines.at(m_next));
     ++m_next;
     // The pause lets the chat and the other windows run between lines.
     m_pause.start();

@@ -32,7 +32,7 @@ QStringList driveList() {
 } // namespace
 
 Path::Path(Form1& main, QWidget* parent)
-    : QWidget(parent, Qt::Window)
+    : QDialog(parent)
     , Text2(new QPlainTextEdit(QStringLiteral("Info :"), this))
     , Drive1(new QComboBox(this))
     , Dir1(new QTreeView(this))
@@ -59,6 +59,9 @@ Path::Path(Form1& main, QWidget* parent)
     Text1->setAccessibleName(Label1->text());
     Command1->setObjectName(QStringLiteral("Command1"));
     Command2->setObjectName(QStringLiteral("Command2"));
+    // Return must not answer an offer that the person may not have read.
+    Command1->setAutoDefault(false);
+    Command2->setAutoDefault(false);
 
     m_folders->setFilter(QDir::AllDirs | QDir::NoDotAndDotDot | QDir::Drives);
     m_folders->setRootPath(QString());
@@ -88,11 +91,12 @@ Path::Path(Form1& main, QWidget* parent)
         }
     }
     Dir1->setRootIndex(m_folders->index(Drive1->currentText()));
+    // The box always says where the file will go, also before the folder is made.
+    Text1->setText(current);
     if (QFileInfo(current).isDir()) {
         const QModelIndex at = m_folders->index(current);
         Dir1->setCurrentIndex(at);
         Dir1->scrollTo(at);
-        Text1->setText(current);
     }
 
     connect(Drive1, &QComboBox::currentIndexChanged, this, &Path::Drive1_Change);
@@ -163,6 +167,11 @@ void Path::Command2_Click() {
 void Path::unload() {
     close();
     deleteLater();
+}
+
+void Path::reject() {
+    if (answered == 1)
+        QDialog::reject();
 }
 
 void Path::closeEvent(QCloseEvent* event) {

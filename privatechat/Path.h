@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QWidget>
+#include <QDialog>
 
 class Form1;
 class QComboBox;
@@ -12,8 +12,8 @@ class QPushButton;
 class QTreeView;
 
 // The offer dialog: shows who offers which file, lets the user choose the folder to save into, and
-// accepts or refuses. It cannot be closed without an answer.
-class Path : public QWidget {
+// accepts or refuses. It cannot be closed without an answer, neither by its close box nor by Escape.
+class Path : public QDialog {
     Q_OBJECT
 public:
     explicit Path(Form1& main, QWidget* parent = nullptr);
@@ -42,6 +42,8 @@ public:
     void Dir1_Change();
     void Command1_Click();
     void Command2_Click();
+
+    void reject() override;
 
 protected:
     void closeEvent(QCloseEvent* event) override;

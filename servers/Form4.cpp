@@ -1,6 +1,7 @@
 #include "servers/Form4.h"
 
 #include "browser/GameStarter.h"
+#include "common/AccessibleWindows.h"
 
 #include <QLineEdit>
 #include <QPushButton>
@@ -9,6 +10,7 @@
 Form4::Form4(GameStarter& browser)
     : QWidget(&browser, Qt::Window), Command1(new QPushButton(QStringLiteral("Resume Quorvel"), this)), m_browser(browser) {
     setObjectName(QStringLiteral("Form4"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Resume Quorvel"));
     setAttribute(Qt::WA_DeleteOnClose);
     Command1->setObjectName(QStringLiteral("Command1"));

@@ -1,6 +1,7 @@
 #include "servers/PingServers.h"
 
 #include "browser/GameStarter.h"
+#include "common/AccessibleWindows.h"
 #include "common/NumberText.h"
 #include "common/Prompts.h"
 #include "servers/ReplyGraph.h"
@@ -57,6 +58,7 @@ PingServers::PingServers(GameStarter& browser, Prompts& prompts)
     , m_prompts(prompts)
     , m_sort(prompts) {
     setObjectName(QStringLiteral("PingServers"));
+    AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Server Stats"));
     setAttribute(Qt::WA_DeleteOnClose);
     Check1->setToolTip(QStringLiteral("Monitor present game server (Default is 2 seconds)"));
@@ -93,7 +95,8 @@ void PingServers::buildLayout() {
     int row = 0;
     for (const auto& [caption, value] : pairs) {
         value->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-        value->setAccessibleName(caption->text().chopped(2));
+        // The value is what a screen reader says; the caption describes it.
+        value->setAccessibleDescription(caption->text().chopped(2));
         caption->setBuddy(value);
         details->addWidget(caption, row, 0, Qt::AlignTop);
         details->addWidget(value, row++, 1);
@@ -195,10 +198,13 @@ void PingServers::Command2_Click() {
 }
 
 void PingServers::LVPlayers_ColumnClick(int column) {
-    const qint16 type = column == 3 ? SortView::Text : SortView::Number;
     const qint16 direction =
         SortView::sortOrder(*LVPlayers) == Qt::DescendingOrder ? SortView::Ascending : SortView::Descending;
-    m_sort.SortColumn(*LVPlayers, qint16(column), type, direction);
+    m_sort.SortColumn(*LVPlayers, qint16(column), columnType(column), direction);
+}
+
+qint16 PingServers::columnType(int column) {
+    return column == 3 ? SortView::Text : SortView::Number;
 }
 
 void PingServers::showReply(const ServerStatus& status, qint64 bytes, std::optional<qint64> replyMs) {
@@ -216,6 +222,15 @@ void PingServers::showReply(const ServerStatus& status, qint64 bytes, std::optio
         for (const PlayerRow& p : *status.players)
             rows.append(new QTreeWidgetItem(QStringList{p.score, p.ping, p.name}));
         LVPlayers->addTopLevelItems(rows);
+        // The order the player chose holds through every refresh, as the header's arrow says.
+        // A cell the sort cannot read leaves the rows as they came: the box is for the person's click.
+        if (LVPlayers->header()->isSortIndicatorShown()) {
+            const int column = LVPlayers->header()->sortIndicatorSection() + 1;
+            m_sort.SortColumnQuietly(*LVPlayers, qint16(column), columnType(column),
+                                     SortView::sortOrder(*LVPlayers) == Qt::DescendingOrder
+                                         ? SortView::Descending
+                                         : SortView::Ascending);
+        }
     }
     Label2->setText(QStringLiteral(" Status : Total bytes ") + QString::number(bytes));
     lblPlayers->setText(QStringLiteral("Players : ") + QString::number(LVPlayers->topLevelItemCount()));

@@ -61,6 +61,8 @@ private:
     void showReply(const ServerStatus& status, qint64 bytes, std::optional<qint64> replyMs) override;
     void buildLayout();
     void say(const QString& title, const QString& text);
+    // How a column of LVPlayers sorts; column counts from 1.
+    static qint16 columnType(int column);
 
     GameStarter& m_browser;
     Prompts& m_prompts;

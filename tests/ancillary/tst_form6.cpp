@@ -63,6 +63,11 @@ private Q_SLOTS:
         Form6* editor = w.findChild<Form6*>(u"Form6"_s);
         QVERIFY(editor && editor->isVisible() && editor->windowTitle() == u"Custom Scheme"_s);
 
+        const bool chatLines = control == u"me" || control == u"msg";
+        const QString read = control == u"me" ? u"MSG|\u00BF|<ann> /me waves"_s : u"MSG|\u00BF|<ann> hi"_s;
+        if (chatLines)
+            w.handleRead(read); // a line from before the change
+
         t.prompts.colours.push_back(picked);
         const QList<QPushButton*> buttons = editor->findChildren<QPushButton*>();
         const auto it = std::find_if(buttons.begin(), buttons.end(),
@@ -72,8 +77,9 @@ private Q_SLOTS:
         QTest::mouseClick(b, Qt::LeftButton);
         QCOMPARE(t.prompts.last().kind + u'|' + t.prompts.last().title, u"chooseColour|"_s + caption);
 
-        if (control == u"me" || control == u"msg") {
-            w.handleRead(control == u"me" ? u"MSG|\u00BF|<ann> /me waves"_s : u"MSG|\u00BF|<ann> hi"_s);
+        if (chatLines) {
+            QCOMPARE(lastLineColour(w), shown); // the history follows the scheme, as the new lines do
+            w.handleRead(read);
             QCOMPARE(lastLineColour(w), shown);
         }
         if (paletteRole) {
@@ -120,8 +126,10 @@ private Q_SLOTS:
         QCOMPARE((QList<qint64>{w.actionColour, w.messageColour}), (QList<qint64>{0x80FF, 0}));
         QCOMPARE(w.palette().color(QPalette::Window), BgrColour::toColor(0xF0F0F0));
         QCOMPARE(w.Combo1->palette().color(QPalette::Base), QColor(Qt::white));
-        QCOMPARE(editor.cmdColor[0]->icon().pixmap(editor.cmdColor[0]->iconSize()).toImage().pixelColor(1, 1),
-                 QColor(Qt::white));
+        const QImage white = editor.cmdColor[0]->icon().pixmap(editor.cmdColor[0]->iconSize()).toImage();
+        QCOMPARE(white.pixelColor(1, 1), QColor(Qt::white));
+        // A white swatch on a light button still shows: it is outlined in the caption's colour.
+        QCOMPARE(white.pixelColor(0, 0), editor.cmdColor[0]->palette().color(QPalette::ButtonText));
         w.mnuExit->trigger();
         QCOMPARE(TextFile::readLines(t.file(kSettings)).mid(3, 8), defaultColourLines(u"11"_s));
     }

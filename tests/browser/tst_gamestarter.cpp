@@ -57,6 +57,14 @@ public:
     QByteArray body;
     QByteArray headLength; // empty: no Content-Length in the HEAD answer
     QStringList requests;
+    bool hold = false; // requests are recorded and left unanswered
+    QList<QPointer<QTcpSocket>> held;
+
+    bool heldWereDropped() const {
+        return std::all_of(held.begin(), held.end(), [](const QPointer<QTcpSocket>& s) {
+            return !s || s->state() == QAbstractSocket::UnconnectedState;
+        });
+    }
 
     quint16 start() {
         connect(&m_server, &QTcpServer::newConnection, this, [this] {
@@ -73,6 +81,10 @@ private:
             return;
         const QByteArray requestLine = m_pending.take(s).split('\r').first();
         requests.append(QString::fromLatin1(requestLine));
+        if (hold) {
+            held.append(s);
+            return;
+        }
         const bool head = requestLine.startsWith("HEAD ");
         QByteArray reply = "HTTP/1.1 200 OK\r\nConnection: close\r\n";
         if (!head)
@@ -492,6 +504,7 @@ private Q_SLOTS:
         w.cmdQvlList->click();
         QVERIFY(!idle(w) && w.fetchDialog() && w.fetchDialog()->isVisible());
         QCOMPARE(w.fetchDialog()->windowTitle(), QStringLiteral("Fetching : Master Servers :"));
+        QCOMPARE(QAccessible::queryAccessibleInterface(w.fetchDialog())->role(), QAccessible::Dialog);
         QTRY_VERIFY_WITH_TIMEOUT(idle(w), 20000);
         QVERIFY(!w.fetchDialog()->isVisible());
         QCOMPARE(itemTexts(w.lstMasterServers), items);
@@ -503,6 +516,35 @@ private Q_SLOTS:
             requests.append(QStringLiteral("HEAD /quorvel/") + url + QStringLiteral(" HTTP/1.1"));
         QTRY_COMPARE_WITH_TIMEOUT(w.lblStatus->text(), status, 20000);
         QCOMPARE(http.requests, requests);
+    }
+
+    // A list still on its way when the player picks another game or mod is dropped: it never reaches
+    // the new game's list or any file.
+    void fetchRacingAGameChange_data() {
+        addColumns<QString>("change");
+        QTest::newRow("another game") << "RTCW";
+        QTest::newRow("another mod") << "Option4";
+    }
+
+    void fetchRacingAGameChange() {
+        QFETCH(QString, change);
+        CannedHttp http;
+        http.body = "A - 10.0.0.1 - 31510\r\n";
+        http.hold = true;
+        Browser f(hostSetting(http.start()));
+        GameStarter& w = *f.w;
+        w.setGameKey(QStringLiteral("Half-Life"));
+        w.Option3->click();
+        w.cmdQvlList->click();
+        QTRY_COMPARE_WITH_TIMEOUT(http.requests.size(), 1, 20000);
+        if (change == u"Option4")
+            w.Option4->click();
+        else
+            w.setGameKey(change);
+        QVERIFY(idle(w) && !w.fetchDialog());
+        QTRY_VERIFY_WITH_TIMEOUT(http.heldWereDropped(), 20000);
+        QCOMPARE(w.lstMasterServers->count(), 0);
+        QCOMPARE(QDir(f.t.dir.path()).entryList({QStringLiteral("qvllist-*")}), QStringList());
     }
 
     // A server that sends more than any master list could be is cut off instead of filling memory.

@@ -147,7 +147,20 @@ private Q_SLOTS:
         QCOMPARE(c->w->LV1->count(), 0);
     }
 
+    void invalidSignsOff_data() {
+        addColumns<bool>("hangsUpDuringTheBox");
+        QTest::newRow("server hangs up after the box") << false;
+        QTest::newRow("server hangs up while the box is open") << true;
+    }
+
     void invalidSignsOff() {
+        QFETCH(bool, hangsUpDuringTheBox);
+        if (hangsUpDuringTheBox) {
+            c->t.prompts.whileOpen = [&](const FakePrompts::Shown&) {
+                c->server.dropClient();
+                QVERIFY(QTest::qWaitFor([&] { return !c->w->isConnected(); }, 5000));
+            };
+        }
         c->w->LV1->addItem(QStringLiteral("ann"));
         QVERIFY(c->deliver("INVALID\r\nJOIN|\xbf|lost\r\n"));
         QCOMPARE(c->t.prompts.lines(),

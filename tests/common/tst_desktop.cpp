@@ -75,41 +75,48 @@ private Q_SLOTS:
 
     // clang-format off
     void startsGames_data() {
-        // game: the bytes of game/hl.exe; empty: no such file
+        // game: the bytes of the game file, named onDisk; empty: no such file. The launch names it in
+        // lower case, as the batch files and the options do.
         // recorded: folder, then the command line; empty: nothing ran
-        addColumns<QByteArray, bool, bool, QStringList>("game", "wineOnPath", "throughBatch", "recorded");
+        addColumns<QByteArray, QString, bool, bool, QStringList>("game", "onDisk", "wineOnPath", "throughBatch", "recorded");
         const QByteArray windowsGame("MZ\x90\0", 4);
-        QTest::newRow("Windows game through Wine") << windowsGame << true << false << QStringList{"game", "game/hl.exe -console +connect 1.2.3.4:27015"};
-        QTest::newRow("batch through Wine") << windowsGame << true << true << QStringList{"game", "game/hl.exe +connect 1.2.3.4:27015"};
-        QTest::newRow("no Wine") << windowsGame << false << false << QStringList{};
-        QTest::newRow("no game") << QByteArray() << true << false << QStringList{};
-        QTest::newRow("native program runs itself") << kRecorder << false << false << QStringList{"game", "-console +connect 1.2.3.4:27015"};
+        QTest::newRow("Windows game through Wine") << windowsGame << "hl.exe" << true << false << QStringList{"game", "game/hl.exe -console +connect 1.2.3.4:27015"};
+        QTest::newRow("KINGPIN.EXE through a batch") << windowsGame << "KINGPIN.EXE" << true << true << QStringList{"game", "game/KINGPIN.EXE +connect 1.2.3.4:27015"};
+        QTest::newRow("WolfMP.exe through a batch") << windowsGame << "WolfMP.exe" << true << true << QStringList{"game", "game/WolfMP.exe +connect 1.2.3.4:27015"};
+        QTest::newRow("HL.EXE started directly") << windowsGame << "HL.EXE" << true << false << QStringList{"game", "game/HL.EXE -console +connect 1.2.3.4:27015"};
+        QTest::newRow("no Wine") << windowsGame << "hl.exe" << false << false << QStringList{};
+        QTest::newRow("no game") << QByteArray() << "hl.exe" << true << false << QStringList{};
+        QTest::newRow("native program runs itself") << kRecorder << "hl.exe" << false << false << QStringList{"game", "-console +connect 1.2.3.4:27015"};
     }
     // clang-format on
 
     void startsGames() {
-        auto [game, wineOnPath, throughBatch, recorded] =
-            fetchRow<QByteArray, bool, bool, QStringList>("game", "wineOnPath", "throughBatch", "recorded");
+        auto [game, onDisk, wineOnPath, throughBatch, recorded] =
+            fetchRow<QByteArray, QString, bool, bool, QStringList>("game", "onDisk", "wineOnPath",
+                                                                   "throughBatch", "recorded");
         const QString gameFolder = m_dir.filePath(QStringLiteral("game"));
         if (!game.isEmpty())
-            QVERIFY(writeBytes(gameFolder + QStringLiteral("/hl.exe"), game, true));
+            QVERIFY(writeBytes(gameFolder + u'/' + onDisk, game, true));
         if (wineOnPath)
             QVERIFY(writeBytes(m_dir.filePath(QStringLiteral("bin/wine")), kRecorder, true));
         qputenv("PATH", m_dir.filePath(QStringLiteral("bin")).toLocal8Bit());
 
         SystemDesktop desktop;
         bool started = false;
+        const QString named = onDisk.toLower();
         if (throughBatch) {
             const QString batch = m_dir.filePath(QStringLiteral("run.bat"));
             QVERIFY(TextFile::writeLines(batch, {QStringLiteral("@echo off"), QStringLiteral("cd\\"),
                                                  QStringLiteral("cd ") + gameFolder,
-                                                 QStringLiteral("hl.exe +connect 1.2.3.4:27015"), QStringLiteral("@cls")}));
+                                                 named + QStringLiteral(" +connect 1.2.3.4:27015"),
+                                                 QStringLiteral("@cls")}));
             started = desktop.runBatch(batch, m_dir.path(), Desktop::Show::Hidden);
         } else {
             // Built the Windows way: the folder, then a backslash and the executable.
-            started = desktop.startProgram(gameFolder + QStringLiteral("\\hl.exe"),
-                                           {QStringLiteral("-console"), QStringLiteral("+connect"), QStringLiteral("1.2.3.4:27015")},
-                                           QString(), Desktop::Show::Minimised);
+            started = desktop.startProgram(
+                gameFolder + u'\\' + named,
+                {QStringLiteral("-console"), QStringLiteral("+connect"), QStringLiteral("1.2.3.4:27015")},
+                QString(), Desktop::Show::Minimised);
         }
         QCOMPARE(started, !recorded.isEmpty());
         if (recorded.isEmpty())

@@ -247,11 +247,45 @@ private Q_SLOTS:
         QCOMPARE(m->bob.t.prompts.last().icon, Prompts::Icon::Exclamation);
         // The system's reason, not "Unknown error": a write cut short at the limit gives none of its own.
         QCOMPARE(m->bob.t.prompts.last().text, u"Unable to save "_s + saved + u": File too large"_s);
+        QCOMPARE(m->bob.sentSoFar(),
+                 pmsg("ann", "Could not save big.bin: File too large. The transfer was stopped."));
         QTRY_VERIFY_WITH_TIMEOUT(sender.peer->state() != QAbstractSocket::ConnectedState, kWait);
         QVERIFY(QFileInfo(saved).size() <= fileLimit);
         QCOMPARE(m->bobTransfers().status(Direction::Download), u"disconnected..."_s);
         QVERIFY(!m->bob.w->privateWindow(1)->receiver().isBusy());
 #endif
+    }
+
+    // A download folder that is gone is made again; one that cannot be made is reported to both ends.
+    void missingDownloadFolder_data() {
+        addColumns<bool>("fileInTheWay");
+        QTest::newRow("made on the way") << false;
+        QTest::newRow("a file in the way") << true;
+    }
+
+    void missingDownloadFolder() {
+        QFETCH(bool, fileInTheWay);
+        const QString folder = m->downloads.filePath(u"new/sub"_s);
+        if (fileInTheWay)
+            QVERIFY(writeBytes(m->downloads.filePath(u"new"_s), "x"));
+        m->bob.w->downloadFolder = folder;
+        RawSender sender;
+        QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), sender.server.serverPort()));
+        QCOMPARE(m->offerDialog(0)->Text1->text(), folder);
+        m->offerDialog(0)->Command1->click();
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFO"), kWait);
+        sender.send(R"(INFO|@|C:\Games\half.bin|@|4)");
+        if (!fileInTheWay) {
+            QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFOSEND"), kWait);
+            QVERIFY(QFileInfo(folder + u"/half.bin"_s).isFile());
+            return;
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(m->bob.t.prompts.lastLine(),
+                                  u"Quorvel|Unable to save "_s + folder + u"/half.bin: Not a directory|2"_s,
+                                  kWait);
+        QCOMPARE(m->bob.sentSoFar(),
+                 pmsg("ann", "Could not save half.bin: Not a directory. Nothing was received."));
+        QTRY_VERIFY_WITH_TIMEOUT(sender.peer->state() != QAbstractSocket::ConnectedState, kWait);
     }
 
     void hostileDescriptionsWriteNothing_data() {
@@ -428,8 +462,11 @@ private Q_SLOTS:
         QVERIFY(m->relayOffer(u"/a"_s, 2000));
         QVERIFY(m->relayOffer(u"/b"_s, 2001));
         QVERIFY(m->offerDialog(0) && m->offerDialog(1));
-        // The close box cannot dismiss an unanswered offer.
+        // It is a dialog to assistive technology, and neither the close box nor Escape can dismiss
+        // an unanswered offer.
+        QCOMPARE(QAccessible::queryAccessibleInterface(m->offerDialog(0))->role(), QAccessible::Dialog);
         QVERIFY(!m->offerDialog(0)->close());
+        QTest::keyClick(m->offerDialog(0), Qt::Key_Escape);
         QVERIFY(m->offerDialog(0)->isVisible());
         m->offerDialog(0)->Command2->click();
         QTRY_VERIFY_WITH_TIMEOUT(!m->offerDialog(0), kWait); // answered dialogs are unloaded
@@ -449,6 +486,8 @@ private Q_SLOTS:
         m->offer(u"/tmp/a.zip"_s, QString::number(freePort()));
         Form11& w = m->ann.w->privateChat().transferWindow();
         QVERIFY(w.isVisible());
+        // An empty range would make an idle bar a busy animation.
+        QCOMPARE(w.findChild<QProgressBar*>(u"pbDownload"_s)->maximum(), 1);
         // The buttons act on the primary private window, not on the window that made the offer.
         w.findChild<QPushButton*>(u"cmdUploadCancel"_s)->click();
         QCOMPARE(w.status(Direction::Upload), u"Disonnected..."_s);
@@ -522,16 +561,17 @@ private Q_SLOTS:
         QCOMPARE(w->rtb->toPlainText(), u"\n<carl> one\n<carl> two"_s);
     }
 
+    // echo: what the sender's own window with the peer shows afterwards.
     void composerLines_data() {
-        addColumns<QString, QByteArray>("text", "wire");
+        addColumns<QString, QByteArray, QString>("text", "wire", "echo");
         const QByteArray a = pmsg("bob", "a\r\n"), b = pmsg("bob", "b\r\n"), empty = pmsg("bob", "\r\n");
-        QTest::newRow("two lines") << "a\nb" << a + b;
-        QTest::newRow("trailing line break") << "a\nb\n" << a + b + empty;
-        QTest::newRow("empty line between") << "a\n\nb" << a + empty + b;
+        QTest::newRow("two lines") << "a\nb" << a + b << "\n<ann> a\n<ann> b";
+        QTest::newRow("trailing line break") << "a\nb\n" << a + b + empty << "\n<ann> a\n<ann> b\n<ann> ";
+        QTest::newRow("empty line between") << "a\n\nb" << a + empty + b << "\n<ann> a\n<ann> \n<ann> b";
     }
 
     void composerLines() {
-        auto [text, wire] = fetchRow<QString, QByteArray>("text", "wire");
+        auto [text, wire, echo] = fetchRow<QString, QByteArray, QString>("text", "wire", "echo");
         m->ann.w->LV1->addItems({u"carl"_s, u"bob"_s});
         m->a->mnuSND->trigger();
         Form5* c = m->ann.w->privateChat().composer();
@@ -545,6 +585,7 @@ private Q_SLOTS:
         QVERIFY(c->isSending() && m->ann.waitForSent(wire.size()));
         QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
         QCOMPARE(m->ann.sentSoFar(), wire);
+        QCOMPARE(m->a->rtb->toPlainText(), echo);
     }
 
     void composerCoolDown() {

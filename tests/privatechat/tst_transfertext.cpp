@@ -1,4 +1,5 @@
 #include "DataRows.h"
+#include "privatechat/TransferRate.h"
 #include "privatechat/TransferText.h"
 
 #include <QtTest>
@@ -57,6 +58,37 @@ private Q_SLOTS:
         QCOMPARE((QList<qint64>{TransferText::blocksFor(0), TransferText::blocksFor(1027),
                                 TransferText::blocksFor(1028), TransferText::blocksFor(2056)}),
                  (QList<qint64>{1, 1, 2, 3}));
+    }
+
+    // updates: count and time in ms, in turn; rate and left: read at readAt, -1 for none.
+    void transferRate_data() {
+        addColumns<QList<qint64>, qint64, qint64, qint64, qint64>("updates", "readAt", "total", "rate",
+                                                                  "left");
+        QTest::newRow("one block: no rate yet")
+            << QList<qint64>{1028, 0} << qint64(0) << qint64(5000) << qint64(-1) << qint64(-1);
+        QTest::newRow("5 MB in 0.4 s, read at once")
+            << QList<qint64>{1028, 0, 2'500'000, 200, 5'001'028, 400} << qint64(400) << qint64(5'001'028)
+            << qint64(12'500'000) << qint64(-1);
+        QTest::newRow("the same, read after the end")
+            << QList<qint64>{1028, 0, 5'001'028, 400, 0, 401} << qint64(60'000) << qint64(5'001'028)
+            << qint64(12'500'000) << qint64(-1);
+        QTest::newRow("half way") << QList<qint64>{0, 0, 1000, 1000, 3000, 2000} << qint64(2000)
+                                  << qint64(7000) << qint64(2000) << qint64(2);
+        QTest::newRow("a stall lowers the rate")
+            << QList<qint64>{1000, 0, 3000, 1000} << qint64(4000) << qint64(7000) << qint64(500) << qint64(8);
+        QTest::newRow("the next transfer starts afresh")
+            << QList<qint64>{1000, 0, 9000, 1000, 0, 1001, 500, 5000, 1500, 5500} << qint64(5500)
+            << qint64(2500) << qint64(2000) << qint64(1);
+    }
+
+    void transferRate() {
+        auto [updates, readAt, total, rate, left] = fetchRow<QList<qint64>, qint64, qint64, qint64, qint64>(
+            "updates", "readAt", "total", "rate", "left");
+        TransferRate r;
+        for (qsizetype i = 0; i + 1 < updates.size(); i += 2)
+            r.update(updates.at(i), updates.at(i + 1));
+        QCOMPARE(qint64(r.bytesPerSecond(readAt).value_or(-1)), rate);
+        QCOMPARE(r.secondsLeft(total, readAt).value_or(-1), left);
     }
 };
 

@@ -117,8 +117,10 @@ private Q_SLOTS:
     void playingAndBack() {
         Launch c(QStringLiteral("Kingpin"));
         QVERIFY(c.ready);
+        c.g.options().show();
         c.g.Join->click();
         QCOMPARE(c.sentSoFar(), kJoined);
+        QVERIFY(!c.g.options().isVisible()); // nothing of the browser stays over the game
         QCOMPARE(c.t.sounds.played, QStringList{c.t.file(QStringLiteral("\\play.wav"))});
         // Sounds, notification and both windows are off while playing, and back at the return.
         const auto awayState = [&c] {

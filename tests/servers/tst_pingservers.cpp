@@ -61,6 +61,11 @@ private Q_SLOTS:
                               w->lblGameName->text()}),
                  (QStringList{"Bank Job", "kpdm1", "3", "1.21 x86 Jan 31 2000 Win32 RELEASE"}));
         QCOMPARE(columnTexts(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
+        // A screen reader says each value, described by its caption, in a window.
+        QAccessibleInterface* map = QAccessible::queryAccessibleInterface(w->lblMap);
+        QCOMPARE(map->text(QAccessible::Name) + u'|' + map->text(QAccessible::Description),
+                 QStringLiteral("kpdm1|Map"));
+        QCOMPARE(QAccessible::queryAccessibleInterface(w)->role(), QAccessible::Window);
         const qsizetype size = FakeGameReplies::quakeIIStatus(b.responder.server(b.port)).size();
         QCOMPARE(w->Label2->text(), QStringLiteral(" Status : Total bytes ") + QString::number(size));
         QVERIFY(w->lblReplyTime->text().contains(QRegularExpression(QStringLiteral("^Reply time : \\d+ ms$"))));
@@ -199,6 +204,11 @@ private Q_SLOTS:
         };
         clickColumn(0);
         QCOMPARE(columnTexts(w->LVPlayers, 0), (QStringList{"12", "7", "5"}));
+        // A refresh brings the rows in the server's order; the chosen order holds, as the arrow says.
+        w->cmdQuery->click();
+        QTRY_COMPARE_WITH_TIMEOUT(w->graph->sampleCount(), std::size_t(2), 10000);
+        QCOMPARE(columnTexts(w->LVPlayers, 0), (QStringList{"12", "7", "5"}));
+        QVERIFY(w->LVPlayers->header()->isSortIndicatorShown());
         clickColumn(0);
         QCOMPARE(columnTexts(w->LVPlayers, 0), (QStringList{"5", "7", "12"}));
         clickColumn(2); // the direction alternates whichever column is clicked
