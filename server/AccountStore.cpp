@@ -52,38 +52,67 @@ bool AccountStore::open(QString* error) {
         db.setUserName(m_config.user);
     if (!m_config.password.isEmpty())
         db.setPassword(m_config.password);
-    if (!db.open()) {
-        if (error)
-            *error = db.lastError().text();
+    if (m_config.driver == QLatin1String("QPSQL")) {
+        // A database that accepts the connection and then never answers (a stopped process)
+        // must not hold a reconnecting thread for good; keep-alives find a peer that vanished.
+        db.setConnectOptions(
+            QStringLiteral("connect_timeout=5;keepalives_idle=10;keepalives_interval=5;keepalives_count=3"));
+    }
+    if (!connectDatabase(error))
         return false;
-    }
-    if (m_config.driver == QLatin1String("QSQLITE")) {
-        // WAL with full sync: a committed transaction is on disk before commit() returns.
-        // Readers never wait for a writer in WAL mode; a writer waits lockWaitMs for another.
-        QSqlQuery pragma(db);
-        for (const QString& statement :
-             {QStringLiteral("PRAGMA journal_mode=WAL"), QStringLiteral("PRAGMA synchronous=FULL"),
-              QStringLiteral("PRAGMA busy_timeout=%1").arg(m_config.lockWaitMs)}) {
-            if (!pragma.exec(statement)) {
-                if (error)
-                    *error = pragma.lastError().text();
-                return false;
-            }
-        }
-    } else if (m_config.driver == QLatin1String("QPSQL")) {
-        QSqlQuery setting(db);
-        if (!setting.exec(QStringLiteral("SET lock_timeout = %1").arg(m_config.lockWaitMs))) {
-            if (error)
-                *error = setting.lastError().text();
-            return false;
-        }
-    }
     const int version = schemaVersion();
     if (version < CurrentSchemaVersion && !createSchema(version)) {
         if (error)
             *error = db.lastError().text();
         return false;
     }
+    return true;
+}
+
+bool AccountStore::connectDatabase(QString* error) {
+    QSqlDatabase db = QSqlDatabase::database(m_connection, false);
+    if (!db.open()) {
+        if (error)
+            *error = db.lastError().text();
+        return false;
+    }
+    QStringList settings;
+    if (m_config.driver == QLatin1String("QSQLITE")) {
+        // WAL with full sync: a committed transaction is on disk before commit() returns.
+        // Readers never wait for a writer in WAL mode; a writer waits lockWaitMs for another.
+        settings << QStringLiteral("PRAGMA journal_mode=WAL") << QStringLiteral("PRAGMA synchronous=FULL")
+                 << QStringLiteral("PRAGMA busy_timeout=%1").arg(m_config.lockWaitMs);
+    } else if (m_config.driver == QLatin1String("QPSQL")) {
+        settings << QStringLiteral("SET lock_timeout = %1").arg(m_config.lockWaitMs);
+    }
+    QSqlQuery setting(db);
+    for (const QString& statement : std::as_const(settings)) {
+        if (!setting.exec(statement)) {
+            if (error)
+                *error = setting.lastError().text();
+            db.close();
+            return false;
+        }
+    }
+    return true;
+}
+
+bool AccountStore::isConnected() const {
+    return QSqlDatabase::database(m_connection, false).isOpen();
+}
+
+bool AccountStore::reconnectIfLost() {
+    QSqlDatabase db = QSqlDatabase::database(m_connection, false);
+    if (db.isOpen() && QSqlQuery(db).exec(QStringLiteral("SELECT 1")))
+        return true;
+    if (db.isOpen()) {
+        qWarning("quorvel-server: database: the connection was lost; connecting again");
+        db.close();
+    }
+    // Said once per outage, not at every try.
+    if (!connectDatabase(nullptr))
+        return false;
+    qInfo("quorvel-server: database: connected again");
     return true;
 }
 

@@ -63,6 +63,10 @@ public:
 
     // Opens the database and creates or upgrades the schema. False (with the reason) on failure.
     bool open(QString* error);
+    // After a failure: when the connection no longer answers (the database restarted or went
+    // away), opens it again. True when the connection answers now.
+    bool reconnectIfLost();
+    bool isConnected() const;
     int schemaVersion() const;
     int hashIterations() const { return m_config.hashIterations; }
 
@@ -102,6 +106,8 @@ public:
     std::optional<NewsItem> latestNews() const;
 
 private:
+    // Opens the connection and applies the settings each new connection needs.
+    bool connectDatabase(QString* error);
     bool exec(QSqlQuery& query) const;
     bool inTransaction(const std::function<bool()>& work);
     bool createSchema(int fromVersion);
