@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int CurrentSchemaVersion = 1;
+constexpr int CurrentSchemaVersion = 2;
 
 QAtomicInt connectionCounter;
 
@@ -149,15 +149,38 @@ bool AccountStore::createSchema(int fromVersion) {
                                   " author VARCHAR(80) NOT NULL, headline VARCHAR(1024), body VARCHAR(8192),"
                                   " posted VARCHAR(32) NOT NULL)");
         }
+        if (fromVersion < 2) {
+            steps << QStringLiteral("ALTER TABLE accounts ADD COLUMN look_key VARCHAR(80)")
+                  << QStringLiteral("CREATE INDEX accounts_by_look ON accounts (look_key)");
+        }
         // Later versions append their steps here, each guarded by fromVersion.
         for (const QString& step : steps) {
             if (!query.exec(step))
                 return false;
         }
+        if (fromVersion < 2 && !fillLookAlikeKeys())
+            return false;
         query.prepare(QStringLiteral("UPDATE schema_version SET version = ?"));
         query.addBindValue(CurrentSchemaVersion);
         return exec(query);
     });
+}
+
+bool AccountStore::fillLookAlikeKeys() {
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    if (!query.exec(QStringLiteral("SELECT name_key, name FROM accounts")))
+        return false;
+    QList<std::pair<QString, QString>> keys;
+    while (query.next())
+        keys.append({query.value(0).toString(), NameRules::lookAlikeKey(query.value(1).toString())});
+    query.prepare(QStringLiteral("UPDATE accounts SET look_key = ? WHERE name_key = ?"));
+    for (const auto& [nameKey, lookKey] : std::as_const(keys)) {
+        query.addBindValue(lookKey);
+        query.addBindValue(nameKey);
+        if (!query.exec())
+            return false;
+    }
+    return true;
 }
 
 bool AccountStore::exec(QSqlQuery& query) const {
@@ -196,7 +219,7 @@ AccountStore::CreateResult AccountStore::createAccount(const NewAccount& account
 }
 
 AccountStore::CreateResult AccountStore::checkNewAccount(const QString& name, const QString& address,
-                                                         int accountsPerAddress) const {
+                                                         int accountsPerAddress, QString* lookalike) const {
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
     query.prepare(QStringLiteral("SELECT COUNT(*) FROM accounts WHERE name_key = ?"));
     query.addBindValue(NameRules::key(name));
@@ -204,6 +227,15 @@ AccountStore::CreateResult AccountStore::checkNewAccount(const QString& name, co
         return CreateResult::Failed;
     if (query.value(0).toInt() > 0)
         return CreateResult::NameTaken;
+    query.prepare(QStringLiteral("SELECT name FROM accounts WHERE look_key = ?"));
+    query.addBindValue(NameRules::lookAlikeKey(name));
+    if (!exec(query))
+        return CreateResult::Failed;
+    if (query.next()) {
+        if (lookalike)
+            *lookalike = query.value(0).toString();
+        return CreateResult::NameLooksTaken;
+    }
     if (accountsPerAddress > 0) {
         query.prepare(QStringLiteral("SELECT COUNT(*) FROM accounts WHERE address = ?"));
         query.addBindValue(address.isNull() ? QStringLiteral("") : address);
@@ -225,9 +257,10 @@ AccountStore::CreateResult AccountStore::createAccount(const NewAccount& account
             return false;
         QSqlQuery query(QSqlDatabase::database(m_connection, false));
         query.prepare(
-            QStringLiteral("INSERT INTO accounts (name_key, name, salt, hash, iterations, address, age,"
-                           " email, website, hobbies, created) VALUES (?,?,?,?,?,?,?,?,?,?,?)"));
+            QStringLiteral("INSERT INTO accounts (name_key, look_key, name, salt, hash, iterations, address,"
+                           " age, email, website, hobbies, created) VALUES (?,?,?,?,?,?,?,?,?,?,?,?)"));
         query.addBindValue(NameRules::key(account.name));
+        query.addBindValue(NameRules::lookAlikeKey(account.name));
         query.addBindValue(account.name);
         query.addBindValue(QString::fromLatin1(password.salt.toBase64()));
         query.addBindValue(QString::fromLatin1(password.hash.toBase64()));

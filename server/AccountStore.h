@@ -42,7 +42,8 @@ public:
         QString address;
     };
 
-    enum class CreateResult { Created, NameTaken, TooManyForAddress, Failed };
+    // NameLooksTaken: another account's name looks the same (NameRules::lookAlikeKey).
+    enum class CreateResult { Created, NameTaken, NameLooksTaken, TooManyForAddress, Failed };
 
     struct Credentials {
         QString name; // the account's own spelling
@@ -78,8 +79,10 @@ public:
     CreateResult createAccount(const NewAccount& account, int accountsPerAddress, const QDateTime& now);
     CreateResult createAccount(const NewAccount& account, const PasswordHash::Stored& password,
                                int accountsPerAddress, const QDateTime& now);
-    // Created when nothing stands in the way of creating the account now.
-    CreateResult checkNewAccount(const QString& name, const QString& address, int accountsPerAddress) const;
+    // Created when nothing stands in the way of creating the account now. With NameLooksTaken,
+    // the name it looks like goes to lookalike.
+    CreateResult checkNewAccount(const QString& name, const QString& address, int accountsPerAddress,
+                                 QString* lookalike = nullptr) const;
     std::optional<Credentials> credentials(const QString& name) const;
     // The account's own spelling when the name and password match one, nothing otherwise.
     std::optional<QString> verify(const QString& name, const QString& password) const;
@@ -111,6 +114,7 @@ private:
     bool exec(QSqlQuery& query) const;
     bool inTransaction(const std::function<bool()>& work);
     bool createSchema(int fromVersion);
+    bool fillLookAlikeKeys();
 
     Config m_config;
     QString m_connection;

@@ -242,23 +242,33 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
     }
     // Refusals that a read can tell cost no hashing; the write checks again, in its transaction.
     session->setState(MemberSession::State::Checking);
-    const auto check = std::make_shared<AccountStore::CreateResult>();
+    struct Check {
+        AccountStore::CreateResult result = AccountStore::CreateResult::Failed;
+        QString lookalike;
+    };
+    const auto check = std::make_shared<Check>();
     m_database.read(
         this,
-        [check, name = account.name, address = account.address,
-         cap = m_limits.accountsPerAddress](AccountStore& store) { *check = store.checkNewAccount(name, address, cap); },
+        [check, name = account.name, address = account.address, cap = m_limits.accountsPerAddress](AccountStore& store) {
+            check->result = store.checkNewAccount(name, address, cap, &check->lookalike);
+        },
         [this, session = QPointer(session), check, account](bool succeeded) {
             if (!session || session->state() != MemberSession::State::Checking)
                 return;
-            if (succeeded && *check == AccountStore::CreateResult::Created) {
+            if (succeeded && check->result == AccountStore::CreateResult::Created) {
                 createAccount(session, account);
                 return;
             }
             session->setState(MemberSession::State::Connected);
-            if (!succeeded)
+            if (!succeeded) {
                 databaseTrouble(session, QStringLiteral("your account was not created"));
-            else
-                session->send(QString(ChatProtocol::InUse));
+                return;
+            }
+            if (check->result == AccountStore::CreateResult::NameLooksTaken)
+                serverMessage(session, QStringLiteral("The name %1 was not taken: it looks too much like %2, the "
+                                                      "name of a member. Please choose another.")
+                                           .arg(account.name, check->lookalike));
+            session->send(QString(ChatProtocol::InUse));
         });
 }
 
