@@ -105,11 +105,12 @@ bool AccountStore::reconnectIfLost() {
     QSqlDatabase db = QSqlDatabase::database(m_connection, false);
     if (db.isOpen() && QSqlQuery(db).exec(QStringLiteral("SELECT 1")))
         return true;
+    // Said once per outage: the tries after this one find the connection closed and stay quiet
+    // until one succeeds.
     if (db.isOpen()) {
         qWarning("quorvel-server: database: the connection was lost; connecting again");
         db.close();
     }
-    // Said once per outage, not at every try.
     if (!connectDatabase(nullptr))
         return false;
     qInfo("quorvel-server: database: connected again");

@@ -220,8 +220,7 @@ bool ChatRoom::isDisplayNameFree(const QString& name, const QString& ownAccount,
     // An older account whose name has the mark keeps it. The account's own name is fine once
     // its other session has gone.
     const bool ownName = NameRules::key(name) == NameRules::key(ownAccount);
-    return (ownName || (NameRules::isSessionName(name, ownAccount) && !isAccount)) &&
-           !online(name);
+    return (ownName || (NameRules::isSessionName(name, ownAccount) && !isAccount)) && !online(name);
 }
 
 void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& fields) {
@@ -249,7 +248,8 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
     const auto check = std::make_shared<Check>();
     m_database.read(
         this,
-        [check, name = account.name, address = account.address, cap = m_limits.accountsPerAddress](AccountStore& store) {
+        [check, name = account.name, address = account.address,
+         cap = m_limits.accountsPerAddress](AccountStore& store) {
             check->result = store.checkNewAccount(name, address, cap, &check->lookalike);
         },
         [this, session = QPointer(session), check, account](bool succeeded) {
@@ -265,9 +265,10 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
                 return;
             }
             if (check->result == AccountStore::CreateResult::NameLooksTaken)
-                serverMessage(session, QStringLiteral("The name %1 was not taken: it looks too much like %2, the "
-                                                      "name of a member. Please choose another.")
-                                           .arg(account.name, check->lookalike));
+                serverMessage(session,
+                              QStringLiteral("The name %1 was not taken: it looks too much like %2, the "
+                                             "name of a member. Please choose another.")
+                                  .arg(account.name, check->lookalike));
             session->send(QString(ChatProtocol::InUse));
         });
 }
@@ -310,10 +311,11 @@ void ChatRoom::signOn(MemberSession* session, const QString& displayName) {
         serverMessage(session, m_messageOfTheDay);
     if (m_latestNews) {
         // News stored before control characters were removed on arrival is cleaned here.
-        serverMessage(session, RelayedText::withoutControls(
-                                   QStringLiteral("Latest news (%1, %2): %3 - %4")
-                                       .arg(m_latestNews->posted.toString(QStringLiteral("yyyy-MM-dd")),
-                                            m_latestNews->author, m_latestNews->headline, m_latestNews->body)));
+        serverMessage(session,
+                      RelayedText::withoutControls(
+                          QStringLiteral("Latest news (%1, %2): %3 - %4")
+                              .arg(m_latestNews->posted.toString(QStringLiteral("yyyy-MM-dd")),
+                                   m_latestNews->author, m_latestNews->headline, m_latestNews->body)));
     } else if (!m_newsKnown) {
         loadLatestNews(); // the database did not answer at start; this member goes without
     }

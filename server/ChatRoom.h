@@ -26,7 +26,8 @@ public:
     static const QString ServerName;
 
     // Every read and change goes through database; this thread never waits for it.
-    ChatRoom(DatabaseThreads& database, const ServerLimits& limits, NowFunction now, QObject* parent = nullptr);
+    ChatRoom(DatabaseThreads& database, const ServerLimits& limits, NowFunction now,
+             QObject* parent = nullptr);
     // Members still signed on leave with the server: their last-seen time is recorded.
     ~ChatRoom() override;
 

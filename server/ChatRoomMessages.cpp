@@ -134,7 +134,8 @@ void ChatRoom::answerOps(MemberSession* session) {
             if (present.isEmpty())
                 notice(session, QStringLiteral("No operator is online."));
             else
-                notice(session, QStringLiteral("Operators online: %1").arg(present.join(QStringLiteral(", "))));
+                notice(session,
+                       QStringLiteral("Operators online: %1").arg(present.join(QStringLiteral(", "))));
         });
 }
 

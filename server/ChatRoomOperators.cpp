@@ -19,7 +19,8 @@ void ChatRoom::handleOps(MemberSession* session, const QStringList& fields) {
     // Checked at every command, so "op remove" takes effect on a running server.
     const auto isOperator = std::make_shared<bool>(false);
     m_database.read(
-        this, [isOperator, account = session->accountName()](AccountStore& store) {
+        this,
+        [isOperator, account = session->accountName()](AccountStore& store) {
             *isOperator = store.isOperator(account);
         },
         [this, session = QPointer(session), isOperator, fields](bool succeeded) {
@@ -107,7 +108,8 @@ void ChatRoom::ban(MemberSession* op, const QString& target) {
                 return;
             const BanKind kind = *outcome->escalate ? BanKind::Permanent : BanKind::Timed;
             const std::optional<QDateTime> expires =
-                *outcome->escalate ? std::nullopt : std::optional<QDateTime>(now.addSecs(TimedBanMinutes * 60));
+                *outcome->escalate ? std::nullopt
+                                   : std::optional<QDateTime>(now.addSecs(TimedBanMinutes * 60));
             for (; outcome->stored < addresses.size(); ++outcome->stored) {
                 if (!store.addBan(kind, account, addresses.at(outcome->stored), expires))
                     return;

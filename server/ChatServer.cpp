@@ -11,8 +11,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-ChatServer::ChatServer(DatabaseThreads& database, const ServerLimits& limits,
-                       NowFunction now, QObject* parent)
+ChatServer::ChatServer(DatabaseThreads& database, const ServerLimits& limits, NowFunction now,
+                       QObject* parent)
     : QObject(parent)
     , m_limits(limits)
     , m_now(std::move(now))

@@ -21,8 +21,8 @@ class QTimer;
 class ChatServer : public QObject {
     Q_OBJECT
 public:
-    ChatServer(DatabaseThreads& database, const ServerLimits& limits,
-               NowFunction now = systemNow(), QObject* parent = nullptr);
+    ChatServer(DatabaseThreads& database, const ServerLimits& limits, NowFunction now = systemNow(),
+               QObject* parent = nullptr);
     ~ChatServer() override;
 
     bool listen(const QHostAddress& address, quint16 port);

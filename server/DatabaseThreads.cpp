@@ -165,7 +165,8 @@ quint64 DatabaseThreads::wait(QObject* context, Done done) {
     m_waiting.insert(id, Waiting{context, std::move(done)});
     // The lane gives up what it has not started when the patience is over; this covers the
     // work it started and that a database which stopped answering holds up, thread and all.
-    QTimer::singleShot(m_patienceMs + LockWaitMs + AnswerMarginMs, this, [this, id] { onFinished(id, false); });
+    QTimer::singleShot(m_patienceMs + LockWaitMs + AnswerMarginMs, this,
+                       [this, id] { onFinished(id, false); });
     return id;
 }
 

@@ -59,7 +59,8 @@ HttpRequestHead::Result readRequestLine(const QByteArray& line, HttpRequestHead*
             return HttpRequestHead::Result::Malformed;
     }
     static constexpr QByteArrayView Scheme = "http://";
-    if (target.size() > Scheme.size() && QByteArrayView(target).first(Scheme.size()).compare(Scheme, Qt::CaseInsensitive) == 0) {
+    if (target.size() > Scheme.size() &&
+        QByteArrayView(target).first(Scheme.size()).compare(Scheme, Qt::CaseInsensitive) == 0) {
         const qsizetype path = target.indexOf('/', Scheme.size());
         target = path < 0 ? QByteArray("/") : target.mid(path);
     }
@@ -100,7 +101,8 @@ HttpRequestHead::Result HttpRequestHead::parse(const QByteArray& buffer, qsizety
         // has no header fields to wait for) gets its answer now, not at the deadline.
         if (const qsizetype lineEnd = buffer.indexOf("\r\n"); lineEnd >= 0 && lineEnd < maxBytes) {
             HttpRequestHead line;
-            if (const Result result = readRequestLine(buffer.left(lineEnd), &line); result != Result::Complete)
+            if (const Result result = readRequestLine(buffer.left(lineEnd), &line);
+                result != Result::Complete)
                 return result;
         }
         return buffer.size() >= maxBytes ? Result::TooLarge : Result::Incomplete;

@@ -85,17 +85,20 @@ DatabaseProxy::DatabaseProxy(quint16 databasePort)
     : m_relay(new DatabaseRelay(databasePort)) {
     m_relay->moveToThread(&m_thread);
     m_thread.start();
-    QMetaObject::invokeMethod(m_relay, [this] { m_port = m_relay->listen(); }, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        m_relay, [this] { m_port = m_relay->listen(); }, Qt::BlockingQueuedConnection);
 }
 
 DatabaseProxy::~DatabaseProxy() {
-    QMetaObject::invokeMethod(m_relay, [this] { delete m_relay; }, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        m_relay, [this] { delete m_relay; }, Qt::BlockingQueuedConnection);
     m_thread.quit();
     m_thread.wait();
 }
 
 void DatabaseProxy::onRelayThread(void (DatabaseRelay::*change)()) {
-    QMetaObject::invokeMethod(m_relay, [this, change] { (m_relay->*change)(); }, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        m_relay, [this, change] { (m_relay->*change)(); }, Qt::BlockingQueuedConnection);
 }
 
 void DatabaseProxy::goAway() {

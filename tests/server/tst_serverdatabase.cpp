@@ -169,8 +169,9 @@ private slots:
         ServerTestClient early;
         QVERIFY(early.connectTo(server.port()));
         early.sendSegment(wire("LOGIN", "dave", "4"));
-        QVERIFY(early.waitForLine(wire("SMSG", "The server's database is not answering, so you cannot sign on "
-                                               "now. Please try again in a minute.")));
+        QVERIFY(
+            early.waitForLine(wire("SMSG", "The server's database is not answering, so you cannot sign on "
+                                           "now. Please try again in a minute.")));
 
         // What was due is written once the database is back; sign-on, accounts and news work at once.
         proxy.comeBack();
