@@ -60,7 +60,7 @@ struct Room {
         database = std::make_unique<DatabaseThreads>(config, 1000);
         if (!database->open(&error))
             qFatal("fuzz database threads: %s", qPrintable(error));
-        room = std::make_unique<ChatRoom>(*store, *database, limits, [this] { return now; });
+        room = std::make_unique<ChatRoom>(*database, limits, [this] { return now; });
     }
 
     ~Room() {

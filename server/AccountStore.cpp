@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int CurrentSchemaVersion = 1;
+constexpr int CurrentSchemaVersion = 2;
 
 QAtomicInt connectionCounter;
 
@@ -52,38 +52,68 @@ bool AccountStore::open(QString* error) {
         db.setUserName(m_config.user);
     if (!m_config.password.isEmpty())
         db.setPassword(m_config.password);
-    if (!db.open()) {
-        if (error)
-            *error = db.lastError().text();
+    if (m_config.driver == QLatin1String("QPSQL")) {
+        // A database that accepts the connection and then never answers (a stopped process)
+        // must not hold a reconnecting thread for good; keep-alives find a peer that vanished.
+        db.setConnectOptions(
+            QStringLiteral("connect_timeout=5;keepalives_idle=10;keepalives_interval=5;keepalives_count=3"));
+    }
+    if (!connectDatabase(error))
         return false;
-    }
-    if (m_config.driver == QLatin1String("QSQLITE")) {
-        // WAL with full sync: a committed transaction is on disk before commit() returns.
-        // Readers never wait for a writer in WAL mode; a writer waits lockWaitMs for another.
-        QSqlQuery pragma(db);
-        for (const QString& statement :
-             {QStringLiteral("PRAGMA journal_mode=WAL"), QStringLiteral("PRAGMA synchronous=FULL"),
-              QStringLiteral("PRAGMA busy_timeout=%1").arg(m_config.lockWaitMs)}) {
-            if (!pragma.exec(statement)) {
-                if (error)
-                    *error = pragma.lastError().text();
-                return false;
-            }
-        }
-    } else if (m_config.driver == QLatin1String("QPSQL")) {
-        QSqlQuery setting(db);
-        if (!setting.exec(QStringLiteral("SET lock_timeout = %1").arg(m_config.lockWaitMs))) {
-            if (error)
-                *error = setting.lastError().text();
-            return false;
-        }
-    }
     const int version = schemaVersion();
     if (version < CurrentSchemaVersion && !createSchema(version)) {
         if (error)
             *error = db.lastError().text();
         return false;
     }
+    return true;
+}
+
+bool AccountStore::connectDatabase(QString* error) {
+    QSqlDatabase db = QSqlDatabase::database(m_connection, false);
+    if (!db.open()) {
+        if (error)
+            *error = db.lastError().text();
+        return false;
+    }
+    QStringList settings;
+    if (m_config.driver == QLatin1String("QSQLITE")) {
+        // WAL with full sync: a committed transaction is on disk before commit() returns.
+        // Readers never wait for a writer in WAL mode; a writer waits lockWaitMs for another.
+        settings << QStringLiteral("PRAGMA journal_mode=WAL") << QStringLiteral("PRAGMA synchronous=FULL")
+                 << QStringLiteral("PRAGMA busy_timeout=%1").arg(m_config.lockWaitMs);
+    } else if (m_config.driver == QLatin1String("QPSQL")) {
+        settings << QStringLiteral("SET lock_timeout = %1").arg(m_config.lockWaitMs);
+    }
+    QSqlQuery setting(db);
+    for (const QString& statement : std::as_const(settings)) {
+        if (!setting.exec(statement)) {
+            if (error)
+                *error = setting.lastError().text();
+            db.close();
+            return false;
+        }
+    }
+    return true;
+}
+
+bool AccountStore::isConnected() const {
+    return QSqlDatabase::database(m_connection, false).isOpen();
+}
+
+bool AccountStore::reconnectIfLost() {
+    QSqlDatabase db = QSqlDatabase::database(m_connection, false);
+    if (db.isOpen() && QSqlQuery(db).exec(QStringLiteral("SELECT 1")))
+        return true;
+    // Said once per outage: the tries after this one find the connection closed and stay quiet
+    // until one succeeds.
+    if (db.isOpen()) {
+        qWarning("quorvel-server: database: the connection was lost; connecting again");
+        db.close();
+    }
+    if (!connectDatabase(nullptr))
+        return false;
+    qInfo("quorvel-server: database: connected again");
     return true;
 }
 
@@ -120,15 +150,38 @@ bool AccountStore::createSchema(int fromVersion) {
                                   " author VARCHAR(80) NOT NULL, headline VARCHAR(1024), body VARCHAR(8192),"
                                   " posted VARCHAR(32) NOT NULL)");
         }
+        if (fromVersion < 2) {
+            steps << QStringLiteral("ALTER TABLE accounts ADD COLUMN look_key VARCHAR(80)")
+                  << QStringLiteral("CREATE INDEX accounts_by_look ON accounts (look_key)");
+        }
         // Later versions append their steps here, each guarded by fromVersion.
         for (const QString& step : steps) {
             if (!query.exec(step))
                 return false;
         }
+        if (fromVersion < 2 && !fillLookAlikeKeys())
+            return false;
         query.prepare(QStringLiteral("UPDATE schema_version SET version = ?"));
         query.addBindValue(CurrentSchemaVersion);
         return exec(query);
     });
+}
+
+bool AccountStore::fillLookAlikeKeys() {
+    QSqlQuery query(QSqlDatabase::database(m_connection, false));
+    if (!query.exec(QStringLiteral("SELECT name_key, name FROM accounts")))
+        return false;
+    QList<std::pair<QString, QString>> keys;
+    while (query.next())
+        keys.append({query.value(0).toString(), NameRules::lookAlikeKey(query.value(1).toString())});
+    query.prepare(QStringLiteral("UPDATE accounts SET look_key = ? WHERE name_key = ?"));
+    for (const auto& [nameKey, lookKey] : std::as_const(keys)) {
+        query.addBindValue(lookKey);
+        query.addBindValue(nameKey);
+        if (!query.exec())
+            return false;
+    }
+    return true;
 }
 
 bool AccountStore::exec(QSqlQuery& query) const {
@@ -167,7 +220,7 @@ AccountStore::CreateResult AccountStore::createAccount(const NewAccount& account
 }
 
 AccountStore::CreateResult AccountStore::checkNewAccount(const QString& name, const QString& address,
-                                                         int accountsPerAddress) const {
+                                                         int accountsPerAddress, QString* lookalike) const {
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
     query.prepare(QStringLiteral("SELECT COUNT(*) FROM accounts WHERE name_key = ?"));
     query.addBindValue(NameRules::key(name));
@@ -175,6 +228,15 @@ AccountStore::CreateResult AccountStore::checkNewAccount(const QString& name, co
         return CreateResult::Failed;
     if (query.value(0).toInt() > 0)
         return CreateResult::NameTaken;
+    query.prepare(QStringLiteral("SELECT name FROM accounts WHERE look_key = ?"));
+    query.addBindValue(NameRules::lookAlikeKey(name));
+    if (!exec(query))
+        return CreateResult::Failed;
+    if (query.next()) {
+        if (lookalike)
+            *lookalike = query.value(0).toString();
+        return CreateResult::NameLooksTaken;
+    }
     if (accountsPerAddress > 0) {
         query.prepare(QStringLiteral("SELECT COUNT(*) FROM accounts WHERE address = ?"));
         query.addBindValue(address.isNull() ? QStringLiteral("") : address);
@@ -196,9 +258,10 @@ AccountStore::CreateResult AccountStore::createAccount(const NewAccount& account
             return false;
         QSqlQuery query(QSqlDatabase::database(m_connection, false));
         query.prepare(
-            QStringLiteral("INSERT INTO accounts (name_key, name, salt, hash, iterations, address, age,"
-                           " email, website, hobbies, created) VALUES (?,?,?,?,?,?,?,?,?,?,?)"));
+            QStringLiteral("INSERT INTO accounts (name_key, look_key, name, salt, hash, iterations, address,"
+                           " age, email, website, hobbies, created) VALUES (?,?,?,?,?,?,?,?,?,?,?,?)"));
         query.addBindValue(NameRules::key(account.name));
+        query.addBindValue(NameRules::lookAlikeKey(account.name));
         query.addBindValue(account.name);
         query.addBindValue(QString::fromLatin1(password.salt.toBase64()));
         query.addBindValue(QString::fromLatin1(password.hash.toBase64()));

@@ -42,7 +42,8 @@ public:
         QString address;
     };
 
-    enum class CreateResult { Created, NameTaken, TooManyForAddress, Failed };
+    // NameLooksTaken: another account's name looks the same (NameRules::lookAlikeKey).
+    enum class CreateResult { Created, NameTaken, NameLooksTaken, TooManyForAddress, Failed };
 
     struct Credentials {
         QString name; // the account's own spelling
@@ -63,6 +64,10 @@ public:
 
     // Opens the database and creates or upgrades the schema. False (with the reason) on failure.
     bool open(QString* error);
+    // After a failure: when the connection no longer answers (the database restarted or went
+    // away), opens it again. True when the connection answers now.
+    bool reconnectIfLost();
+    bool isConnected() const;
     int schemaVersion() const;
     int hashIterations() const { return m_config.hashIterations; }
 
@@ -74,8 +79,10 @@ public:
     CreateResult createAccount(const NewAccount& account, int accountsPerAddress, const QDateTime& now);
     CreateResult createAccount(const NewAccount& account, const PasswordHash::Stored& password,
                                int accountsPerAddress, const QDateTime& now);
-    // Created when nothing stands in the way of creating the account now.
-    CreateResult checkNewAccount(const QString& name, const QString& address, int accountsPerAddress) const;
+    // Created when nothing stands in the way of creating the account now. With NameLooksTaken,
+    // the name it looks like goes to lookalike.
+    CreateResult checkNewAccount(const QString& name, const QString& address, int accountsPerAddress,
+                                 QString* lookalike = nullptr) const;
     std::optional<Credentials> credentials(const QString& name) const;
     // The account's own spelling when the name and password match one, nothing otherwise.
     std::optional<QString> verify(const QString& name, const QString& password) const;
@@ -102,9 +109,12 @@ public:
     std::optional<NewsItem> latestNews() const;
 
 private:
+    // Opens the connection and applies the settings each new connection needs.
+    bool connectDatabase(QString* error);
     bool exec(QSqlQuery& query) const;
     bool inTransaction(const std::function<bool()>& work);
     bool createSchema(int fromVersion);
+    bool fillLookAlikeKeys();
 
     Config m_config;
     QString m_connection;

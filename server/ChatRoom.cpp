@@ -18,10 +18,8 @@
 
 const QString ChatRoom::ServerName = QStringLiteral("Quorvel");
 
-ChatRoom::ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits,
-                   NowFunction now, QObject* parent)
+ChatRoom::ChatRoom(DatabaseThreads& database, const ServerLimits& limits, NowFunction now, QObject* parent)
     : QObject(parent)
-    , m_store(store)
     , m_database(database)
     , m_hasher(new PasswordHasher(this))
     , m_limits(limits)
@@ -29,6 +27,7 @@ ChatRoom::ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerL
     , m_throttle({.firstDelayMs = limits.signOnDelayMs}, [this] { return m_uptime.elapsed(); })
     , m_standInKey(PasswordHash::newSalt()) {
     m_uptime.start();
+    loadLatestNews();
 }
 
 ChatRoom::~ChatRoom() {
@@ -127,7 +126,7 @@ void ChatRoom::compareLogin(MemberSession* session, const QString& name, const Q
         stored.salt = QMessageAuthenticationCode::hash(NameRules::key(name).toUtf8(), m_standInKey,
                                                        QCryptographicHash::Sha256)
                           .left(16);
-        stored.iterations = m_store.hashIterations();
+        stored.iterations = m_database.hashIterations();
     }
     m_hasher->derive(this, password, stored.salt, stored.iterations,
                      [this, session = QPointer(session), account, banned, databaseFailed,
@@ -158,13 +157,41 @@ void ChatRoom::compareLogin(MemberSession* session, const QString& name, const Q
 }
 
 void ChatRoom::handleNick(MemberSession* session, const QStringList& fields) {
-    // A ban may have landed while the member was choosing.
-    if (isBanned(session, session->accountName())) {
+    struct Found {
+        bool banned = false;
+        bool isAccount = false;
+    };
+    const auto found = std::make_shared<Found>();
+    const QString wanted = ChatMessage::field(fields, 1);
+    session->setState(MemberSession::State::Checking);
+    m_database.read(
+        this,
+        [found, wanted, account = session->accountName(), address = session->address(),
+         now = m_now()](AccountStore& store) {
+            // A ban may have landed while the member was choosing.
+            found->banned = store.isBanned(account, address, AddressRules::subnetOf(address), now);
+            found->isAccount = store.accountExists(wanted);
+        },
+        [this, session = QPointer(session), found, wanted](bool succeeded) {
+            if (!session || session->state() != MemberSession::State::Checking)
+                return;
+            session->setState(MemberSession::State::AwaitingNick);
+            if (!succeeded) {
+                m_awaitingNick.removeOne(session);
+                databaseTrouble(session, QStringLiteral("you cannot sign on now"));
+                session->closeAfterSending();
+                return;
+            }
+            answerNick(session, wanted, found->banned, found->isAccount);
+        });
+}
+
+void ChatRoom::answerNick(MemberSession* session, const QString& wanted, bool banned, bool isAccount) {
+    if (banned) {
         refuseSignOn(session);
         return;
     }
-    const QString wanted = ChatMessage::field(fields, 1);
-    if (!isDisplayNameFree(wanted, session->accountName())) {
+    if (!isDisplayNameFree(wanted, session->accountName(), isAccount)) {
         askForDisplayName(session);
         return;
     }
@@ -187,19 +214,13 @@ void ChatRoom::refuseSignOn(MemberSession* session) {
     session->closeAfterSending();
 }
 
-bool ChatRoom::isBanned(MemberSession* session, const QString& account) const {
-    const QString address = session->address();
-    return m_store.isBanned(account, address, AddressRules::subnetOf(address), m_now());
-}
-
-bool ChatRoom::isDisplayNameFree(const QString& name, const QString& ownAccount) const {
+bool ChatRoom::isDisplayNameFree(const QString& name, const QString& ownAccount, bool isAccount) const {
     // An extra session's name carries the account's own name and a mark no account name may
     // hold, so it can neither pose as another member nor take a name a future account wants.
     // An older account whose name has the mark keeps it. The account's own name is fine once
     // its other session has gone.
     const bool ownName = NameRules::key(name) == NameRules::key(ownAccount);
-    return (ownName || (NameRules::isSessionName(name, ownAccount) && !m_store.accountExists(name))) &&
-           !online(name);
+    return (ownName || (NameRules::isSessionName(name, ownAccount) && !isAccount)) && !online(name);
 }
 
 void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& fields) {
@@ -219,19 +240,42 @@ void ChatRoom::handleNewAccount(MemberSession* session, const QStringList& field
         return;
     }
     // Refusals that a read can tell cost no hashing; the write checks again, in its transaction.
-    m_store.clearFailure();
-    const auto check = m_store.checkNewAccount(account.name, account.address, m_limits.accountsPerAddress);
-    if (m_store.failed()) {
-        databaseTrouble(session, QStringLiteral("your account was not created"));
-        return;
-    }
-    if (check != AccountStore::CreateResult::Created) {
-        session->send(QString(ChatProtocol::InUse));
-        return;
-    }
     session->setState(MemberSession::State::Checking);
+    struct Check {
+        AccountStore::CreateResult result = AccountStore::CreateResult::Failed;
+        QString lookalike;
+    };
+    const auto check = std::make_shared<Check>();
+    m_database.read(
+        this,
+        [check, name = account.name, address = account.address,
+         cap = m_limits.accountsPerAddress](AccountStore& store) {
+            check->result = store.checkNewAccount(name, address, cap, &check->lookalike);
+        },
+        [this, session = QPointer(session), check, account](bool succeeded) {
+            if (!session || session->state() != MemberSession::State::Checking)
+                return;
+            if (succeeded && check->result == AccountStore::CreateResult::Created) {
+                createAccount(session, account);
+                return;
+            }
+            session->setState(MemberSession::State::Connected);
+            if (!succeeded) {
+                databaseTrouble(session, QStringLiteral("your account was not created"));
+                return;
+            }
+            if (check->result == AccountStore::CreateResult::NameLooksTaken)
+                serverMessage(session,
+                              QStringLiteral("The name %1 was not taken: it looks too much like %2, the "
+                                             "name of a member. Please choose another.")
+                                  .arg(account.name, check->lookalike));
+            session->send(QString(ChatProtocol::InUse));
+        });
+}
+
+void ChatRoom::createAccount(MemberSession* session, const AccountStore::NewAccount& account) {
     const QByteArray salt = PasswordHash::newSalt();
-    const int iterations = m_store.hashIterations();
+    const int iterations = m_database.hashIterations();
     m_hasher->derive(
         this, account.password, salt, iterations,
         [this, session = QPointer(session), account, salt, iterations](const QByteArray& hash) {
@@ -265,14 +309,34 @@ void ChatRoom::signOn(MemberSession* session, const QString& displayName) {
     broadcast(ChatMessage::build(ChatProtocol::Join, {displayName}), session);
     if (!m_messageOfTheDay.isEmpty())
         serverMessage(session, m_messageOfTheDay);
-    if (const auto news = m_store.latestNews()) {
+    if (m_latestNews) {
         // News stored before control characters were removed on arrival is cleaned here.
-        serverMessage(session, RelayedText::withoutControls(
-                                   QStringLiteral("Latest news (%1, %2): %3 - %4")
-                                       .arg(news->posted.toString(QStringLiteral("yyyy-MM-dd")), news->author,
-                                            news->headline, news->body)));
+        serverMessage(session,
+                      RelayedText::withoutControls(
+                          QStringLiteral("Latest news (%1, %2): %3 - %4")
+                              .arg(m_latestNews->posted.toString(QStringLiteral("yyyy-MM-dd")),
+                                   m_latestNews->author, m_latestNews->headline, m_latestNews->body)));
+    } else if (!m_newsKnown) {
+        loadLatestNews(); // the database did not answer at start; this member goes without
     }
     emit memberSignedOn(displayName);
+}
+
+void ChatRoom::loadLatestNews() {
+    if (m_newsLoading)
+        return;
+    m_newsLoading = true;
+    const auto news = std::make_shared<std::optional<AccountStore::NewsItem>>();
+    m_database.read(
+        this, [news](AccountStore& store) { *news = store.latestNews(); },
+        [this, news](bool succeeded) {
+            m_newsLoading = false;
+            // News posted meanwhile is newer than what was read.
+            if (succeeded && !m_newsKnown) {
+                m_latestNews = *news;
+                m_newsKnown = true;
+            }
+        });
 }
 
 void ChatRoom::departed(MemberSession* session) {
@@ -342,8 +406,11 @@ void ChatRoom::serverMessage(MemberSession* session, const QString& text) {
     session->send(ChatMessage::build(ChatProtocol::ServerMsg, {text}));
 }
 
+QString ChatRoom::troubleText(const QString& consequence) {
+    return QStringLiteral("The server's database is not answering, so %1. Please try again in a minute.")
+        .arg(consequence);
+}
+
 void ChatRoom::databaseTrouble(MemberSession* session, const QString& consequence) {
-    serverMessage(session, QStringLiteral(
-                               "The server's database is not answering, so %1. Please try again in a minute.")
-                               .arg(consequence));
+    serverMessage(session, troubleText(consequence));
 }

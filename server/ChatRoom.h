@@ -25,8 +25,8 @@ public:
     // The name the server's own lines carry ("<Quorvel> ..."); no account may take it.
     static const QString ServerName;
 
-    // Sign-on reads and every change go through database; the other reads to store, on this thread.
-    ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits, NowFunction now,
+    // Every read and change goes through database; this thread never waits for it.
+    ChatRoom(DatabaseThreads& database, const ServerLimits& limits, NowFunction now,
              QObject* parent = nullptr);
     // Members still signed on leave with the server: their last-seen time is recorded.
     ~ChatRoom() override;
@@ -49,10 +49,12 @@ private:
                       const std::optional<AccountStore::Credentials>& account, bool banned,
                       bool databaseFailed);
     void handleNick(MemberSession* session, const QStringList& fields);
+    void answerNick(MemberSession* session, const QString& wanted, bool banned, bool isAccount);
     void handleNewAccount(MemberSession* session, const QStringList& fields);
+    void createAccount(MemberSession* session, const AccountStore::NewAccount& account);
     void signOn(MemberSession* session, const QString& displayName);
-    bool isDisplayNameFree(const QString& name, const QString& ownAccount) const;
-    bool isBanned(MemberSession* session, const QString& account) const;
+    void loadLatestNews();
+    bool isDisplayNameFree(const QString& name, const QString& ownAccount, bool isAccount) const;
     void askForDisplayName(MemberSession* session);
     void refuseSignOn(MemberSession* session);
 
@@ -63,11 +65,13 @@ private:
     void handleFollowAnswer(MemberSession* session, const QStringList& fields);
     void handleNews(MemberSession* session, const QStringList& fields);
     void answerSeen(MemberSession* session, const QString& name);
+    void tellLastSeen(MemberSession* session, const QString& name, const QDateTime& when);
     void answerOps(MemberSession* session);
     bool refuseIfMuzzled(MemberSession* session);
 
     // Operators.
     void handleOps(MemberSession* session, const QStringList& fields);
+    void carryOutOps(MemberSession* session, const QStringList& fields);
     void kick(MemberSession* op, const QString& target);
     void ban(MemberSession* op, const QString& target);
     void subnetBan(MemberSession* op, const QString& target);
@@ -79,18 +83,23 @@ private:
     void broadcast(const QString& message, MemberSession* except = nullptr);
     void notice(MemberSession* session, const QString& text);        // a MSG line from the server
     void serverMessage(MemberSession* session, const QString& text); // an SMSG box
-    void databaseTrouble(MemberSession* session, const QString& consequence);
+    static QString troubleText(const QString& consequence);
+    void databaseTrouble(MemberSession* session, const QString& consequence); // as an SMSG box
     void removeFromRoom(MemberSession* session, const QString& closingNotice);
     // Every session of an account, signed on or still choosing its display name.
     QList<MemberSession*> sessionsOfAccount(const QString& account) const;
     void removeAccount(const QString& account, const QString& closingNotice);
 
-    AccountStore& m_store;
     DatabaseThreads& m_database;
     PasswordHasher* m_hasher;
     ServerLimits m_limits;
     NowFunction m_now;
     QString m_messageOfTheDay;
+    // The latest news, shown at each sign-on without a read; loaded at start and kept current
+    // by the news posted here.
+    std::optional<AccountStore::NewsItem> m_latestNews;
+    bool m_newsKnown = false;
+    bool m_newsLoading = false;
     // In sign-on order, which is the order of the LIST lines a newcomer receives.
     QList<MemberSession*> m_members;
     QHash<QString, MemberSession*> m_byName;
@@ -100,8 +109,8 @@ private:
     QSet<QString> m_muzzled;
     // (follower key, followed key) pairs awaiting the followed member's answer.
     QSet<QPair<QString, QString>> m_pendingFollows;
-    // Last-seen times of this run by account key: they answer !Seen while their write may still
-    // be waiting in the writer's queue.
+    // Last-seen times of this run by account key: they answer !Seen without the database, which
+    // may not be answering, and while their write may still wait in the writer's queue.
     QHash<QString, QDateTime> m_departedAt;
     QElapsedTimer m_uptime;
     SignOnThrottle m_throttle;

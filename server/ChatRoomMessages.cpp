@@ -77,30 +77,66 @@ void ChatRoom::answerSeen(MemberSession* session, const QString& name) {
         notice(session, QStringLiteral("%1 is here now.").arg(member->displayName()));
         return;
     }
-    if (!m_store.accountExists(name)) {
-        notice(session, QStringLiteral("%1 has never been here.").arg(name));
+    // A departure of this run is known here, whether the database answers or not.
+    if (const QDateTime departed = m_departedAt.value(NameRules::key(name)); departed.isValid()) {
+        tellLastSeen(session, name, departed);
         return;
     }
-    const QDateTime departed = m_departedAt.value(NameRules::key(name));
-    const std::optional<QDateTime> seen = departed.isValid() ? departed : m_store.lastSeen(name);
-    if (!seen) {
-        notice(session, QStringLiteral("%1 has not been seen yet.").arg(name));
-        return;
-    }
+    struct Found {
+        bool isAccount = false;
+        std::optional<QDateTime> seen;
+    };
+    const auto found = std::make_shared<Found>();
+    m_database.read(
+        this,
+        [found, name](AccountStore& store) {
+            found->isAccount = store.accountExists(name);
+            found->seen = store.lastSeen(name);
+        },
+        [this, session = QPointer(session), found, name](bool succeeded) {
+            if (!session)
+                return;
+            if (!succeeded)
+                notice(session, troubleText(QStringLiteral("%1 cannot be looked up").arg(name)));
+            else if (!found->isAccount)
+                notice(session, QStringLiteral("%1 has never been here.").arg(name));
+            else if (!found->seen)
+                notice(session, QStringLiteral("%1 has not been seen yet.").arg(name));
+            else
+                tellLastSeen(session, name, *found->seen);
+        });
+}
+
+void ChatRoom::tellLastSeen(MemberSession* session, const QString& name, const QDateTime& when) {
     notice(session, QStringLiteral("%1 was last seen on %2 UTC.")
-                        .arg(name, seen->toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))));
+                        .arg(name, when.toUTC().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))));
 }
 
 void ChatRoom::answerOps(MemberSession* session) {
-    QStringList present;
-    for (const MemberSession* member : std::as_const(m_members)) {
-        if (m_store.isOperator(member->accountName()))
-            present.append(member->displayName());
-    }
-    if (present.isEmpty())
-        notice(session, QStringLiteral("No operator is online."));
-    else
-        notice(session, QStringLiteral("Operators online: %1").arg(present.join(QStringLiteral(", "))));
+    const auto operators = std::make_shared<QStringList>();
+    m_database.read(
+        this, [operators](AccountStore& store) { *operators = store.operators(); },
+        [this, session = QPointer(session), operators](bool succeeded) {
+            if (!session)
+                return;
+            if (!succeeded) {
+                notice(session, troubleText(QStringLiteral("the operators cannot be listed")));
+                return;
+            }
+            QSet<QString> operatorKeys;
+            for (const QString& name : std::as_const(*operators))
+                operatorKeys.insert(NameRules::key(name));
+            QStringList present;
+            for (const MemberSession* member : std::as_const(m_members)) {
+                if (operatorKeys.contains(NameRules::key(member->accountName())))
+                    present.append(member->displayName());
+            }
+            if (present.isEmpty())
+                notice(session, QStringLiteral("No operator is online."));
+            else
+                notice(session,
+                       QStringLiteral("Operators online: %1").arg(present.join(QStringLiteral(", "))));
+        });
 }
 
 void ChatRoom::handlePrivate(MemberSession* session, const QStringList& fields) {
@@ -173,6 +209,8 @@ void ChatRoom::handleNews(MemberSession* session, const QStringList& fields) {
                     databaseTrouble(session, QStringLiteral("your news was not posted"));
                 return;
             }
+            m_latestNews = item;
+            m_newsKnown = true;
             const QString shown =
                 QStringLiteral("News from %1: %2 - %3").arg(item.author, item.headline, item.body);
             for (MemberSession* member : QList<MemberSession*>(m_members))

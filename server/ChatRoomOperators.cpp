@@ -17,10 +17,25 @@ constexpr int TimedBanMinutes = 60;
 
 void ChatRoom::handleOps(MemberSession* session, const QStringList& fields) {
     // Checked at every command, so "op remove" takes effect on a running server.
-    if (!m_store.isOperator(session->accountName())) {
-        notice(session, QStringLiteral("Only operators can use operator commands."));
-        return;
-    }
+    const auto isOperator = std::make_shared<bool>(false);
+    m_database.read(
+        this,
+        [isOperator, account = session->accountName()](AccountStore& store) {
+            *isOperator = store.isOperator(account);
+        },
+        [this, session = QPointer(session), isOperator, fields](bool succeeded) {
+            if (!session || session->state() != MemberSession::State::SignedOn)
+                return;
+            if (!succeeded)
+                notice(session, troubleText(QStringLiteral("your operator command was not carried out")));
+            else if (!*isOperator)
+                notice(session, QStringLiteral("Only operators can use operator commands."));
+            else
+                carryOutOps(session, fields);
+        });
+}
+
+void ChatRoom::carryOutOps(MemberSession* session, const QStringList& fields) {
     const QString word = ChatMessage::field(fields, 1);
     const QString target = ChatMessage::field(fields, 2);
     const bool needsTarget = word == ChatProtocol::OpKick || word == ChatProtocol::OpBan ||
@@ -62,10 +77,6 @@ void ChatRoom::kick(MemberSession* op, const QString& target) {
 void ChatRoom::ban(MemberSession* op, const QString& target) {
     MemberSession* member = online(target);
     const QString account = member ? member->accountName() : target;
-    if (!member && !m_store.accountExists(account)) {
-        notice(op, QStringLiteral("There is no member %1.").arg(target));
-        return;
-    }
     // The name, and each address the account is using now.
     QStringList addresses;
     for (const MemberSession* session : sessionsOfAccount(account)) {
@@ -74,29 +85,49 @@ void ChatRoom::ban(MemberSession* op, const QString& target) {
     }
     if (addresses.isEmpty())
         addresses.append(QString());
-    // A second BAN on a name still under its 60-minute ban makes the ban permanent.
-    const bool escalate = m_store.hasActiveBan(BanKind::Timed, account, m_now());
-    const BanKind kind = escalate ? BanKind::Permanent : BanKind::Timed;
-    const std::optional<QDateTime> expires =
-        escalate ? std::nullopt : std::optional<QDateTime>(m_now().addSecs(TimedBanMinutes * 60));
-    // A retry goes on from the first address not stored yet.
-    const auto stored = std::make_shared<qsizetype>(0);
+    // Decided at the first try; a retry goes on from the first address not stored yet.
+    struct Outcome {
+        bool isAccount = true;
+        std::optional<bool> escalate;
+        qsizetype stored = 0;
+    };
+    const auto outcome = std::make_shared<Outcome>();
     m_database.change(
         this,
-        [=](AccountStore& store) {
-            for (; *stored < addresses.size(); ++*stored) {
-                if (!store.addBan(kind, account, addresses.at(*stored), expires))
+        [=, online = member != nullptr, now = m_now()](AccountStore& store) {
+            if (!outcome->escalate) {
+                const bool isAccount = online || store.accountExists(account);
+                // A second BAN on a name still under its 60-minute ban makes the ban permanent.
+                const bool escalate = isAccount && store.hasActiveBan(BanKind::Timed, account, now);
+                if (store.failed())
+                    return;
+                outcome->isAccount = isAccount;
+                outcome->escalate = escalate;
+            }
+            if (!outcome->isAccount)
+                return;
+            const BanKind kind = *outcome->escalate ? BanKind::Permanent : BanKind::Timed;
+            const std::optional<QDateTime> expires =
+                *outcome->escalate ? std::nullopt
+                                   : std::optional<QDateTime>(now.addSecs(TimedBanMinutes * 60));
+            for (; outcome->stored < addresses.size(); ++outcome->stored) {
+                if (!store.addBan(kind, account, addresses.at(outcome->stored), expires))
                     return;
             }
         },
-        [this, op = QPointer(op), account, target, escalate](bool committed) {
+        [this, op = QPointer(op), account, target, outcome](bool committed) {
             if (!committed) {
                 if (op)
                     notice(op, QStringLiteral("The ban could not be stored."));
                 return;
             }
-            const QString what =
-                escalate ? QStringLiteral("permanently banned") : QStringLiteral("banned for 60 minutes");
+            if (!outcome->isAccount) {
+                if (op)
+                    notice(op, QStringLiteral("There is no member %1.").arg(target));
+                return;
+            }
+            const QString what = *outcome->escalate ? QStringLiteral("permanently banned")
+                                                    : QStringLiteral("banned for 60 minutes");
             const QString by = op ? op->displayName() : QStringLiteral("an operator");
             removeAccount(account, QStringLiteral("You were %1 by %2.").arg(what, by));
             if (op)

@@ -11,13 +11,13 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-ChatServer::ChatServer(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits,
-                       NowFunction now, QObject* parent)
+ChatServer::ChatServer(DatabaseThreads& database, const ServerLimits& limits, NowFunction now,
+                       QObject* parent)
     : QObject(parent)
     , m_limits(limits)
     , m_now(std::move(now))
     , m_listener(new BudgetedListener(this))
-    , m_room(new ChatRoom(store, database, limits, m_now, this))
+    , m_room(new ChatRoom(database, limits, m_now, this))
     , m_keepAlive(new QTimer(this)) {
     // A burst of members coming back after an outage must not overflow the kernel's accept queue.
     m_listener->setListenBacklogSize(1024);

@@ -8,7 +8,6 @@
 #include <QObject>
 #include <QString>
 
-class AccountStore;
 class BudgetedListener;
 class ChatRoom;
 class DatabaseThreads;
@@ -22,8 +21,8 @@ class QTimer;
 class ChatServer : public QObject {
     Q_OBJECT
 public:
-    ChatServer(AccountStore& store, DatabaseThreads& database, const ServerLimits& limits,
-               NowFunction now = systemNow(), QObject* parent = nullptr);
+    ChatServer(DatabaseThreads& database, const ServerLimits& limits, NowFunction now = systemNow(),
+               QObject* parent = nullptr);
     ~ChatServer() override;
 
     bool listen(const QHostAddress& address, quint16 port);

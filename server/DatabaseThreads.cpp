@@ -10,6 +10,8 @@ namespace {
 constexpr int FirstRetryMs = 50;
 constexpr int LongestRetryMs = 1000;
 constexpr int ShutdownPatienceMs = 5000;
+// Past the patience and one try's lock wait, an answer that has not come is not coming soon.
+constexpr int AnswerMarginMs = 500;
 } // namespace
 
 // One thread's part: its connection and its queue.
@@ -59,10 +61,23 @@ private:
     void drain() {
         while (!m_queue.empty()) {
             Pending& head = m_queue.front();
+            // Its waiter has been told it failed (the lane may have been held up by a database
+            // that stopped answering): it must not happen after all.
+            if (head.deadline.hasExpired()) {
+                m_report(head.id, false);
+                m_queue.pop_front();
+                continue;
+            }
+            // A connection lost earlier is opened again first; until then nothing can run.
+            if (!m_store->isConnected() && !m_store->reconnectIfLost())
+                break;
             m_store->clearFailure();
             head.work(*m_store);
-            if (m_store->failed())
+            if (m_store->failed()) {
+                // A restarted database has dropped our connection: the next try needs a new one.
+                m_store->reconnectIfLost();
                 break;
+            }
             m_report(head.id, true);
             m_queue.pop_front();
             m_retryMs = 0;
@@ -95,7 +110,8 @@ private:
 
 DatabaseThreads::DatabaseThreads(AccountStore::Config config, int patienceMs, QObject* parent)
     : QObject(parent)
-    , m_patienceMs(patienceMs) {
+    , m_patienceMs(patienceMs)
+    , m_hashIterations(config.hashIterations) {
     config.lockWaitMs = LockWaitMs;
     startLane(m_writer, QStringLiteral("database writer"), config);
     startLane(m_reader, QStringLiteral("database reader"), config);
@@ -144,10 +160,18 @@ void DatabaseThreads::post(Lane& lane, quint64 id, Work work, int patienceMs) {
         Qt::QueuedConnection);
 }
 
-void DatabaseThreads::change(QObject* context, Work work, Done done) {
+quint64 DatabaseThreads::wait(QObject* context, Done done) {
     const quint64 id = m_nextId++;
     m_waiting.insert(id, Waiting{context, std::move(done)});
-    post(m_writer, id, std::move(work), m_patienceMs);
+    // The lane gives up what it has not started when the patience is over; this covers the
+    // work it started and that a database which stopped answering holds up, thread and all.
+    QTimer::singleShot(m_patienceMs + LockWaitMs + AnswerMarginMs, this,
+                       [this, id] { onFinished(id, false); });
+    return id;
+}
+
+void DatabaseThreads::change(QObject* context, Work work, Done done) {
+    post(m_writer, wait(context, std::move(done)), std::move(work), m_patienceMs);
 }
 
 void DatabaseThreads::changeWhenPossible(Work work) {
@@ -155,9 +179,7 @@ void DatabaseThreads::changeWhenPossible(Work work) {
 }
 
 void DatabaseThreads::read(QObject* context, Work work, Done done) {
-    const quint64 id = m_nextId++;
-    m_waiting.insert(id, Waiting{context, std::move(done)});
-    post(m_reader, id, std::move(work), m_patienceMs);
+    post(m_reader, wait(context, std::move(done)), std::move(work), m_patienceMs);
 }
 
 void DatabaseThreads::onFinished(quint64 id, bool succeeded) {

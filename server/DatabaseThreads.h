@@ -11,13 +11,12 @@
 
 class DatabaseLane;
 
-// The database work the event loop must not wait for, on two threads, each with a connection of
-// its own. Every change runs on the writer thread, one at a time in the order given; a change
-// refused (another connection's lock, the database gone) is retried with growing pauses, and the
-// ones behind it wait, so none overtakes an earlier one. The reads of sign-on run on the reader
-// thread, so that they never queue behind a change; they never wait for a writer anyway (WAL in
-// SQLite, row versions in PostgreSQL). The room's other reads are single indexed lookups that it
-// makes itself.
+// All the database work of the room, which never waits for it, on two threads, each with a
+// connection of its own. Every change runs on the writer thread, one at a time in the order
+// given; a change refused (another connection's lock, the database gone) is retried with growing
+// pauses, on a new connection when the old one was lost, and the ones behind it wait, so none
+// overtakes an earlier one. Reads run on the reader thread, so that they never queue behind a
+// change; they never wait for a writer anyway (WAL in SQLite, row versions in PostgreSQL).
 class DatabaseThreads : public QObject {
     Q_OBJECT
 public:
@@ -33,9 +32,11 @@ public:
     ~DatabaseThreads() override;
 
     bool open(QString* error);
+    int hashIterations() const { return m_hashIterations; }
 
     // A change that is answered: done(true) once committed, done(false) once refused for
-    // patienceMs. done runs on this object's thread, and not at all once context is gone.
+    // patienceMs, or shortly after when the database holds the thread up without an answer.
+    // done runs on this object's thread, and not at all once context is gone.
     void change(QObject* context, Work work, Done done);
     // A change that was due and must not be lost (a departure's last-seen time): retried until
     // it commits, however long the database refuses.
@@ -54,10 +55,13 @@ private:
     };
 
     void startLane(Lane& lane, const QString& name, const AccountStore::Config& config);
+    // Notes a waiter and arms its deadline; returns its id.
+    quint64 wait(QObject* context, Done done);
     void post(Lane& lane, quint64 id, Work work, int patienceMs);
     void onFinished(quint64 id, bool succeeded);
 
     int m_patienceMs;
+    int m_hashIterations;
     Lane m_writer;
     Lane m_reader;
     QHash<quint64, Waiting> m_waiting;

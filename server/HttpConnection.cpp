@@ -1,13 +1,18 @@
 #include "server/HttpConnection.h"
 
+#include <QFile>
 #include <QTcpSocket>
 #include <QTimer>
+
+#include <sys/socket.h>
 
 namespace {
 
 // Answers written but not yet taken by a client that sends requests without reading: past
 // this, further requests wait in the socket until the client reads (or the deadline ends it).
+// The same bound holds a file being sent: the next piece is read only when the queue is below it.
 constexpr qint64 MaxUnsentBytes = 64 * 1024;
+constexpr qint64 FilePieceBytes = 32 * 1024;
 
 QByteArray reason(int status) {
     switch (status) {
@@ -46,7 +51,7 @@ HttpConnection::HttpConnection(QTcpSocket* socket, qint64 maxHeadBytes, int idle
     m_deadline->setInterval(idleMs);
     connect(m_deadline, &QTimer::timeout, this, &HttpConnection::onTimeout);
     connect(m_socket, &QTcpSocket::readyRead, this, &HttpConnection::serve);
-    connect(m_socket, &QTcpSocket::bytesWritten, this, &HttpConnection::serve);
+    connect(m_socket, &QTcpSocket::bytesWritten, this, &HttpConnection::onBytesWritten);
     connect(m_socket, &QTcpSocket::disconnected, this, &HttpConnection::onDisconnected);
     connect(m_socket, &QTcpSocket::errorOccurred, this, &HttpConnection::onDisconnected);
     m_deadline->start();
@@ -63,7 +68,14 @@ HttpConnection::HttpConnection(QTcpSocket* socket, qint64 maxHeadBytes, int idle
 }
 
 void HttpConnection::serve() {
-    while (!m_closing && m_socket->bytesToWrite() < MaxUnsentBytes) {
+    if (m_closing) {
+        // Lingering after our answer: what the client still sends is read and dropped, so that
+        // closing never meets unread data, which would reset the connection and could destroy
+        // the answer before the client has read it.
+        m_socket->readAll();
+        return;
+    }
+    while (!m_file && m_socket->bytesToWrite() < MaxUnsentBytes) {
         // Never more than the limit (and the blank line's four bytes) in hand.
         m_buffer += m_socket->read(std::max<qint64>(0, m_maxHeadBytes + 4 - m_buffer.size()));
         HttpRequestHead head;
@@ -98,22 +110,79 @@ void HttpConnection::refuse(int status) {
     write(response, true);
 }
 
+qint64 HttpConnection::queuedBytes() const {
+    return m_socket->bytesToWrite();
+}
+
+void HttpConnection::onBytesWritten() {
+    if (m_file) {
+        // A client that keeps taking a long answer is not idle.
+        m_deadline->start();
+        writeMoreOfFile();
+    } else if (m_closing) {
+        closeAfterAnswer();
+    } else {
+        serve();
+    }
+}
+
 void HttpConnection::write(const Response& response, bool close) {
+    const qint64 length = response.file ? response.file->size() : response.body.size();
     QByteArray out = "HTTP/1.1 " + QByteArray::number(response.status) + ' ' + reason(response.status) +
                      "\r\nContent-Type: " + response.contentType +
-                     "\r\nContent-Length: " + QByteArray::number(response.body.size()) + "\r\n";
+                     "\r\nContent-Length: " + QByteArray::number(length) + "\r\n";
     if (close)
         out += "Connection: close\r\n";
     out += "\r\n";
-    if (!response.headersOnly)
+    if (!response.headersOnly && !response.file)
         out += response.body;
     m_socket->write(out);
-    if (close) {
+    if (!response.headersOnly && response.file && length > 0) {
+        m_file = response.file;
+        m_fileLeft = length;
+        m_closeAfterFile = close;
+        writeMoreOfFile();
+    } else if (close) {
+        closeAfterAnswer();
+    }
+}
+
+void HttpConnection::writeMoreOfFile() {
+    while (m_file && m_socket->bytesToWrite() < MaxUnsentBytes) {
+        const QByteArray piece = m_file->read(std::min(FilePieceBytes, m_fileLeft));
+        if (piece.isEmpty()) {
+            // The file was cut short while it was sent: the length given cannot be kept.
+            m_file.reset();
+            m_closing = true;
+            m_socket->abort();
+            onDisconnected();
+            return;
+        }
+        m_socket->write(piece);
+        m_fileLeft -= piece.size();
+        if (m_fileLeft > 0)
+            continue;
+        m_file.reset();
+        if (m_closeAfterFile)
+            closeAfterAnswer();
+        else
+            serve(); // the next request sent meanwhile
+    }
+}
+
+void HttpConnection::closeAfterAnswer() {
+    if (!m_closing) {
         m_closing = true;
         // The client has the idle time to read the answer; then it is cut off.
         m_deadline->start();
-        m_socket->disconnectFromHost();
     }
+    // Once the answer has left, only our side is closed; the client closes its side when it has
+    // read the answer (or the deadline ends it), and what it sends meanwhile is dropped.
+    if (m_sentFin || m_socket->bytesToWrite() > 0)
+        return;
+    m_sentFin = true;
+    ::shutdown(int(m_socket->socketDescriptor()), SHUT_WR);
+    serve();
 }
 
 void HttpConnection::onTimeout() {

@@ -7,7 +7,9 @@
 #include <QString>
 
 #include <functional>
+#include <memory>
 
+class QFile;
 class QTcpSocket;
 class QTimer;
 
@@ -22,6 +24,9 @@ public:
         int status = 200;
         QByteArray contentType;
         QByteArray body;
+        // When set, the body is this open file instead, written in pieces as the client takes
+        // them, so that a big list costs a connection no more than a piece or two of memory.
+        std::shared_ptr<QFile> file;
         // HEAD: Content-Length of the body, but no body.
         bool headersOnly = false;
     };
@@ -32,6 +37,8 @@ public:
 
     // Writes a complete response with "Connection: close", then closes.
     void refuse(int status);
+    // Answer bytes waiting in the process for the client to take them.
+    qint64 queuedBytes() const;
 
 signals:
     // The connection has ended; emitted once.
@@ -39,7 +46,10 @@ signals:
 
 private:
     void serve();
+    void onBytesWritten();
     void write(const Response& response, bool close);
+    void writeMoreOfFile();
+    void closeAfterAnswer();
     void onTimeout();
     void onDisconnected();
 
@@ -48,6 +58,10 @@ private:
     Handler m_handler;
     QTimer* m_deadline;
     QByteArray m_buffer;
+    std::shared_ptr<QFile> m_file;
+    qint64 m_fileLeft = 0;
+    bool m_closeAfterFile = false;
     bool m_closing = false;
+    bool m_sentFin = false;
     bool m_finished = false;
 };

@@ -46,6 +46,38 @@ bool hasToken(QByteArrayView list, QByteArrayView token) {
     return false;
 }
 
+// The request line without its CR LF: method, target and version, one blank apart. A target in
+// absolute form ("http://host:port/path", which an HTTP/1.1 server must accept, as a proxy
+// would send it) is kept as its path.
+HttpRequestHead::Result readRequestLine(const QByteArray& line, HttpRequestHead* head) {
+    const QList<QByteArray> parts = line.split(' ');
+    if (parts.size() != 3 || !isToken(parts.at(0)))
+        return HttpRequestHead::Result::Malformed;
+    QByteArray target = parts.at(1);
+    for (const char c : target) {
+        if (static_cast<unsigned char>(c) <= 0x20 || static_cast<unsigned char>(c) >= 0x7F)
+            return HttpRequestHead::Result::Malformed;
+    }
+    static constexpr QByteArrayView Scheme = "http://";
+    if (target.size() > Scheme.size() &&
+        QByteArrayView(target).first(Scheme.size()).compare(Scheme, Qt::CaseInsensitive) == 0) {
+        const qsizetype path = target.indexOf('/', Scheme.size());
+        target = path < 0 ? QByteArray("/") : target.mid(path);
+    }
+    if (!target.startsWith('/'))
+        return HttpRequestHead::Result::Malformed;
+    int major = 0;
+    int minor = 0;
+    if (!readVersion(parts.at(2), &major, &minor))
+        return HttpRequestHead::Result::Malformed;
+    if (major != 1)
+        return HttpRequestHead::Result::BadVersion;
+    head->method = parts.at(0);
+    head->target = target;
+    head->minorVersion = minor;
+    return HttpRequestHead::Result::Complete;
+}
+
 } // namespace
 
 HttpRequestHead::Result HttpRequestHead::parse(const QByteArray& buffer, qsizetype maxBytes,
@@ -65,6 +97,14 @@ HttpRequestHead::Result HttpRequestHead::parse(const QByteArray& buffer, qsizety
                 (buffer.at(i) == '\r' && i + 1 < buffer.size() && buffer.at(i + 1) != '\n'))
                 return Result::Malformed;
         }
+        // A complete request line is judged at once: one without a version (HTTP/0.9, which
+        // has no header fields to wait for) gets its answer now, not at the deadline.
+        if (const qsizetype lineEnd = buffer.indexOf("\r\n"); lineEnd >= 0 && lineEnd < maxBytes) {
+            HttpRequestHead line;
+            if (const Result result = readRequestLine(buffer.left(lineEnd), &line);
+                result != Result::Complete)
+                return result;
+        }
         return buffer.size() >= maxBytes ? Result::TooLarge : Result::Incomplete;
     }
     const QList<QByteArray> lines = buffer.left(end).split('\n');
@@ -76,19 +116,10 @@ HttpRequestHead::Result HttpRequestHead::parse(const QByteArray& buffer, qsizety
             return Result::Malformed;
     }
 
-    const QList<QByteArray> parts = lines.first().chopped(lines.size() > 1 ? 1 : 0).split(' ');
-    if (parts.size() != 3 || !isToken(parts.at(0)) || !parts.at(1).startsWith('/'))
-        return Result::Malformed;
-    for (const char c : parts.at(1)) {
-        if (static_cast<unsigned char>(c) <= 0x20 || static_cast<unsigned char>(c) >= 0x7F)
-            return Result::Malformed;
-    }
-    int major = 0;
-    int minor = 0;
-    if (!readVersion(parts.at(2), &major, &minor))
-        return Result::Malformed;
-    if (major != 1)
-        return Result::BadVersion;
+    if (const Result result = readRequestLine(lines.first().chopped(lines.size() > 1 ? 1 : 0), head);
+        result != Result::Complete)
+        return result;
+    const int minor = head->minorVersion;
 
     int hosts = 0;
     bool keepAlive = false;
@@ -125,9 +156,6 @@ HttpRequestHead::Result HttpRequestHead::parse(const QByteArray& buffer, qsizety
     if (minor >= 1 ? hosts != 1 : hosts > 1)
         return Result::Malformed;
 
-    head->method = parts.at(0);
-    head->target = parts.at(1);
-    head->minorVersion = minor;
     head->closeAfter = close || (minor == 0 && !keepAlive);
     head->hasBody = hasBody;
     head->length = end + 4;

@@ -41,6 +41,13 @@ void MasterListHttp::onNewConnection() {
     }
 }
 
+qint64 MasterListHttp::queuedBytes() const {
+    qint64 queued = 0;
+    for (const HttpConnection* connection : findChildren<HttpConnection*>(Qt::FindDirectChildrenOnly))
+        queued += connection->queuedBytes();
+    return queued;
+}
+
 void MasterListHttp::onFinished(HttpConnection* connection) {
     const QString address = connection->property("address").toString();
     if (--m_connectionsByAddress[address] <= 0)
@@ -55,16 +62,16 @@ HttpConnection::Response MasterListHttp::respond(const HttpRequestHead& request)
     const bool isGet = request.method == "GET";
     // The target is matched as sent, percent signs and all, so "%2e%2e" is never a folder.
     const QRegularExpressionMatch match = listPath.match(QString::fromLatin1(request.target));
-    QFile file(QDir(m_folder).filePath(match.captured(1)));
+    auto file = std::make_shared<QFile>(QDir(m_folder).filePath(match.captured(1)));
     HttpConnection::Response response;
-    if (!(isGet || isHead) || !match.hasMatch() || !file.open(QIODevice::ReadOnly)) {
+    if (!(isGet || isHead) || !match.hasMatch() || !file->open(QIODevice::ReadOnly)) {
         response.status = 404;
         response.contentType = "text/plain";
         response.body = "Not found\r\n";
         return response;
     }
     response.contentType = "text/plain; charset=windows-1252";
-    response.body = file.readAll();
+    response.file = file;
     response.headersOnly = isHead;
     return response;
 }

@@ -26,6 +26,8 @@ public:
     // Accept only while the process has descriptors to spare (none set: no such check).
     void setDescriptorBudget(DescriptorBudget* budget);
     int connectionCount() const { return m_connections; }
+    // Answer bytes of all connections waiting in the process for their clients.
+    qint64 queuedBytes() const;
 
 private:
     void onNewConnection();

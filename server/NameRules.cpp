@@ -62,4 +62,25 @@ QString key(const QString& name) {
     return folded;
 }
 
+QString lookAlikeKey(const QString& name) {
+    QString folded;
+    for (const QChar c : key(name).normalized(QString::NormalizationForm_D)) {
+        if (c.category() == QChar::Mark_NonSpacing)
+            continue; // an accent
+        switch (c.unicode()) {
+        case u'i':
+        case u'1':
+        case u'|':
+            folded += u'l';
+            break;
+        case u'0':
+            folded += u'o';
+            break;
+        default:
+            folded += c;
+        }
+    }
+    return folded;
+}
+
 } // namespace NameRules

@@ -29,4 +29,9 @@ bool isSessionName(const QString& name, const QString& account);
 // pose as "bob" nor "Quorvel" with a soft hyphen as "Quorvel".
 QString key(const QString& name);
 
+// Names that look alike have the same look-alike key: the key above with accents left out
+// ("alíce" is "alice"), and "i", "l", "1" and "|" as one letter, "o" and "0" as another, as many
+// fonts draw them nearly alike ("aIice" with a capital i, "a1ice" and "alice" look the same).
+QString lookAlikeKey(const QString& name);
+
 } // namespace NameRules

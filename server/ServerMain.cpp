@@ -40,16 +40,14 @@ int main(int argc, char** argv) {
         err << "quorvel-server: cannot create " << options.dataFolder << '\n';
         return 1;
     }
-    // The room reads on this thread; reads never wait for a writer, and for anything else only briefly.
-    AccountStore::Config readerConfig = options.database;
-    readerConfig.lockWaitMs = DatabaseThreads::LockWaitMs;
-    AccountStore store(options.command.isEmpty() ? readerConfig : options.database);
-    if (!store.open(&error)) {
-        err << "quorvel-server: cannot open the database: " << error << '\n';
-        return 1;
-    }
-    if (!options.command.isEmpty())
+    if (!options.command.isEmpty()) {
+        AccountStore store(options.database);
+        if (!store.open(&error)) {
+            err << "quorvel-server: cannot open the database: " << error << '\n';
+            return 1;
+        }
         return runAdminCommand(store, options.command, out, err);
+    }
 
     if (!MasterListFolder::fillMissing(options.dataFolder, &error)) {
         err << "quorvel-server: " << error << '\n';
@@ -57,11 +55,11 @@ int main(int argc, char** argv) {
     }
     DatabaseThreads database(options.database);
     if (!database.open(&error)) {
-        err << "quorvel-server: cannot open the database for writing: " << error << '\n';
+        err << "quorvel-server: cannot open the database: " << error << '\n';
         return 1;
     }
     DescriptorBudget budget(DescriptorBudget::connectionsFor(descriptorLimit, DescriptorBudget::openNow()));
-    ChatServer chat(store, database, options.limits);
+    ChatServer chat(database, options.limits);
     chat.setDescriptorBudget(&budget);
     chat.room().setMessageOfTheDay(options.messageOfTheDay);
     if (!chat.listen(options.listenAddress, options.chatPort)) {

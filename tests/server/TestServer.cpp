@@ -39,9 +39,10 @@ bool onPostgresCluster(const QString& statement) {
 
 } // namespace
 
-TestServer::TestServer(ServerLimits limits, Backend backend)
+TestServer::TestServer(ServerLimits limits, Backend backend, quint16 proxyPort)
     : m_limits(limits)
-    , m_backend(backend) {
+    , m_backend(backend)
+    , m_proxyPort(proxyPort) {
     if (m_backend == Backend::PostgreSql) {
         m_postgresName = QStringLiteral("quorvel_test_%1_%2")
                              .arg(QCoreApplication::applicationPid())
@@ -69,6 +70,10 @@ QString TestServer::unavailable(Backend backend) {
         return QStringLiteral("no PostgreSQL cluster: %1 is not set (scripts/test starts one)")
             .arg(QLatin1String(PostgresVariable));
     return {};
+}
+
+quint16 TestServer::postgresPort() {
+    return quint16(qEnvironmentVariable(PostgresVariable).section(u':', 1).toUInt());
 }
 
 AccountStore::Config TestServer::databaseConfig() const {
@@ -117,10 +122,13 @@ void TestServer::start() {
     QString error;
     if (!m_store->open(&error))
         qFatal("test database: %s", qPrintable(error));
-    m_database = std::make_unique<DatabaseThreads>(config, 1000);
+    AccountStore::Config serverConfig = config;
+    if (m_proxyPort != 0)
+        serverConfig.port = m_proxyPort;
+    m_database = std::make_unique<DatabaseThreads>(serverConfig, 1000);
     if (!m_database->open(&error))
         qFatal("test database writer: %s", qPrintable(error));
-    m_server = std::make_unique<ChatServer>(*m_store, *m_database, m_limits, [this] { return m_now; });
+    m_server = std::make_unique<ChatServer>(*m_database, m_limits, [this] { return m_now; });
     if (!m_server->listen(QHostAddress::LocalHost, 0))
         qFatal("test server cannot listen");
 }

@@ -36,12 +36,16 @@ class TestServer {
 public:
     enum class Backend { Sqlite, PostgreSql };
 
-    explicit TestServer(ServerLimits limits = testLimits(), Backend backend = Backend::Sqlite);
+    // With proxyPort, the server reaches PostgreSQL through that port (a DatabaseProxy of the
+    // test's) while the test's own connections go straight to the cluster.
+    explicit TestServer(ServerLimits limits = testLimits(), Backend backend = Backend::Sqlite,
+                        quint16 proxyPort = 0);
     ~TestServer();
 
     static ServerLimits testLimits();
     // Empty when the backend can be used, otherwise why not (for QSKIP).
     static QString unavailable(Backend backend);
+    static quint16 postgresPort();
     // A second connection to the same database, opened under the given name, for tests that
     // look at or lock the database behind the server's back.
     QSqlDatabase openSideConnection(const QString& connectionName) const;
@@ -77,6 +81,7 @@ private:
     ServerLimits m_limits;
     Backend m_backend;
     QString m_postgresName;
+    quint16 m_proxyPort;
     QTemporaryDir m_dir;
     QDateTime m_now = QDateTime(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC);
     std::unique_ptr<AccountStore> m_store;

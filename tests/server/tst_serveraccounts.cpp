@@ -36,6 +36,9 @@ private slots:
         QTest::newRow("session mark, kept for display names") << newAccount(u"alice@home"_s, u"1"_s) << QByteArray("INUSE\r\n");
         // The feminine ordinal folds to "a".
         QTest::newRow("taken in compatibility form") << newAccount(u"\u00AAlice"_s, u"1"_s) << QByteArray("INUSE\r\n");
+        // Look-alikes of alice are refused, saying why.
+        for (const QString& name : {u"aIice"_s, u"a1ice"_s, u"al\u00EDce"_s})
+            QTest::newRow(qPrintable(u"looks like alice: "_s + name)) << newAccount(name, u"1"_s) << (wire("SMSG", u"The name "_s + name + u" was not taken: it looks too much like alice, the name of a member. Please choose another."_s).toLatin1() + "\r\nINUSE\r\n");
         QTest::newRow("empty password") << newAccount(u"dave"_s, QString()) << QByteArray("INUSE\r\n");
         // Passwords the sign-on dialog refuses: such an account could never be used.
         QTest::newRow("word password") << newAccount(u"dave"_s, u"secret"_s) << QByteArray("INUSE\r\n");

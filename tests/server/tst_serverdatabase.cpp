@@ -1,6 +1,7 @@
 // The database behind the room, on SQLite and on PostgreSQL alike: accounts, bans, news and
 // last-seen times outlive a restart, and a change that meets another connection's lock neither
 // stalls the room nor gets lost. PostgreSQL rows skip, saying why, without a cluster to use.
+#include "DatabaseProxy.h"
 #include "TestServer.h"
 
 #include <QSqlQuery>
@@ -126,6 +127,62 @@ private slots:
             QTRY_COMPARE_WITH_TIMEOUT(server.store().lastSeen(name), departure, 10000);
         creator.clear();
         creator.sendSegment(wire("NEWACCOUNT", "frank", "6"));
+        QVERIFY(creator.waitForLine(u"DONER"_s));
+    }
+
+    void theRoomOutlivesADatabaseThatGoesAwayOrHangs_data() {
+        QTest::addColumn<bool>("hangs");
+        QTest::newRow("restarting") << false;
+        QTest::newRow("stopped") << true;
+    }
+
+    void theRoomOutlivesADatabaseThatGoesAwayOrHangs() {
+        QFETCH(bool, hangs);
+        if (const QString why = TestServer::unavailable(TestServer::Backend::PostgreSql); !why.isEmpty())
+            QSKIP(qPrintable(why));
+        DatabaseProxy proxy(TestServer::postgresPort());
+        TestServer server(TestServer::testLimits(), TestServer::Backend::PostgreSql, proxy.port());
+        std::unique_ptr<ServerTestClient> alice, bob;
+        QVERIFY(server.signOnAliceAndBob(alice, bob));
+        server.addAccount(u"dave"_s, u"4"_s);
+        auto carol = server.signOnNew(u"carol"_s);
+        QVERIFY(carol);
+        if (hangs)
+            proxy.hang();
+        else
+            proxy.goAway();
+
+        server.advance(60);
+        carol->socket().disconnectFromHost();
+        QVERIFY(alice->waitForLine(wire("PART", "carol")));
+        // A departure of this run is known without the database; a lookup waits for it off the
+        // room's thread, and the room goes on meanwhile.
+        bob->sendSegment(msg(u"!Seen carol"_s));
+        QVERIFY(bob->waitForLine(msg(u"<Quorvel> carol was last seen on 2026-03-01 12:01:00 UTC."_s)));
+        bob->sendSegment(msg(u"!Seen dave"_s));
+        alice->sendSegment(msg(u"still here"_s));
+        QVERIFY(bob->waitForLine(wire("MSG", "<alice> still here")));
+        const QString unanswered = msg(u"<Quorvel> The server's database is not answering, so dave cannot be "
+                                       "looked up. Please try again in a minute."_s);
+        QVERIFY(!bob->lines().contains(unanswered));
+        QVERIFY(bob->waitForLine(unanswered));
+        ServerTestClient early;
+        QVERIFY(early.connectTo(server.port()));
+        early.sendSegment(wire("LOGIN", "dave", "4"));
+        QVERIFY(
+            early.waitForLine(wire("SMSG", "The server's database is not answering, so you cannot sign on "
+                                           "now. Please try again in a minute.")));
+
+        // What was due is written once the database is back; sign-on, accounts and news work at once.
+        proxy.comeBack();
+        QTRY_COMPARE_WITH_TIMEOUT(server.store().lastSeen(u"carol"_s), server.now(), 10000);
+        auto dave = server.signOn(u"dave"_s, u"4"_s);
+        QVERIFY(dave);
+        alice->sendSegment(wire("NEWS", "Back", "again"));
+        QVERIFY(dave->waitForLine(wire("SMSG", "News from alice: Back - again")));
+        ServerTestClient creator;
+        QVERIFY(creator.connectTo(server.port()));
+        creator.sendSegment(wire("NEWACCOUNT", "erin", "5"));
         QVERIFY(creator.waitForLine(u"DONER"_s));
     }
 

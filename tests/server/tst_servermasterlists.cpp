@@ -141,7 +141,8 @@ private slots:
     void refusedRequestIsAnsweredAndClosed_data() {
         addColumns<QByteArray, QByteArray>("request", "status");
         const QByteArray get = "GET /quorvel/qvllist-kingpin.qvl ";
-        QTest::newRow("header that never ends") << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(64 * 1024, 'a')) << QByteArray("431");
+        // Far more than is read: closing on unread bytes would reset the connection, answer and all.
+        QTest::newRow("header that never ends") << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(1024 * 1024, 'a')) << QByteArray("431");
         QTest::newRow("head just over 8 KB") << (get + "HTTP/1.1\r\nHost: localhost\r\nX-Long: " + QByteArray(8 * 1024, 'a') + "\r\n\r\n") << QByteArray("431");
         QTest::newRow("TLS hello") << QByteArray("\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 11) << QByteArray("400");
         QTest::newRow("bare line feeds") << (get + "HTTP/1.1\nHost: localhost\n\n") << QByteArray("400");
@@ -151,6 +152,8 @@ private slots:
         QTest::newRow("two Hosts") << (get + "HTTP/1.1\r\nHost: a\r\nHost: b\r\n\r\n") << QByteArray("400");
         QTest::newRow("folded header") << (get + "HTTP/1.1\r\nHost: a\r\n  folded\r\n\r\n") << QByteArray("400");
         QTest::newRow("control byte in a value") << (get + "HTTP/1.1\r\nHost: a\x01\r\n\r\n") << QByteArray("400");
+        QTest::newRow("no version (HTTP/0.9)") << QByteArray("GET /quorvel/qvllist-kingpin.qvl\r\n") << QByteArray("400");
+        QTest::newRow("absolute-form target") << QByteArray("GET http://localhost:27801/quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: localhost:27801\r\nConnection: close\r\n\r\n") << QByteArray("200");
         QTest::newRow("blank in the path") << QByteArray("GET /quorvel/a b HTTP/1.1\r\nHost: a\r\n\r\n") << QByteArray("400");
         QTest::newRow("HTTP/1.0 ends after the answer") << (get + "HTTP/1.0\r\n\r\n") << QByteArray("200");
         QTest::newRow("Connection: close") << (get + "HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n") << QByteArray("200");
@@ -199,6 +202,33 @@ private slots:
         else
             QVERIFY2(client.received.startsWith("HTTP/1.1 " + answers + ' '),
                      client.received.left(60).constData());
+    }
+
+    void bigListToClientsThatDoNotReadCostsLittleMemory() {
+        QTemporaryDir dir;
+        QByteArray list;
+        for (int i = 0; list.size() < 32 * 1024 * 1024; ++i)
+            list += "Server " + QByteArray::number(i) + " - 10.0.0.1 - 27910\r\n";
+        QVERIFY(writeBytes(dir.filePath(QStringLiteral("qvllist-big.qvl")), list));
+        MasterListHttp http(dir.path());
+        const quint16 port = http.listen(QHostAddress::LocalHost, 0);
+        std::vector<std::unique_ptr<RawClient>> clients;
+        for (int i = 0; i < 4; ++i) {
+            clients.push_back(std::make_unique<RawClient>(port));
+            // The client takes the first bytes and then nothing: the rest waits in the server.
+            clients.back()->socket.setReadBufferSize(4096);
+            clients.back()->socket.write("GET /quorvel/qvllist-big.qvl HTTP/1.1\r\nHost: a\r\n\r\n");
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(std::all_of(clients.begin(), clients.end(),
+                                             [](const auto& client) { return !client->received.isEmpty(); }),
+                                 5000);
+        QVERIFY2(http.queuedBytes() <= 4 * 128 * 1024, QByteArray::number(http.queuedBytes()).constData());
+        // A client that reads gets the whole list, piece after piece.
+        RawClient& reader = *clients.front();
+        reader.socket.setReadBufferSize(0);
+        reader.received += reader.socket.readAll();
+        QTRY_VERIFY_WITH_TIMEOUT(reader.received.size() >= list.size(), 20000);
+        QCOMPARE(reader.received.mid(reader.received.indexOf("\r\n\r\n") + 4), list);
     }
 
     void connectionsPerAddressAreCapped() {
