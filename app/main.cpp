@@ -25,11 +25,24 @@ int main(int argc, char** argv) {
     SystemServices system(ProgramFolder::forExecutable(QApplication::applicationDirPath()));
     Form1 main(system.services());
     QObject::connect(&main, &Form1::programEnded, &app, &QApplication::quit, Qt::QueuedConnection);
-    // A refused second copy says so before any window shows; until it runs, a quit signal just ends it.
-    if (!main.Form_Load())
-        return 0;
+    // Listened for before the running copy's lock is taken, so that a quit signal never finds the
+    // program without its handler (the default would kill it). Until the main window is loaded, a
+    // quit signal ends any box that is open and the program with it, saving nothing: a refused
+    // second copy never writes its blank settings over the running copy's.
     QuitSignals quitSignals;
-    QObject::connect(&quitSignals, &QuitSignals::received, &main, &Form1::mnuExit_Click);
+    bool loaded = false;
+    bool quitBeforeLoaded = false;
+    QObject::connect(&quitSignals, &QuitSignals::received, &main, [&] {
+        if (loaded) {
+            main.mnuExit_Click();
+            return;
+        }
+        quitBeforeLoaded = true;
+        QCoreApplication::exit(0); // ends the box's loop too, where quit() would wait for exec()
+    });
+    if (!main.Form_Load() || quitBeforeLoaded)
+        return 0;
+    loaded = true;
     main.show();
     auto* splash = new SplashWindow(system.desktop, &main);
     splash->show();
