@@ -3,6 +3,7 @@
 #include "browser/Form10.h"
 #include "common/Services.h"
 #include "servers/LaunchHost.h"
+#include "servers/ServerQuery.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -26,7 +27,7 @@ class StarterOptions;
 
 // The game server browser: the chosen game and its path, the favourite and master server lists,
 // and the chosen-server fields that the monitor window and the launcher read when they act.
-class GameStarter : public QWidget {
+class GameStarter : public QWidget, private QueryTarget {
     Q_OBJECT
 public:
     explicit GameStarter(Services services, QWidget* parent = nullptr);
@@ -98,7 +99,7 @@ public:
     // The fetch dialog while it is loaded, else null.
     Form10* fetchDialog() const { return m_form10; }
 
-    QString gameKey() const;
+    QString gameKey() const override;
     // Selects the game by its exact key; an unknown key selects "*Home".
     void setGameKey(const QString& key);
     bool isPlaying() const;
@@ -164,6 +165,10 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // The server the monitor queries: the server fields as they stand at each query.
+    QString serverAddress() const override;
+    QString serverPort() const override;
+
     static QListWidgetItem* selectedItem(const QListWidget* list);
     void buildControls();
     void buildMenus();

@@ -2,7 +2,7 @@
 #include "browser/GameStarter.h"
 
 #include "browser/Form10.h"
-#include "browser/GameCatalogue.h"
+#include "servers/GameCatalogue.h"
 #include "browser/MasterListFetch.h"
 #include "browser/StarterOptions.h"
 #include "common/TextFile.h"

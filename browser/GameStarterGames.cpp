@@ -1,7 +1,7 @@
 // The chosen game: its frame, executable, path file and the settings file.
 #include "browser/GameStarter.h"
 
-#include "browser/GameCatalogue.h"
+#include "servers/GameCatalogue.h"
 #include "browser/StarterOptions.h"
 #include "common/FileNameCase.h"
 #include "common/INI.h"

@@ -2,7 +2,7 @@
 // this window and StarterOptions::Text1 at the moment it runs.
 #include "browser/GameStarter.h"
 
-#include "browser/GameCatalogue.h"
+#include "servers/GameCatalogue.h"
 #include "browser/StarterOptions.h"
 #include "common/TextFile.h"
 #include "servers/Form4.h"
@@ -40,7 +40,7 @@ void GameStarter::JoinGame() {
     }
     auto* resume = findChild<Form4*>(QString(), Qt::FindDirectChildrenOnly);
     if (!resume) {
-        resume = new Form4(*this);
+        resume = new Form4(this);
         connect(resume, &Form4::resumed, this, &GameStarter::backFromGame);
     }
     resume->show();
@@ -126,6 +126,7 @@ bool GameStarter::runBatch(const QString& backslashName, const QStringList& line
 }
 
 void GameStarter::backFromGame() {
+    txtPlayingGame->setText(NotPlaying);
     show();
     if (m_launchHost)
         m_launchHost->backFromGame();

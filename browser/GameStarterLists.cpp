@@ -1,7 +1,7 @@
 // The favourite and master server lists, their files and the chosen-server fields.
 #include "browser/GameStarter.h"
 
-#include "browser/GameCatalogue.h"
+#include "servers/GameCatalogue.h"
 #include "browser/ServerEntry.h"
 #include "common/TextFile.h"
 

@@ -1,6 +1,6 @@
 // Whatever a game server (or anyone) sends to the query socket: each game's parser, and the
 // players step's invariant that no row is made without a line.
-#include "browser/GameCatalogue.h"
+#include "servers/GameCatalogue.h"
 #include "common/Windows1252.h"
 #include "servers/GameQuery.h"
 

@@ -1,14 +1,13 @@
 #include "servers/Form4.h"
 
-#include "browser/GameStarter.h"
 #include "common/AccessibleWindows.h"
 
 #include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
 
-Form4::Form4(GameStarter& browser)
-    : QWidget(&browser, Qt::Window), Command1(new QPushButton(QStringLiteral("Resume Quorvel"), this)), m_browser(browser) {
+Form4::Form4(QWidget* parent)
+    : QWidget(parent, Qt::Window), Command1(new QPushButton(QStringLiteral("Resume Quorvel"), this)) {
     setObjectName(QStringLiteral("Form4"));
     AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Resume Quorvel"));
@@ -20,7 +19,6 @@ Form4::Form4(GameStarter& browser)
 }
 
 void Form4::Command1_Click() {
-    m_browser.txtPlayingGame->setText(GameStarter::NotPlaying);
     Q_EMIT resumed();
     close();
 }

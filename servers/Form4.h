@@ -2,7 +2,6 @@
 
 #include <QWidget>
 
-class GameStarter;
 class QPushButton;
 
 // "Resume Quorvel": shown while a game started from the browser runs; its button brings the
@@ -10,7 +9,7 @@ class QPushButton;
 class Form4 : public QWidget {
     Q_OBJECT
 public:
-    explicit Form4(GameStarter& browser);
+    explicit Form4(QWidget* parent);
 
     QPushButton* Command1;
 
@@ -19,7 +18,4 @@ public:
 Q_SIGNALS:
     // The player is back: the browser and the chat window come back and the room is told.
     void resumed();
-
-private:
-    GameStarter& m_browser;
 };

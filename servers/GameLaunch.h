@@ -1,6 +1,6 @@
 #pragma once
 
-#include "browser/GameCatalogue.h"
+#include "servers/GameCatalogue.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,6 +1,6 @@
 #include "servers/GameQuery.h"
 
-#include "browser/GameCatalogue.h"
+#include "servers/GameCatalogue.h"
 #include "common/NumberText.h"
 #include "servers/HalfLife.h"
 #include "servers/QuakeII.h"

@@ -1,6 +1,5 @@
 #include "servers/PingServers.h"
 
-#include "browser/GameStarter.h"
 #include "common/AccessibleWindows.h"
 #include "common/NumberText.h"
 #include "common/Prompts.h"
@@ -31,8 +30,8 @@ const QString kTitle = QStringLiteral("Quorvel");
 
 } // namespace
 
-PingServers::PingServers(GameStarter& browser, Prompts& prompts)
-    : QWidget(&browser, Qt::Window)
+PingServers::PingServers(const QueryTarget& server, Prompts& prompts, QWidget* parent)
+    : QWidget(parent, Qt::Window)
     , Command2(named(new QPushButton(QStringLiteral("Join"), this), "Command2"))
     , Command1(named(new QPushButton(QStringLiteral("Close"), this), "Command1"))
     , cmdQuery(named(new QPushButton(QStringLiteral("Refresh"), this), "cmdQuery"))
@@ -40,7 +39,7 @@ PingServers::PingServers(GameStarter& browser, Prompts& prompts)
     , Text1(named(new QLineEdit(QStringLiteral("2000"), this), "Text1"))
     , Timer1(named(new QTimer(this), "Timer1"))
     , tmrMonitorServer(named(new QTimer(this), "tmrMonitorServer"))
-    , Socket(new ServerQuery(*this, *this, this))
+    , Socket(new ServerQuery(server, *this, this))
     , LVPlayers(named(new QTreeWidget(this), "LVPlayers"))
     , Label12(named(new QLabel(QStringLiteral("Server Type :"), this), "Label12"))
     , lblGameName(named(new QLabel(this), "lblGameName"))
@@ -54,7 +53,6 @@ PingServers::PingServers(GameStarter& browser, Prompts& prompts)
     , Label2(named(new QLabel(QStringLiteral("Status :"), this), "Label2"))
     , lblReplyTime(named(new QLabel(this), "lblReplyTime"))
     , graph(new ReplyGraph(this))
-    , m_browser(browser)
     , m_prompts(prompts)
     , m_sort(prompts) {
     setObjectName(QStringLiteral("PingServers"));
@@ -130,9 +128,6 @@ void PingServers::buildLayout() {
     resize(420, 460);
 }
 
-QString PingServers::gameKey() const { return m_browser.gameKey(); }
-QString PingServers::serverAddress() const { return m_browser.Text2->text(); }
-QString PingServers::serverPort() const { return m_browser.Text4->text(); }
 
 void PingServers::say(const QString& title, const QString& text) {
     m_prompts.message(title, text, Prompts::Icon::Information);
@@ -194,7 +189,7 @@ void PingServers::Command2_Click() {
         m_prompts.message(kTitle, QStringLiteral("Server full, Are you sure you want to join still?"),
                           Prompts::Icon::Critical, Prompts::Buttons::YesNo) == Prompts::Answer::No)
         return;
-    m_browser.join_click();
+    Q_EMIT joinRequested();
 }
 
 void PingServers::LVPlayers_ColumnClick(int column) {

@@ -5,7 +5,6 @@
 
 #include <QWidget>
 
-class GameStarter;
 class Prompts;
 class QCheckBox;
 class QLabel;
@@ -15,13 +14,13 @@ class QTimer;
 class QTreeWidget;
 class ReplyGraph;
 
-// "Server Stats": the live state of the server chosen in the browser. The game, address and port
-// are read from the browser at every query; the window keeps nothing but its controls.
-class PingServers : public QWidget, private QueryTarget, private QueryResultSink {
+// "Server Stats": the live state of the server chosen in the window that opens it. The game,
+// address and port are read from that window at every query; this one keeps nothing but its controls.
+class PingServers : public QWidget, private QueryResultSink {
     Q_OBJECT
 public:
-    // Loading the window sends the first query.
-    PingServers(GameStarter& browser, Prompts& prompts);
+    // Loading the window sends the first query to server; the window belongs to parent.
+    PingServers(const QueryTarget& server, Prompts& prompts, QWidget* parent);
 
     QPushButton* Command2; // "Join"
     QPushButton* Command1; // "Close"
@@ -51,20 +50,20 @@ public:
     void Command2_Click();
     void LVPlayers_ColumnClick(int column);
 
+Q_SIGNALS:
+    // "Join" was pressed (and, on a full server, confirmed): the opener joins as its own Join does.
+    void joinRequested();
+
 protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    QString gameKey() const override;
-    QString serverAddress() const override;
-    QString serverPort() const override;
     void showReply(const ServerStatus& status, qint64 bytes, std::optional<qint64> replyMs) override;
     void buildLayout();
     void say(const QString& title, const QString& text);
     // How a column of LVPlayers sorts; column counts from 1.
     static qint16 columnType(int column);
 
-    GameStarter& m_browser;
     Prompts& m_prompts;
     SortView m_sort;
 };

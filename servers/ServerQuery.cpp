@@ -7,7 +7,7 @@
 #include <QNetworkDatagram>
 #include <QUdpSocket>
 
-ServerQuery::ServerQuery(QueryTarget& target, QueryResultSink& sink, QObject* parent)
+ServerQuery::ServerQuery(const QueryTarget& target, QueryResultSink& sink, QObject* parent)
     : QObject(parent), m_target(target), m_sink(sink), m_socket(new QUdpSocket(this)) {
     m_socket->setObjectName(QStringLiteral("Socket"));
     connect(m_socket, &QUdpSocket::readyRead, this, &ServerQuery::readReplies);

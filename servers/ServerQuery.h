@@ -32,7 +32,7 @@ public:
 class ServerQuery : public QObject {
     Q_OBJECT
 public:
-    ServerQuery(QueryTarget& target, QueryResultSink& sink, QObject* parent = nullptr);
+    ServerQuery(const QueryTarget& target, QueryResultSink& sink, QObject* parent = nullptr);
 
     // Checks the address and port fields and sends the selected game's request. A host name is
     // looked up first; one that does not resolve sends nothing and says nothing.
@@ -44,7 +44,7 @@ private:
     void sendTo(const QString& host, quint16 port, const QByteArray& datagram);
     void readReplies();
 
-    QueryTarget& m_target;
+    const QueryTarget& m_target;
     QueryResultSink& m_sink;
     QUdpSocket* m_socket;
     QElapsedTimer m_sinceRequest;

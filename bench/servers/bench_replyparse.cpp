@@ -3,7 +3,7 @@
 // is parsed in one go on the window's thread, so this is how long the monitor stays busy.
 #include "FakeGameServer.h"
 
-#include "browser/GameCatalogue.h"
+#include "servers/GameCatalogue.h"
 #include "common/Windows1252.h"
 #include "servers/GameQuery.h"
 

@@ -1,4 +1,4 @@
-#include "browser/GameCatalogue.h"
+#include "servers/GameCatalogue.h"
 
 #include <QStringList>
 
