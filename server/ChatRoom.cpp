@@ -87,9 +87,15 @@ void ChatRoom::handleLogin(MemberSession* session, const QStringList& fields) {
     const QString name = ChatMessage::field(fields, 1);
     const QString password = ChatMessage::field(fields, 2);
     session->setState(MemberSession::State::Checking);
-    const qint64 waitMs = m_throttle.admit(session->address(), NameRules::key(name));
-    QTimer::singleShot(waitMs, this, [this, session = QPointer(session), name, password] {
-        if (session && session->state() == MemberSession::State::Checking)
+    const QString key = NameRules::key(name);
+    const SignOnThrottle::Ticket ticket = m_throttle.admit(session->address(), key);
+    if (ticket.waitMs > 0)
+        m_waitingTurns.insert(session, {key, ticket.id});
+    QTimer::singleShot(ticket.waitMs, this, [this, session = QPointer(session), name, password] {
+        if (!session)
+            return;
+        m_waitingTurns.remove(session);
+        if (session->state() == MemberSession::State::Checking)
             checkLogin(session, name, password);
     });
 }
@@ -276,6 +282,10 @@ void ChatRoom::signOn(MemberSession* session, const QString& displayName) {
 }
 
 void ChatRoom::departed(MemberSession* session) {
+    if (const auto waiting = m_waitingTurns.find(session); waiting != m_waitingTurns.end()) {
+        m_throttle.giveBack(session->address(), waiting->first, waiting->second);
+        m_waitingTurns.erase(waiting);
+    }
     m_awaitingNick.removeOne(session);
     const qsizetype index = m_members.indexOf(session);
     if (index < 0)
