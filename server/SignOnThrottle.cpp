@@ -22,7 +22,8 @@ SignOnThrottle::Record& SignOnThrottle::recordOf(QHash<QString, Record>& records
                                                  qint64 now) const {
     Record& record = records[key];
     record.settle(now);
-    if (record.waiting.isEmpty() && record.nextTurn() <= now && now - record.lastFailure >= m_settings.forgetAfterMs)
+    if (record.waiting.isEmpty() && record.nextTurn() <= now &&
+        now - record.lastFailure >= m_settings.forgetAfterMs)
         record = Record{};
     return record;
 }
@@ -43,7 +44,8 @@ SignOnThrottle::Ticket SignOnThrottle::admit(const QString& address, const QStri
     const Ticket ticket{turn - now, ++m_lastTicket};
     for (Record* record : {&byAddress, byAccount}) {
         if (record)
-            record->waiting.append({ticket.id, turn, std::max(record->nextTurn(), turn + spacingAfter(record->failures))});
+            record->waiting.append(
+                {ticket.id, turn, std::max(record->nextTurn(), turn + spacingAfter(record->failures))});
     }
     return ticket;
 }
