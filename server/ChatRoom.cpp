@@ -27,6 +27,9 @@ ChatRoom::ChatRoom(AccountStore& store, DatabaseThreads& database, const ServerL
     , m_limits(limits)
     , m_now(std::move(now))
     , m_throttle({.firstDelayMs = limits.signOnDelayMs}, [this] { return m_uptime.elapsed(); })
+    , m_pace({.accountSpacingMs = limits.signOnAgainMs,
+              .perAddressPerMinute = limits.signOnsPerAddressPerMinute},
+             [this] { return m_uptime.elapsed(); })
     , m_standInKey(PasswordHash::newSalt()) {
     m_uptime.start();
 }
@@ -86,8 +89,17 @@ void ChatRoom::handle(MemberSession* session, const QStringList& fields) {
 void ChatRoom::handleLogin(MemberSession* session, const QStringList& fields) {
     const QString name = ChatMessage::field(fields, 1);
     const QString password = ChatMessage::field(fields, 2);
-    session->setState(MemberSession::State::Checking);
     const QString key = NameRules::key(name);
+    bool byAddress = false;
+    if (const qint64 waitMs = m_pace.waitBefore(session->address(), key, &byAddress); waitMs > 0) {
+        const QString wait =
+            QStringLiteral("please wait %1 seconds before signing on again.").arg((waitMs + 999) / 1000);
+        serverMessage(session, byAddress ? QStringLiteral("Too many sign-ons from your address; ") + wait
+                                         : QStringLiteral("You signed on moments ago; ") + wait);
+        session->closeAfterSending();
+        return;
+    }
+    session->setState(MemberSession::State::Checking);
     const SignOnThrottle::Ticket ticket = m_throttle.admit(session->address(), key);
     if (ticket.waitMs > 0)
         m_waitingTurns.insert(session, {key, ticket.id});
@@ -266,6 +278,7 @@ void ChatRoom::signOn(MemberSession* session, const QString& displayName) {
     session->setState(MemberSession::State::SignedOn);
     m_members.append(session);
     m_byName.insert(NameRules::key(displayName), session);
+    m_pace.signedOn(session->address(), NameRules::key(session->accountName()));
     for (const MemberSession* member : std::as_const(m_members))
         session->send(ChatMessage::build(ChatProtocol::List, {member->displayName()}));
     broadcast(ChatMessage::build(ChatProtocol::Join, {displayName}), session);

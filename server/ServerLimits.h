@@ -37,4 +37,7 @@ struct ServerLimits {
     // After a few failed sign-ons from one address (or on one name), the next attempts are checked
     // one spacing apart: this long at first, doubling with each failure. 0 turns it off.
     int signOnDelayMs = 1000;
+    // How often an account, and an address, may sign on; 0 turns either off.
+    int signOnAgainMs = 2000;
+    int signOnsPerAddressPerMinute = 12;
 };

@@ -341,6 +341,34 @@ private slots:
         QVERIFY(attempt(alice, u"127.0.0.4"_s, u"11"_s) && alice.waitForLine(wire("LIST", "alice"), 4000));
     }
 
+    void signingOnAgainIsPaced() {
+        ServerLimits limits = TestServer::testLimits();
+        limits.signOnAgainMs = 60000;
+        limits.signOnsPerAddressPerMinute = 2;
+        TestServer server(limits);
+        for (const QString& name : {u"alice"_s, u"bob"_s, u"carol"_s})
+            server.addAccount(name, u"1"_s);
+        const auto signOn = [&](const QString& name) {
+            auto client = std::make_unique<ServerTestClient>();
+            if (client->connectFrom(u"127.0.0.2"_s, server.port()))
+                client->sendSegment(wire("LOGIN", name, "1"));
+            return client;
+        };
+        const auto refusal = [](ServerTestClient& client) {
+            return client.waitForDisconnect() && client.lines().size() == 1 ? client.lines().first()
+                                                                            : QString();
+        };
+        QVERIFY(signOn(u"alice"_s)->waitForLine(wire("LIST", "alice")));
+        QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 0, 5000);
+        // The same account again at once: refused, saying how long to wait; nothing was checked.
+        QVERIFY(
+            refusal(*signOn(u"alice"_s)).startsWith(wire("SMSG", "You signed on moments ago; please wait ")));
+        QVERIFY(signOn(u"bob"_s)->waitForLine(wire("LIST", "bob")));
+        // A third sign-on from the address within the minute.
+        QVERIFY(refusal(*signOn(u"carol"_s))
+                    .startsWith(wire("SMSG", "Too many sign-ons from your address; please wait ")));
+    }
+
     void bystanderKeepsItsPaceDuringALoginFlood() {
         ServerLimits limits = TestServer::testLimits();
         limits.signOnDelayMs = 0; // the flood is about the cost of checking, not the spacing of guesses
