@@ -90,6 +90,15 @@ double medianRoundTripMs(ServerTestClient& bob, int count) {
     return times.at(times.size() / 2);
 }
 
+// Connects from the given loopback address and sends LOGIN; false when it could not connect.
+bool sendLogin(ServerTestClient& client, TestServer& server, const QString& from, const QString& name,
+               const QString& password) {
+    if (!client.connectFrom(from, server.port()))
+        return false;
+    client.sendSegment(wire("LOGIN", name, password));
+    return true;
+}
+
 } // namespace
 
 class TestServerSignOn : public QObject {
@@ -290,8 +299,7 @@ private slots:
         TestServer server(limits);
         server.addAccount(u"alice"_s, u"11"_s);
         const auto attempt = [&](ServerTestClient& client, const QString& from, const QString& password) {
-            return client.connectFrom(from, server.port()) &&
-                   (client.sendSegment(wire("LOGIN", "alice", password)), true);
+            return sendLogin(client, server, from, u"alice"_s, password);
         };
         {
             ServerTestClient earlier; // alice signed on from home before
@@ -320,25 +328,23 @@ private slots:
         limits.signOnDelayMs = 300;
         TestServer server(limits);
         server.addAccount(u"alice"_s, u"11"_s);
-        const auto attempt = [&](ServerTestClient& client, const QString& from, const QString& password) {
-            return client.connectFrom(from, server.port()) &&
-                   (client.sendSegment(wire("LOGIN", "alice", password)), true);
-        };
         for (int i = 0; i < 5; ++i) {
             ServerTestClient guess;
-            QVERIFY(attempt(guess, u"127.0.0.3"_s, u"9"_s) && guess.waitForLine(u"INVALID"_s, 10000));
+            QVERIFY(sendLogin(guess, server, u"127.0.0.3"_s, u"alice"_s, u"9"_s) &&
+                    guess.waitForLine(u"INVALID"_s, 10000));
         }
         // Eight attempts that each take a turn 1.2 s after the one before, and leave at once.
         for (int i = 0; i < 8; ++i) {
             ServerTestClient gone;
-            QVERIFY(attempt(gone, u"127.0.0.3"_s, u"9"_s));
+            QVERIFY(sendLogin(gone, server, u"127.0.0.3"_s, u"alice"_s, u"9"_s));
             QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 1, 5000);
             gone.socket().abort();
             QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 0, 5000);
         }
         // alice, from a new address, waits for one spacing, not behind eight given-up turns.
         ServerTestClient alice;
-        QVERIFY(attempt(alice, u"127.0.0.4"_s, u"11"_s) && alice.waitForLine(wire("LIST", "alice"), 4000));
+        QVERIFY(sendLogin(alice, server, u"127.0.0.4"_s, u"alice"_s, u"11"_s) &&
+                alice.waitForLine(wire("LIST", "alice"), 4000));
     }
 
     void signingOnAgainIsPaced() {
@@ -350,8 +356,7 @@ private slots:
             server.addAccount(name, u"1"_s);
         const auto signOn = [&](const QString& name) {
             auto client = std::make_unique<ServerTestClient>();
-            if (client->connectFrom(u"127.0.0.2"_s, server.port()))
-                client->sendSegment(wire("LOGIN", name, "1"));
+            sendLogin(*client, server, u"127.0.0.2"_s, name, u"1"_s);
             return client;
         };
         const auto refusal = [](ServerTestClient& client) {
