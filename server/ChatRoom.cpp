@@ -99,8 +99,14 @@ void ChatRoom::handleLogin(MemberSession* session, const QStringList& fields) {
         session->closeAfterSending();
         return;
     }
-    session->setState(MemberSession::State::Checking);
     const SignOnThrottle::Ticket ticket = m_throttle.admit(session->address(), key);
+    if (ticket.waitMs < 0) {
+        serverMessage(session, QStringLiteral("A sign-on from your address is already waiting its turn; "
+                                              "please try again once it is answered."));
+        session->closeAfterSending();
+        return;
+    }
+    session->setState(MemberSession::State::Checking);
     if (ticket.waitMs > 0)
         m_waitingTurns.insert(session, {key, ticket.id});
     QTimer::singleShot(ticket.waitMs, this, [this, session = QPointer(session), name, password] {

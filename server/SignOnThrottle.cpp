@@ -41,6 +41,8 @@ SignOnThrottle::Ticket SignOnThrottle::admit(const QString& address, const QStri
     qint64 turn = std::max(now, byAddress.nextTurn());
     if (byAccount)
         turn = std::max(turn, byAccount->nextTurn());
+    if (turn > now && !byAddress.waiting.isEmpty())
+        return {-1, 0};
     const Ticket ticket{turn - now, ++m_lastTicket};
     for (Record* record : {&byAddress, byAccount}) {
         if (record)

@@ -32,7 +32,9 @@ public:
         qint64 id = 0;
     };
     // How long this attempt waits before it is checked. Its turn is taken now, so attempts
-    // waiting together are checked one spacing apart, not all at once.
+    // waiting together are checked one spacing apart, not all at once. An address has at most one
+    // attempt waiting: another one that would have to wait is refused (waitMs -1), so that nobody
+    // can hold turns on a name by holding connections open.
     Ticket admit(const QString& address, const QString& accountKey);
     // The attempt left before its turn: the turn is free again.
     void giveBack(const QString& address, const QString& accountKey, qint64 ticketId);

@@ -249,14 +249,15 @@ private slots:
     // clang-format off
     void throttleSpacesOutFailedAttempts_data() {
         // Steps: "try ADDRESS NAME" (its wait is recorded), "leave" (the last try gives its turn
-        // back), "ok ADDRESS NAME", "pass MS", and "N*ADDRESS NAME" for N tries that each fail. Three free failures, then
-        // 1 s doubling to at most 4 s, forgotten after 60 s.
+        // back), "ok ADDRESS NAME", "pass MS", and "N*ADDRESS NAME" for N tries that each fail when
+        // their turn comes. Three free failures, then 1 s doubling to at most 4 s, forgotten after 60 s.
         addColumns<QString, QList<qint64>>("steps", "waits");
-        QTest::newRow("spacing doubles up to the ceiling") << u"7*A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 3000, 7000};
+        QTest::newRow("spacing doubles up to the ceiling") << u"8*A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 2000, 4000, 4000};
         QTest::newRow("the address waits whatever the name") << u"1*A x, 1*A y, 1*A z, 1*A v, try A w"_s << QList<qint64>{0, 0, 0, 0, 1000};
         QTest::newRow("the name waits whatever the address") << u"1*B x, 1*C x, 1*D x, 1*E x, try F x"_s << QList<qint64>{0, 0, 0, 0, 1000};
         QTest::newRow("an address the member signed on from does not wait for the name") << u"ok H x, 4*B x, try F x, try H x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0};
         QTest::newRow("a quiet spell forgets") << u"5*A x, pass 70000, try A x, try A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0, 0};
+        QTest::newRow("an address has one attempt waiting at most") << u"4*A x, try A x, try A y, try B x"_s << QList<qint64>{0, 0, 0, 0, 1000, -1, 3000};
         QTest::newRow("a turn given back is free again") << u"4*A x, try B x, leave, try B x, try C x"_s << QList<qint64>{0, 0, 0, 0, 1000, 1000, 3000};
         QTest::newRow("success clears the name, not the address") << u"4*A x, ok A x, try A y, try G x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0};
     }
@@ -275,6 +276,7 @@ private slots:
             if (words[0].contains(u'*')) {
                 for (int i = words[0].section(u'*', 0, 0).toInt(); i > 0; --i) {
                     seen << throttle.admit(words[0].section(u'*', 1), words[1]).waitMs;
+                    now += seen.last();
                     throttle.failed(words[0].section(u'*', 1), words[1]);
                 }
             } else if (words[0] == u"try") {
@@ -333,6 +335,18 @@ private slots:
             QVERIFY(sendLogin(guess, server, u"127.0.0.3"_s, u"alice"_s, u"9"_s) &&
                     guess.waitForLine(u"INVALID"_s, 10000));
         }
+        // While one attempt from the address waits its turn, another one is refused, saying why.
+        {
+            ServerTestClient waiting;
+            ServerTestClient another;
+            QVERIFY(sendLogin(waiting, server, u"127.0.0.3"_s, u"alice"_s, u"9"_s));
+            QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 1, 5000);
+            QVERIFY(sendLogin(another, server, u"127.0.0.3"_s, u"alice"_s, u"9"_s));
+            QVERIFY(
+                another.waitForLine(wire("SMSG", "A sign-on from your address is already waiting its turn; "
+                                                 "please try again once it is answered.")));
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 0, 5000);
         // Eight attempts that each take a turn 1.2 s after the one before, and leave at once.
         for (int i = 0; i < 8; ++i) {
             ServerTestClient gone;
