@@ -25,6 +25,9 @@ ChatRoom::ChatRoom(DatabaseThreads& database, const ServerLimits& limits, NowFun
     , m_limits(limits)
     , m_now(std::move(now))
     , m_throttle({.firstDelayMs = limits.signOnDelayMs}, [this] { return m_uptime.elapsed(); })
+    , m_pace({.accountSpacingMs = limits.signOnAgainMs,
+              .perAddressPerMinute = limits.signOnsPerAddressPerMinute},
+             [this] { return m_uptime.elapsed(); })
     , m_standInKey(PasswordHash::newSalt()) {
     m_uptime.start();
     loadLatestNews();
@@ -85,10 +88,31 @@ void ChatRoom::handle(MemberSession* session, const QStringList& fields) {
 void ChatRoom::handleLogin(MemberSession* session, const QStringList& fields) {
     const QString name = ChatMessage::field(fields, 1);
     const QString password = ChatMessage::field(fields, 2);
+    const QString key = NameRules::key(name);
+    bool byAddress = false;
+    if (const qint64 waitMs = m_pace.waitBefore(session->address(), key, &byAddress); waitMs > 0) {
+        const QString wait =
+            QStringLiteral("please wait %1 seconds before signing on again.").arg((waitMs + 999) / 1000);
+        serverMessage(session, byAddress ? QStringLiteral("Too many sign-ons from your address; ") + wait
+                                         : QStringLiteral("You signed on moments ago; ") + wait);
+        session->closeAfterSending();
+        return;
+    }
+    const SignOnThrottle::Ticket ticket = m_throttle.admit(session->address(), key);
+    if (ticket.waitMs < 0) {
+        serverMessage(session, QStringLiteral("A sign-on from your address is already waiting its turn; "
+                                              "please try again once it is answered."));
+        session->closeAfterSending();
+        return;
+    }
     session->setState(MemberSession::State::Checking);
-    const qint64 waitMs = m_throttle.admit(session->address(), NameRules::key(name));
-    QTimer::singleShot(waitMs, this, [this, session = QPointer(session), name, password] {
-        if (session && session->state() == MemberSession::State::Checking)
+    if (ticket.waitMs > 0)
+        m_waitingTurns.insert(session, {key, ticket.id});
+    QTimer::singleShot(ticket.waitMs, this, [this, session = QPointer(session), name, password] {
+        if (!session)
+            return;
+        m_waitingTurns.remove(session);
+        if (session->state() == MemberSession::State::Checking)
             checkLogin(session, name, password);
     });
 }
@@ -304,6 +328,7 @@ void ChatRoom::signOn(MemberSession* session, const QString& displayName) {
     session->setState(MemberSession::State::SignedOn);
     m_members.append(session);
     m_byName.insert(NameRules::key(displayName), session);
+    m_pace.signedOn(session->address(), NameRules::key(session->accountName()));
     for (const MemberSession* member : std::as_const(m_members))
         session->send(ChatMessage::build(ChatProtocol::List, {member->displayName()}));
     broadcast(ChatMessage::build(ChatProtocol::Join, {displayName}), session);
@@ -340,6 +365,10 @@ void ChatRoom::loadLatestNews() {
 }
 
 void ChatRoom::departed(MemberSession* session) {
+    if (const auto waiting = m_waitingTurns.find(session); waiting != m_waitingTurns.end()) {
+        m_throttle.giveBack(session->address(), waiting->first, waiting->second);
+        m_waitingTurns.erase(waiting);
+    }
     m_awaitingNick.removeOne(session);
     const qsizetype index = m_members.indexOf(session);
     if (index < 0)

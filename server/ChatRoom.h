@@ -3,6 +3,7 @@
 #include "server/AccountStore.h"
 #include "server/ServerClock.h"
 #include "server/ServerLimits.h"
+#include "server/SignOnPace.h"
 #include "server/SignOnThrottle.h"
 
 #include <QElapsedTimer>
@@ -114,6 +115,10 @@ private:
     QHash<QString, QDateTime> m_departedAt;
     QElapsedTimer m_uptime;
     SignOnThrottle m_throttle;
+    SignOnPace m_pace;
+    // Sessions whose LOGIN waits for its turn: the account key and the throttle's ticket, so that
+    // a session that leaves first gives its turn back.
+    QHash<MemberSession*, std::pair<QString, qint64>> m_waitingTurns;
     // Salts the stand-in password of names that are not accounts; made at start, never stored.
     QByteArray m_standInKey;
 };

@@ -6,6 +6,7 @@ namespace {
 
 // "|¿|" as it travels: the inverted question mark is the byte 0xBF.
 constexpr char Separator[] = "|\xBF|";
+constexpr qsizetype SeparatorSize = sizeof(Separator) - 1;
 
 QByteArray fieldAt(const QByteArray& line, qsizetype start) {
     qsizetype end = line.indexOf(Separator, start);
@@ -13,6 +14,20 @@ QByteArray fieldAt(const QByteArray& line, qsizetype start) {
     if (end < 0 || (lineEnd >= 0 && lineEnd < end))
         end = lineEnd;
     return end < 0 ? line.mid(start) : line.mid(start, end - start);
+}
+
+enum class Presence { None, Arrival, Departure };
+
+// JOIN and LIST add a name to the client's list, PART takes it away; the name is the one field.
+Presence presenceOf(const QByteArray& line, QByteArray* name) {
+    const QByteArray word = line.first(std::min<qsizetype>(line.size(), 4));
+    const Presence presence = word == "PART"                     ? Presence::Departure
+                              : word == "JOIN" || word == "LIST" ? Presence::Arrival
+                                                                 : Presence::None;
+    if (presence == Presence::None || line.mid(4, SeparatorSize) != Separator)
+        return Presence::None;
+    *name = fieldAt(line, 4 + SeparatorSize);
+    return presence;
 }
 
 } // namespace
@@ -28,86 +43,152 @@ DeliveryQueue::Kind DeliveryQueue::classify(const QByteArray& line, bool everyMs
     if (everyMsgEndsRead)
         return Kind::EndsRead;
     // The client splits the display line on single blanks; the word after the sender decides.
-    const QByteArray display = fieldAt(line, word.size() + qsizetype(sizeof(Separator) - 1));
+    const QByteArray display = fieldAt(line, word.size() + SeparatorSize);
     const QByteArray second = display.split(' ').value(1);
     return second.toLower() == "/me" ? Kind::EndsRead : Kind::Ordinary;
 }
 
 void DeliveryQueue::append(const QByteArray& line, Kind kind) {
-    m_queue.push_back({line, kind});
+    QByteArray name;
+    const Presence presence = kind == Kind::Ping ? Presence::None : presenceOf(line, &name);
+    // A change the member has not been told of yet is undone by its opposite.
+    if (presence == Presence::Departure) {
+        if (const auto arrival = m_queuedArrivals.constFind(name); arrival != m_queuedArrivals.cend()) {
+            cancel(m_main, *arrival);
+            m_queuedArrivals.erase(arrival);
+            return;
+        }
+    } else if (presence == Presence::Arrival) {
+        if (const auto departure = m_queuedDepartures.constFind(name);
+            departure != m_queuedDepartures.cend()) {
+            cancel(m_parts, *departure);
+            m_queuedDepartures.erase(departure);
+            return;
+        }
+    }
+    const qint64 order = m_nextOrder++;
+    if (presence == Presence::Departure) {
+        m_parts.push_back({line, kind, order});
+        m_queuedDepartures.insert(name, order);
+    } else {
+        m_main.push_back({line, kind, order});
+        if (presence == Presence::Arrival)
+            m_queuedArrivals.insert(name, order);
+    }
     m_queuedBytes += line.size();
 }
 
-QList<QByteArray> DeliveryQueue::takeWrite(qsizetype maxBytes, qint64 nowMs) {
+void DeliveryQueue::cancel(Line& line, qint64 order) {
+    const auto found =
+        std::lower_bound(line.begin(), line.end(), order,
+                         [](const Entry& entry, qint64 wanted) { return entry.order < wanted; });
+    if (found == line.end() || found->order != order || found->cancelled)
+        return;
+    found->cancelled = true;
+    m_queuedBytes -= found->line.size();
+    found->line.clear();
+}
+
+void DeliveryQueue::dropCancelled(Line& line) {
+    while (!line.empty() && line.front().cancelled)
+        line.pop_front();
+}
+
+void DeliveryQueue::taken(const Entry& entry, qint64 nowMs) {
+    m_queuedBytes -= entry.line.size();
+    if (entry.kind == Kind::Ping)
+        m_unanswered.push_back(nowMs);
+    QByteArray name;
+    const Presence presence = presenceOf(entry.line, &name);
+    QHash<QByteArray, qint64>& queued =
+        presence == Presence::Departure ? m_queuedDepartures : m_queuedArrivals;
+    if (presence != Presence::None && queued.value(name, -1) == entry.order)
+        queued.remove(name);
+}
+
+QList<QByteArray> DeliveryQueue::takeWrite(qsizetype maxBytes, qint64 nowMs,
+                                           const std::function<QByteArray()>& makeProbe) {
     QList<QByteArray> batch;
+    if (m_awaiting)
+        return batch;
     qsizetype bytes = 0;
-    while (!m_awaiting && !m_queue.empty()) {
-        const Entry& next = m_queue.front();
+    // Ordinary messages, up to the first read-ending one of the main line; they pass PARTs.
+    for (dropCancelled(m_main); !m_main.empty() && m_main.front().kind != Kind::EndsRead;
+         dropCancelled(m_main)) {
+        const Entry& next = m_main.front();
         if (!batch.isEmpty() && bytes + next.line.size() > maxBytes)
-            break;
+            return batch;
         bytes += next.line.size();
         batch.append(next.line);
-        noteWritten(next, nowMs);
-        m_queuedBytes -= next.line.size();
-        m_queue.pop_front();
+        taken(next, nowMs);
+        m_main.pop_front();
     }
+    // Then the oldest read-ending message, behind its probe.
+    dropCancelled(m_parts);
+    Line* ending = nullptr;
+    if (!m_main.empty())
+        ending = &m_main;
+    if (!m_parts.empty() && (!ending || m_parts.front().order < m_main.front().order))
+        ending = &m_parts;
+    if (!ending)
+        return batch;
+    const QByteArray probe = makeProbe();
+    const Entry& last = ending->front();
+    if (!batch.isEmpty() && bytes + probe.size() + last.line.size() > maxBytes)
+        return batch;
+    m_answersBeforeProbe = qsizetype(m_unanswered.size());
+    m_unanswered.push_back(nowMs);
+    batch.append(probe);
+    batch.append(last.line);
+    taken(last, nowMs);
+    ending->pop_front();
+    m_awaiting = true;
     return batch;
 }
 
-QList<QByteArray> DeliveryQueue::takeAll(qint64 nowMs) {
+QList<QByteArray> DeliveryQueue::takeAll() {
     QList<QByteArray> all;
-    for (const Entry& entry : m_queue) {
-        all.append(entry.line);
-        noteWritten(entry, nowMs);
+    for (;;) {
+        dropCancelled(m_main);
+        dropCancelled(m_parts);
+        Line* next = m_main.empty() ? &m_parts : &m_main;
+        if (!m_main.empty() && !m_parts.empty() && m_parts.front().order < m_main.front().order)
+            next = &m_parts;
+        if (next->empty())
+            break;
+        all.append(next->front().line);
+        next->pop_front();
     }
-    m_queue.clear();
     m_queuedBytes = 0;
+    m_queuedArrivals.clear();
+    m_queuedDepartures.clear();
     return all;
 }
 
-void DeliveryQueue::noteWritten(const Entry& entry, qint64 nowMs) {
-    if (entry.kind == Kind::Ping) {
-        m_unanswered.push_back(nowMs);
-    } else if (entry.kind == Kind::EndsRead) {
-        m_awaiting = true;
-        m_answersBeforeProbe = qsizetype(m_unanswered.size());
-        m_probesSent = 0;
-        m_answersSinceEnd = 0;
-        m_nextProbeAtMs = nowMs + m_probeDelayMs;
-    }
-}
-
-void DeliveryQueue::probeWritten(qint64 nowMs) {
-    m_unanswered.push_back(nowMs);
-    ++m_probesSent;
-    // 1x, 2x, 4x, then 8x the first wait: a client behind a long dialog gets few probes (each
-    // one lost costs a round trip later), and one that has closed it waits at most 4 s by default.
-    m_nextProbeAtMs = nowMs + (qint64(m_probeResendMs) << std::min(m_probesSent - 1, 3));
-}
-
-bool DeliveryQueue::pingAnswered(qint64 nowMs) {
+bool DeliveryQueue::pingAnswered() {
     if (!m_unanswered.empty())
         m_unanswered.pop_front();
     if (!m_awaiting)
         return false;
     if (m_answersBeforeProbe > 0) {
-        // An answer to a PING written before the read-ending message: it says nothing about that read.
+        // An answer to a PING written before the probe: it says nothing about the awaited read.
         --m_answersBeforeProbe;
-        // As many answers as probes: every probe may have been one of them, so waiting for the
-        // resend time would only add delay.
-        if (m_probesSent > 0 && ++m_answersSinceEnd >= m_probesSent)
-            m_nextProbeAtMs = nowMs;
         return false;
     }
     m_awaiting = false;
-    m_nextProbeAtMs = -1;
     return true;
 }
 
-void DeliveryQueue::forgetOlderThan(qint64 cutoffMs) {
+bool DeliveryQueue::forgetOlderThan(qint64 cutoffMs) {
+    bool waitEnded = false;
     while (!m_unanswered.empty() && m_unanswered.front() < cutoffMs) {
         m_unanswered.pop_front();
-        if (m_answersBeforeProbe > 0)
+        if (m_answersBeforeProbe > 0) {
             --m_answersBeforeProbe;
+        } else if (m_awaiting) {
+            m_awaiting = false;
+            waitEnded = true;
+        }
     }
+    return waitEnded;
 }

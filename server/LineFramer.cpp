@@ -3,6 +3,7 @@
 #include "chat/ChatProtocol.h"
 #include "common/Windows1252.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -69,6 +70,14 @@ QStringList splitMerged(const QString& piece) {
         messages.append(rest.first(cut));
         rest = rest.sliced(cut);
     }
+}
+
+bool startsMessage(const QByteArray& bytes) {
+    // The longest word is FOLLOWUSERBACK; only the head of a long read is looked at.
+    const qsizetype wordEnd = bytes.first(std::min<qsizetype>(bytes.size(), 20)).indexOf("|\xBF|");
+    const QLatin1StringView word(bytes.constData(), std::max<qsizetype>(wordEnd, 0));
+    return wordEnd > 0 && std::any_of(ClientWords.begin(), ClientWords.end(),
+                                      [&](const auto& known) { return known.first == word; });
 }
 
 QStringList messagesOf(const QByteArray& segment) {

@@ -22,8 +22,7 @@ MemberSession::MemberSession(QTcpSocket* socket, const ServerLimits& limits, Now
     , m_socket(socket)
     , m_limits(limits)
     , m_now(std::move(now))
-    , m_address(AddressRules::text(socket->peerAddress()))
-    , m_queue(m_limits.probeDelayMs, m_limits.probeResendMs) {
+    , m_address(AddressRules::text(socket->peerAddress())) {
     m_clock.start();
     m_socket->setParent(this);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
@@ -38,8 +37,8 @@ MemberSession::MemberSession(QTcpSocket* socket, const ServerLimits& limits, Now
         if (m_socket->bytesToWrite() == 0)
             flush();
     });
-    m_probeTimer.setSingleShot(true);
-    connect(&m_probeTimer, &QTimer::timeout, this, &MemberSession::onProbeTimer);
+    m_cutReadTimer.setSingleShot(true);
+    connect(&m_cutReadTimer, &QTimer::timeout, this, [this] { handleText(m_assembler.release()); });
     // The connection may have waited in the listener's queue, where what it sent and a hang-up
     // were signalled to nobody. Queued, so that whoever made us has connected to gone() first.
     QMetaObject::invokeMethod(
@@ -83,18 +82,16 @@ void MemberSession::flush() {
     if (m_state == State::Closing || m_socket->state() != QAbstractSocket::ConnectedState)
         return;
     while (m_socket->bytesToWrite() == 0) {
-        const QList<QByteArray> batch = m_queue.takeWrite(m_maxWrite, m_clock.elapsed());
+        const QList<QByteArray> batch =
+            m_queue.takeWrite(m_maxWrite, m_clock.elapsed(), [this] { return pingLine(); });
         if (batch.isEmpty())
             break;
         write(batch);
     }
     // Counted once the kernel has taken what it will: a burst larger than the allowance is fine
     // for a member that reads.
-    if (pendingOutputBytes() > m_limits.maxPendingOutputBytes) {
+    if (pendingOutputBytes() > m_limits.maxPendingOutputBytes)
         drop(QStringLiteral("not reading"));
-        return;
-    }
-    armProbe();
 }
 
 qint64 MemberSession::pendingOutputBytes() const {
@@ -125,30 +122,6 @@ void MemberSession::write(const QList<QByteArray>& lines) {
     }
 }
 
-void MemberSession::armProbe() {
-    const qint64 due = m_queue.nextProbeAtMs();
-    if (due < 0) {
-        m_probeTimer.stop();
-        return;
-    }
-    m_probeTimer.start(int(std::max<qint64>(0, due - m_clock.elapsed())));
-}
-
-void MemberSession::onProbeTimer() {
-    if (m_state == State::Closing || m_socket->state() != QAbstractSocket::ConnectedState ||
-        m_queue.nextProbeAtMs() < 0)
-        return;
-    // The pause counts from when the read-ending message has left whole.
-    if (m_socket->bytesToWrite() > 0) {
-        m_queue.postponeProbe(m_clock.elapsed());
-        armProbe();
-        return;
-    }
-    write({pingLine()});
-    m_queue.probeWritten(m_clock.elapsed());
-    armProbe();
-}
-
 QByteArray MemberSession::pingLine() const {
     return Windows1252::encode(
         ChatMessage::build(ChatProtocol::Ping, {m_now().toString(QStringLiteral("HH:mm:ss"))}) +
@@ -160,7 +133,7 @@ void MemberSession::closeAfterSending() {
         return;
     // The connection ends here, so what is queued goes now, read rules aside.
     if (m_socket->state() == QAbstractSocket::ConnectedState) {
-        const QList<QByteArray> rest = m_queue.takeAll(m_clock.elapsed());
+        const QList<QByteArray> rest = m_queue.takeAll();
         if (!rest.isEmpty())
             write(rest);
     }
@@ -198,49 +171,74 @@ void MemberSession::keepAliveTick() {
         return;
     }
     // A PING the client handled is answered at once, and a client that sends nothing for three
-    // intervals is dropped; so a PING unanswered for that long was lost behind a read-ending message.
-    m_queue.forgetOlderThan(m_clock.elapsed() - 3 * qint64(m_limits.keepAliveMs));
-    // While a read is awaited the probes keep the connection alive.
+    // intervals is dropped; so a PING unanswered for that long was lost.
+    if (m_queue.forgetOlderThan(m_clock.elapsed() - 3 * qint64(m_limits.keepAliveMs)))
+        flush();
+    // While a read is awaited nothing may be written; the probe's answer shows the client alive.
     if (!m_queue.awaitingRead())
         sendEncoded(pingLine(), DeliveryQueue::Kind::Ping);
 }
 
 void MemberSession::onReadyRead() {
-    const QByteArray segment = m_socket->readAll();
+    const QByteArray read = m_socket->readAll();
     if (m_state == State::Closing)
         return;
     m_heardSinceTick = true;
-    for (const QByteArray& piece : segment.split('\n')) {
+    handleText(m_assembler.take(read));
+    if (m_assembler.heldBytes() > m_limits.maxLineBytes)
+        dropForLongLine();
+    else if (m_assembler.isHolding())
+        m_cutReadTimer.start(m_limits.cutReadWaitMs);
+    else
+        m_cutReadTimer.stop();
+}
+
+void MemberSession::handleText(const QByteArray& text) {
+    for (const QByteArray& piece : text.split('\n')) {
         if (piece.size() > m_limits.maxLineBytes) {
-            send(ChatMessage::build(ChatProtocol::ServerMsg,
-                                    {QStringLiteral("Line too long; disconnected.")}));
-            drop(QStringLiteral("line too long"));
+            dropForLongLine();
             return;
         }
     }
-    for (const QString& message : LineFramer::messagesOf(segment)) {
+    for (const QString& message : LineFramer::messagesOf(text)) {
         if (m_state == State::Closing)
             return;
         const QStringList fields = ChatMessage::splitFields(message);
-        if (fields.first() == ChatProtocol::Ping) {
-            if (m_queue.pingAnswered(m_clock.elapsed()))
-                flush();
-            else
-                armProbe();
+        const bool isPing = fields.first() == ChatProtocol::Ping;
+        if (!admitByFloodRule(isPing))
             continue;
+        if (!isPing) {
+            emit messageReceived(this, fields);
+        } else if (m_queue.pingAnswered()) {
+            flush();
         }
-        if (!admitByFloodRule())
-            continue;
-        emit messageReceived(this, fields);
     }
 }
 
-bool MemberSession::admitByFloodRule() {
+void MemberSession::dropForLongLine() {
+    send(ChatMessage::build(ChatProtocol::ServerMsg, {QStringLiteral("Line too long; disconnected.")}));
+    drop(QStringLiteral("line too long"));
+}
+
+bool MemberSession::admitByFloodRule(bool isPing) {
+    // The answer to a PING we wrote costs the client nothing; a PING nobody asked for is a line.
+    if (isPing && m_queue.unansweredPings() > 0)
+        return true;
     const QDateTime now = m_now();
     const QDateTime windowStart = now.addMSecs(-m_limits.floodWindowMs);
     while (!m_recentMessages.isEmpty() && m_recentMessages.first() <= windowStart)
         m_recentMessages.removeFirst();
-    if (m_recentMessages.size() >= m_limits.floodLines) {
+    // A connection that has not signed on has nothing to say but a sign-on: a tiny allowance.
+    const bool signedOn = m_state == State::SignedOn;
+    const int allowed =
+        signedOn ? m_limits.floodLines : std::min(m_limits.floodLines, m_limits.preSignOnLines);
+    if (m_recentMessages.size() >= allowed) {
+        if (!signedOn) {
+            send(ChatMessage::build(ChatProtocol::ServerMsg,
+                                    {QStringLiteral("Too many messages before sign-on; disconnected.")}));
+            closeAfterSending();
+            return false;
+        }
         if (!m_floodNoticeSent) {
             m_floodNoticeSent = true;
             send(ChatMessage::build(
@@ -259,6 +257,9 @@ void MemberSession::onDisconnected() {
         return;
     if (m_socket->state() != QAbstractSocket::UnconnectedState && m_state != State::Closing)
         return; // a transient error on a live socket; the disconnect that follows reports it
+    // The peer closed right behind its last message: that message is whole.
+    if (m_state != State::Closing && m_assembler.isHolding())
+        handleText(m_assembler.release());
     m_goneReported = true;
     m_state = State::Closing;
     emit gone(this);

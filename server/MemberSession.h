@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/DeliveryQueue.h"
+#include "server/ReadAssembler.h"
 #include "server/ServerClock.h"
 #include "server/ServerLimits.h"
 
@@ -62,12 +63,12 @@ signals:
 private:
     void flush();
     void write(const QList<QByteArray>& lines);
-    void armProbe();
-    void onProbeTimer();
     QByteArray pingLine() const;
     void onReadyRead();
+    void handleText(const QByteArray& text);
+    void dropForLongLine();
     void onDisconnected();
-    bool admitByFloodRule();
+    bool admitByFloodRule(bool isPing);
 
     QTcpSocket* m_socket;
     ServerLimits m_limits;
@@ -81,9 +82,10 @@ private:
     bool m_heardSinceTick = true;
     int m_silentTicks = 0;
     bool m_goneReported = false;
+    ReadAssembler m_assembler;
+    QTimer m_cutReadTimer;
     DeliveryQueue m_queue;
     QElapsedTimer m_clock; // the queue's times: real milliseconds, whatever the server's clock says
-    QTimer m_probeTimer;
     bool m_flushPosted = false;
     // One segment's worth, so that a write reaches the client whole and is handled as one read.
     qsizetype m_maxWrite = 1400;

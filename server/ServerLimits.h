@@ -4,11 +4,17 @@
 
 // Every bound the server puts on what one member or one address may cost the others.
 struct ServerLimits {
-    // A received segment longer than this is dropped whole and its sender disconnected.
+    // A received message longer than this is dropped whole and its sender disconnected.
     qint64 maxLineBytes = 8 * 1024;
+    // The unterminated end of a read that may have been cut waits this long for the rest.
+    int cutReadWaitMs = 200;
     // At most floodLines messages within floodWindowMs; the rest are refused with a notice.
+    // Answers to the server's PINGs are free; any other PING counts.
     int floodLines = 10;
     int floodWindowMs = 5000;
+    // Before sign-on a connection may send only this many within the same window; one more
+    // closes it with a notice.
+    int preSignOnLines = 5;
     // Connections held open at once from one address; 0 means no cap.
     int connectionsPerAddress = 8;
     // Accounts one address may create; 0 means no cap.
@@ -28,10 +34,10 @@ struct ServerLimits {
     // Every MSG counts as ending the client's read, not only "/me" lines: nothing is lost to an
     // ignore list, at the price of one round trip per public line and member.
     bool strictDelivery = false;
-    // After a read-ending message: the pause before the probe PING, and the first resend wait.
-    int probeDelayMs = 20;
-    int probeResendMs = 500;
     // After a few failed sign-ons from one address (or on one name), the next attempts are checked
     // one spacing apart: this long at first, doubling with each failure. 0 turns it off.
     int signOnDelayMs = 1000;
+    // How often an account, and an address, may sign on; 0 turns either off.
+    int signOnAgainMs = 2000;
+    int signOnsPerAddressPerMinute = 12;
 };

@@ -78,6 +78,14 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
                         "(default %1).")
              .arg(defaults.signOnDelayMs),
          QStringLiteral("ms")},
+        {QStringLiteral("sign-on-again-ms"),
+         QStringLiteral("Time before an account may sign on again; 0 = no limit (default %1).")
+             .arg(defaults.signOnAgainMs),
+         QStringLiteral("ms")},
+        {QStringLiteral("sign-ons-per-address"),
+         QStringLiteral("Sign-ons from one address per minute; 0 = no limit (default %1).")
+             .arg(defaults.signOnsPerAddressPerMinute),
+         QStringLiteral("count")},
         {QStringLiteral("strict-delivery"),
          QStringLiteral("Count every public line as ending the client's read, so none is lost to an "
                         "ignore list during a flood; costs a round trip per line and member.")},
@@ -127,6 +135,7 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
     qint64 perAddress = o.limits.connectionsPerAddress, accounts = o.limits.accountsPerAddress;
     qint64 iterations = PasswordHash::DefaultIterations;
     qint64 databasePort = 0, signOnDelay = o.limits.signOnDelayMs;
+    qint64 signOnAgain = o.limits.signOnAgainMs, signOnsPerAddress = o.limits.signOnsPerAddressPerMinute;
     qint64 httpPerAddress = o.limits.httpConnectionsPerAddress, httpIdle = o.limits.httpIdleMs;
     const bool numbersOk =
         readNumber(parser, QStringLiteral("chat-port"), 0, 65535, &chatPort, error) &&
@@ -144,7 +153,9 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
         readNumber(parser, QStringLiteral("http-idle-ms"), 10, 3600 * 1000, &httpIdle, error) &&
         readNumber(parser, QStringLiteral("hash-iterations"), 1000, 10'000'000, &iterations, error) &&
         readNumber(parser, QStringLiteral("database-port"), 0, 65535, &databasePort, error) &&
-        readNumber(parser, QStringLiteral("sign-on-delay-ms"), 0, 60 * 1000, &signOnDelay, error);
+        readNumber(parser, QStringLiteral("sign-on-delay-ms"), 0, 60 * 1000, &signOnDelay, error) &&
+        readNumber(parser, QStringLiteral("sign-on-again-ms"), 0, 3600 * 1000, &signOnAgain, error) &&
+        readNumber(parser, QStringLiteral("sign-ons-per-address"), 0, 1 << 20, &signOnsPerAddress, error);
     if (!numbersOk)
         return false;
     o.chatPort = static_cast<quint16>(chatPort);
@@ -157,6 +168,8 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
     o.database.hashIterations = static_cast<int>(iterations);
     o.database.port = static_cast<int>(databasePort);
     o.limits.signOnDelayMs = static_cast<int>(signOnDelay);
+    o.limits.signOnAgainMs = static_cast<int>(signOnAgain);
+    o.limits.signOnsPerAddressPerMinute = static_cast<int>(signOnsPerAddress);
     o.limits.strictDelivery = parser.isSet(QStringLiteral("strict-delivery"));
     o.limits.httpConnectionsPerAddress = static_cast<int>(httpPerAddress);
     o.limits.httpIdleMs = static_cast<int>(httpIdle);

@@ -1,11 +1,15 @@
-// Sign-on under load. Two figures, each as a ratio against the same server idle:
+// Sign-on under load. Three figures, each as a ratio against the same server idle:
 //   storm: N members sign on at once; their rate against members signing on one at a time;
 //   flood: a bystander's round trip while 8 addresses (127.0.0.11-18) send LOGINs with wrong
-//          passwords over 8 connections each, against its round trip with nobody else there.
+//          passwords over 8 connections each, against its round trip with nobody else there;
+//   churn: a bystander's round trip, in a room of 50 listeners, while 100 members (each from an
+//          address of its own, 127.0.1.x) sign on and off as fast as the server lets them,
+//          against its round trip in the same room with nobody churning.
 //
 //   server_signon_bench prepare DATA_FOLDER N   accounts signon0..signon(N-1), production cost
 //   server_signon_bench storm PORT N
 //   server_signon_bench flood PORT SECONDS
+//   server_signon_bench churn PORT SECONDS      needs N >= 200
 #include "server/AccountStore.h"
 #include "server/PasswordHash.h"
 
@@ -67,6 +71,10 @@ public:
                 m_onLine(*this, line);
             }
         });
+        connectFrom(from, port);
+    }
+    // A socket that was closed forgets its address: it is bound again for each connection.
+    void connectFrom(const QString& from, quint16 port) {
         m_socket.bind(QHostAddress(from));
         m_socket.connectToHost(QHostAddress::LocalHost, port);
     }
@@ -170,33 +178,47 @@ RoundTrips roundTrips(Member& bystander, std::function<void(const QByteArray&)>&
     return {times.at(times.size() / 2), times.at(times.size() * 9 / 10)};
 }
 
+// Runs the event loop until done() holds.
+void waitUntil(const std::function<bool()>& done) {
+    QEventLoop wait;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &wait, [&] {
+        if (done())
+            wait.quit();
+    });
+    poll.start(10);
+    wait.exec();
+}
+
+// A member that signs on as signon<member> and answers every PING; its other lines go to onLine.
+Member* listener(const QString& from, quint16 port, int member,
+                 std::function<void(const QByteArray&)>* onLine, int* signedOn, QObject* owner) {
+    const QByteArray ownEntry = "LIST" + Separator + "signon" + QByteArray::number(member);
+    auto* m = new Member(
+        from, port,
+        [=](Member& self, const QByteArray& line) {
+            if (line == ownEntry)
+                ++*signedOn;
+            if (line.startsWith("PING"))
+                self.send("PING" + Separator + "00:00:00\r\n");
+            if (onLine && *onLine)
+                (*onLine)(line);
+        },
+        owner);
+    QObject::connect(&m->socket(), &QTcpSocket::connected, m, [m, member] { m->send(login(member)); });
+    return m;
+}
+
+QString roundTripFigures(const RoundTrips& trips) {
+    return QStringLiteral("median %1 ms (90% %2 ms)").arg(trips.median, 0, 'f', 2).arg(trips.p90, 0, 'f', 2);
+}
+
 int flood(quint16 port, int seconds) {
     QObject owner;
     std::function<void(const QByteArray&)> bystanderLine;
-    bool signedOn = false;
-    Member bystander(
-        QStringLiteral("127.0.0.1"), port,
-        [&](Member&, const QByteArray& line) {
-            if (line == "LIST" + Separator + "signon0")
-                signedOn = true;
-            if (line.startsWith("PING"))
-                bystander.send("PING" + Separator + "00:00:00\r\n");
-            if (bystanderLine)
-                bystanderLine(line);
-        },
-        &owner);
-    QObject::connect(&bystander.socket(), &QTcpSocket::connected, &bystander,
-                     [&] { bystander.send(login(0)); });
-    {
-        QEventLoop wait;
-        QTimer poll;
-        QObject::connect(&poll, &QTimer::timeout, &wait, [&] {
-            if (signedOn)
-                wait.quit();
-        });
-        poll.start(10);
-        wait.exec();
-    }
+    int signedOn = 0;
+    Member& bystander = *listener(QStringLiteral("127.0.0.1"), port, 0, &bystanderLine, &signedOn, &owner);
+    waitUntil([&] { return signedOn == 1; });
     const RoundTrips idle = roundTrips(bystander, bystanderLine, seconds * 1000);
 
     int answers = 0;
@@ -210,22 +232,91 @@ int flood(quint16 port, int seconds) {
                              [m, member] { m->send(login(member, "wrong")); });
             QObject::connect(
                 &m->socket(), &QTcpSocket::disconnected, m,
-                [m, port] { m->socket().connectToHost(QHostAddress::LocalHost, port); },
+                [m, port, address] { m->connectFrom(QStringLiteral("127.0.0.%1").arg(11 + address), port); },
                 Qt::QueuedConnection);
         }
     }
     const RoundTrips flooded = roundTrips(bystander, bystanderLine, seconds * 1000);
-    QTextStream(stdout) << QStringLiteral(
-                               "flood: bystander round trip idle median %1 ms (90% %2 ms); during a "
-                               "LOGIN flood from 8 addresses median %3 ms (90% %4 ms), %5 LOGINs "
-                               "answered in %6 s; ratio of medians %7\n")
-                               .arg(idle.median, 0, 'f', 2)
-                               .arg(idle.p90, 0, 'f', 2)
-                               .arg(flooded.median, 0, 'f', 2)
-                               .arg(flooded.p90, 0, 'f', 2)
+    QTextStream(stdout) << QStringLiteral("flood: bystander round trip idle %1; during a LOGIN flood from 8 "
+                                          "addresses %2, %3 LOGINs answered in %4 s; ratio of medians %5\n")
+                               .arg(roundTripFigures(idle), roundTripFigures(flooded))
                                .arg(answers)
                                .arg(seconds)
                                .arg(flooded.median / idle.median, 0, 'f', 2);
+    return 0;
+}
+
+// Signs on as signon<member> from its own address, leaves as soon as its own LIST line arrives,
+// and signs on again; a refusal names the seconds to wait, and it waits exactly that long.
+class Churner : public QObject {
+public:
+    Churner(quint16 port, int member, int* signOns, int* refusals, QObject* parent)
+        : QObject(parent)
+        , m_port(port)
+        , m_from(QStringLiteral("127.0.1.%1").arg(1 + member % 250))
+        , m_ownEntry("LIST" + Separator + "signon" + QByteArray::number(member)) {
+        connect(&m_socket, &QTcpSocket::connected, this, [this, member] { m_socket.write(login(member)); });
+        connect(&m_socket, &QTcpSocket::readyRead, this, [this, signOns, refusals] {
+            m_partial += m_socket.readAll();
+            qsizetype end;
+            while ((end = m_partial.indexOf("\r\n")) >= 0) {
+                const QByteArray line = m_partial.left(end);
+                m_partial.remove(0, end + 2);
+                if (line == m_ownEntry) {
+                    ++*signOns;
+                    again(0);
+                    return;
+                }
+                const qsizetype wait = line.indexOf("please wait ");
+                if (wait >= 0) {
+                    ++*refusals;
+                    again(line.mid(wait + 12).split(' ').value(0).toInt() * 1000);
+                    return;
+                }
+            }
+        });
+        connectAgain();
+    }
+
+private:
+    void again(int delayMs) {
+        m_partial.clear();
+        m_socket.abort();
+        QTimer::singleShot(delayMs, this, &Churner::connectAgain);
+    }
+    void connectAgain() {
+        m_socket.bind(QHostAddress(m_from));
+        m_socket.connectToHost(QHostAddress::LocalHost, m_port);
+    }
+
+    quint16 m_port;
+    QString m_from;
+    QByteArray m_ownEntry;
+    QTcpSocket m_socket;
+    QByteArray m_partial;
+};
+
+int churn(quint16 port, int seconds) {
+    QObject owner;
+    std::function<void(const QByteArray&)> bystanderLine;
+    int signedOn = 0;
+    Member& bystander = *listener(QStringLiteral("127.0.0.1"), port, 0, &bystanderLine, &signedOn, &owner);
+    for (int i = 1; i <= 50; ++i)
+        listener(QStringLiteral("127.0.2.%1").arg(i), port, i, nullptr, &signedOn, &owner);
+    waitUntil([&] { return signedOn == 51; });
+    const RoundTrips idle = roundTrips(bystander, bystanderLine, seconds * 1000);
+    int signOns = 0, refusals = 0;
+    for (int i = 100; i < 200; ++i)
+        new Churner(port, i, &signOns, &refusals, &owner);
+    const RoundTrips churning = roundTrips(bystander, bystanderLine, seconds * 1000);
+    QTextStream(stdout) << QStringLiteral("churn: bystander round trip in a room of 50, idle %1; while 100 "
+                                          "members sign on and off %2, %3 sign-ons and %4 refusals in %5 s; "
+                                          "ratio of medians %6\n")
+                               .arg(roundTripFigures(idle), roundTripFigures(churning))
+                               .arg(signOns)
+                               .arg(refusals)
+                               .arg(seconds)
+                               .arg(churning.median / idle.median, 0, 'f', 2);
     return 0;
 }
 
@@ -240,7 +331,10 @@ int main(int argc, char** argv) {
         return storm(quint16(args[2].toUInt()), args[3].toInt());
     if (args.size() == 4 && args[1] == QLatin1String("flood"))
         return flood(quint16(args[2].toUInt()), args[3].toInt());
+    if (args.size() == 4 && args[1] == QLatin1String("churn"))
+        return churn(quint16(args[2].toUInt()), args[3].toInt());
     QTextStream(stderr)
-        << "usage: server_signon_bench prepare FOLDER N | storm PORT N | flood PORT SECONDS\n";
+        << "usage: server_signon_bench prepare FOLDER N | storm PORT N | flood PORT SECONDS | "
+           "churn PORT SECONDS\n";
     return 2;
 }

@@ -58,6 +58,44 @@ private slots:
         QCOMPARE(m_alice->chatLines(), expected);
     }
 
+    void messagesCutAcrossReads_data() {
+        addColumns<QList<QByteArray>, QStringList>("parts", "delivered");
+        const QByteArray longText(3000, 'x');
+        const QByteArray longLine = "MSG|\xBF|" + longText;
+        // A long line crosses the internet in segments that may arrive apart.
+        QTest::newRow("a long line in two segments")
+            << QList{longLine.first(1448), longLine.sliced(1448)}
+            << QStringList{msg(u"<bob> "_s + QString::fromLatin1(longText))};
+        // A long message is whole when the next segment starts a message of its own.
+        QTest::newRow("a long line, then another message")
+            << QList{longLine.first(1448), QByteArray("MSG|\xBF|two")}
+            << QStringList{msg(u"<bob> "_s + QString::fromLatin1(longText.first(1448 - 6))),
+                           msg(u"<bob> two"_s)};
+        // More than the server reads at once: every line survives the cut between reads.
+        QByteArray many;
+        QStringList manyDelivered;
+        for (int i = 0; i < 900; ++i) {
+            many += "MSG|\xBF|line " + QByteArray::number(i) + ' ' + QByteArray(40, 'y') + "\r\n";
+            manyDelivered << msg(u"<bob> line %1 "_s.arg(i) + QString(40, u'y'));
+        }
+        QTest::newRow("900 lines in one write") << QList{many} << manyDelivered;
+    }
+
+    void messagesCutAcrossReads() {
+        QFETCH(QList<QByteArray>, parts);
+        QFETCH(QStringList, delivered);
+        m_alice->clear();
+        m_bob->sendBytes(parts.takeFirst());
+        QTimer pause;
+        connect(&pause, &QTimer::timeout, this, [&] {
+            if (!parts.isEmpty())
+                m_bob->sendBytes(parts.takeFirst());
+        });
+        pause.start(20);
+        QTRY_COMPARE_WITH_TIMEOUT(m_alice->chatLines().size(), delivered.size(), 10000);
+        QCOMPARE(m_alice->chatLines(), delivered);
+    }
+
     void seenQuery_data() {
         addColumns<QString, bool, QString>("name", "carolHasBeenHere", "answer");
         QTest::newRow("online") << u"alice"_s << false << u"<Quorvel> alice is here now."_s;

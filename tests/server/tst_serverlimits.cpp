@@ -107,6 +107,27 @@ private slots:
         QVERIFY(!alice->lines().contains(msg(u"<bob> 3"_s)));
     }
 
+    void pingsNobodyAskedForAreLimited() {
+        ServerLimits limits = TestServer::testLimits();
+        limits.floodLines = 3;
+        TestServer server(limits);
+        auto bob = server.signOnNew(u"bob"_s);
+        QVERIFY(bob);
+        const QByteArray pings = QByteArray("PING|\xBF|12:00:00\r\n").repeated(50);
+        // Before sign-on a connection has a few messages, then it is closed, saying why.
+        ServerTestClient stranger;
+        QVERIFY(stranger.connectTo(server.port()));
+        stranger.sendBytes(pings);
+        QVERIFY2(stranger.waitForDisconnect(), qPrintable(stranger.lines().join(u'/')));
+        QCOMPARE(stranger.lines(),
+                 QStringList{wire("SMSG", "Too many messages before sign-on; disconnected.")});
+        // After sign-on a PING that answers none of ours counts like a line.
+        bob->clear();
+        bob->sendBytes(pings);
+        QVERIFY(bob->waitForLine(wire("SMSG", "You are sending too fast; some of your lines were dropped.")));
+        QVERIFY(bob->isConnected());
+    }
+
     void manyConnectionsOpenedAndDropped_data() {
         addColumns<int, int, int>("cap", "rounds", "perRound");
         // 5 rounds of 200 keep the test within a default descriptor limit of 1024.

@@ -56,8 +56,9 @@ private slots:
         m_alice->sendSegment(wire("OPS", "KICK", "bob"));
         QVERIFY(m_bob->waitForDisconnect());
         QCOMPARE(m_bob->chatLines(), QStringList{wire("SMSG", "You were kicked by alice.")});
-        QVERIFY(m_alice->waitForLine(notice(u"bob was kicked."_s)));
-        QCOMPARE(m_alice->chatLines(), (QStringList{wire("PART", "bob"), notice(u"bob was kicked."_s)}));
+        // The notice is an ordinary line and passes the departure, which needs a read of its own.
+        QVERIFY(m_alice->waitForLine(wire("PART", "bob")));
+        QCOMPARE(m_alice->chatLines(), (QStringList{notice(u"bob was kicked."_s), wire("PART", "bob")}));
         // A kick is not a ban.
         QVERIFY(bobCanSignOn());
     }

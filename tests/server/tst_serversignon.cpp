@@ -90,6 +90,15 @@ double medianRoundTripMs(ServerTestClient& bob, int count) {
     return times.at(times.size() / 2);
 }
 
+// Connects from the given loopback address and sends LOGIN; false when it could not connect.
+bool sendLogin(ServerTestClient& client, TestServer& server, const QString& from, const QString& name,
+               const QString& password) {
+    if (!client.connectFrom(from, server.port()))
+        return false;
+    client.sendSegment(wire("LOGIN", name, password));
+    return true;
+}
+
 } // namespace
 
 class TestServerSignOn : public QObject {
@@ -239,15 +248,17 @@ private slots:
 
     // clang-format off
     void throttleSpacesOutFailedAttempts_data() {
-        // Steps: "try ADDRESS NAME" (its wait is recorded), "fail ADDRESS NAME", "ok ADDRESS NAME",
-        // "pass MS", and "N*ADDRESS NAME" for N tries that each fail. Three free failures, then
-        // 1 s doubling to at most 4 s, forgotten after 60 s.
+        // Steps: "try ADDRESS NAME" (its wait is recorded), "leave" (the last try gives its turn
+        // back), "ok ADDRESS NAME", "pass MS", and "N*ADDRESS NAME" for N tries that each fail when
+        // their turn comes. Three free failures, then 1 s doubling to at most 4 s, forgotten after 60 s.
         addColumns<QString, QList<qint64>>("steps", "waits");
-        QTest::newRow("spacing doubles up to the ceiling") << u"7*A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 3000, 7000};
+        QTest::newRow("spacing doubles up to the ceiling") << u"8*A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 2000, 4000, 4000};
         QTest::newRow("the address waits whatever the name") << u"1*A x, 1*A y, 1*A z, 1*A v, try A w"_s << QList<qint64>{0, 0, 0, 0, 1000};
         QTest::newRow("the name waits whatever the address") << u"1*B x, 1*C x, 1*D x, 1*E x, try F x"_s << QList<qint64>{0, 0, 0, 0, 1000};
         QTest::newRow("an address the member signed on from does not wait for the name") << u"ok H x, 4*B x, try F x, try H x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0};
         QTest::newRow("a quiet spell forgets") << u"5*A x, pass 70000, try A x, try A x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0, 0};
+        QTest::newRow("an address has one attempt waiting at most") << u"4*A x, try A x, try A y, try B x"_s << QList<qint64>{0, 0, 0, 0, 1000, -1, 3000};
+        QTest::newRow("a turn given back is free again") << u"4*A x, try B x, leave, try B x, try C x"_s << QList<qint64>{0, 0, 0, 0, 1000, 1000, 3000};
         QTest::newRow("success clears the name, not the address") << u"4*A x, ok A x, try A y, try G x"_s << QList<qint64>{0, 0, 0, 0, 1000, 0};
     }
     // clang-format on
@@ -259,15 +270,22 @@ private slots:
             {.freeFailures = 3, .firstDelayMs = 1000, .longestDelayMs = 4000, .forgetAfterMs = 60000},
             [&now] { return now; });
         QList<qint64> seen;
+        QList<std::pair<QStringList, qint64>> tries;
         for (const QString& step : steps.split(u", "_s)) {
             const QStringList words = step.split(u' ');
             if (words[0].contains(u'*')) {
                 for (int i = words[0].section(u'*', 0, 0).toInt(); i > 0; --i) {
-                    seen << throttle.admit(words[0].section(u'*', 1), words[1]);
+                    seen << throttle.admit(words[0].section(u'*', 1), words[1]).waitMs;
+                    now += seen.last();
                     throttle.failed(words[0].section(u'*', 1), words[1]);
                 }
             } else if (words[0] == u"try") {
-                seen << throttle.admit(words[1], words[2]);
+                const SignOnThrottle::Ticket ticket = throttle.admit(words[1], words[2]);
+                seen << ticket.waitMs;
+                tries.append({words, ticket.id});
+            } else if (words[0] == u"leave") {
+                const auto [tried, id] = tries.takeLast();
+                throttle.giveBack(tried[1], tried[2], id);
             } else if (words[0] == u"ok") {
                 throttle.succeeded(words[1], words[2]);
             } else {
@@ -283,8 +301,7 @@ private slots:
         TestServer server(limits);
         server.addAccount(u"alice"_s, u"11"_s);
         const auto attempt = [&](ServerTestClient& client, const QString& from, const QString& password) {
-            return client.connectFrom(from, server.port()) &&
-                   (client.sendSegment(wire("LOGIN", "alice", password)), true);
+            return sendLogin(client, server, from, u"alice"_s, password);
         };
         {
             ServerTestClient earlier; // alice signed on from home before
@@ -306,6 +323,69 @@ private slots:
         QVERIFY(guess.waitForLine(u"INVALID"_s, 15000));
         // Its turn was set 3 s after the previous guess was let through, a moment before this clock began.
         QVERIFY(guessClock.elapsed() >= 2500);
+    }
+
+    void connectionsLeavingBeforeTheirTurnHoldNobodyUp() {
+        ServerLimits limits = TestServer::testLimits();
+        limits.signOnDelayMs = 300;
+        TestServer server(limits);
+        server.addAccount(u"alice"_s, u"11"_s);
+        for (int i = 0; i < 5; ++i) {
+            ServerTestClient guess;
+            QVERIFY(sendLogin(guess, server, u"127.0.0.3"_s, u"alice"_s, u"9"_s) &&
+                    guess.waitForLine(u"INVALID"_s, 10000));
+        }
+        // While one attempt from the address waits its turn, another one is refused, saying why.
+        {
+            ServerTestClient waiting;
+            ServerTestClient another;
+            QVERIFY(sendLogin(waiting, server, u"127.0.0.3"_s, u"alice"_s, u"9"_s));
+            QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 1, 5000);
+            QVERIFY(sendLogin(another, server, u"127.0.0.3"_s, u"alice"_s, u"9"_s));
+            QVERIFY(
+                another.waitForLine(wire("SMSG", "A sign-on from your address is already waiting its turn; "
+                                                 "please try again once it is answered.")));
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 0, 5000);
+        // Eight attempts that each take a turn 1.2 s after the one before, and leave at once.
+        for (int i = 0; i < 8; ++i) {
+            ServerTestClient gone;
+            QVERIFY(sendLogin(gone, server, u"127.0.0.3"_s, u"alice"_s, u"9"_s));
+            QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 1, 5000);
+            gone.socket().abort();
+            QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 0, 5000);
+        }
+        // alice, from a new address, waits for one spacing, not behind eight given-up turns.
+        ServerTestClient alice;
+        QVERIFY(sendLogin(alice, server, u"127.0.0.4"_s, u"alice"_s, u"11"_s) &&
+                alice.waitForLine(wire("LIST", "alice"), 4000));
+    }
+
+    void signingOnAgainIsPaced() {
+        ServerLimits limits = TestServer::testLimits();
+        limits.signOnAgainMs = 60000;
+        limits.signOnsPerAddressPerMinute = 2;
+        TestServer server(limits);
+        for (const QString& name : {u"alice"_s, u"bob"_s, u"carol"_s})
+            server.addAccount(name, u"1"_s);
+        const auto signOn = [&](const QString& name) {
+            auto client = std::make_unique<ServerTestClient>();
+            sendLogin(*client, server, u"127.0.0.2"_s, name, u"1"_s);
+            return client;
+        };
+        const auto refusal = [](ServerTestClient& client) {
+            return client.waitForDisconnect() && client.lines().size() == 1 ? client.lines().first()
+                                                                            : QString();
+        };
+        QVERIFY(signOn(u"alice"_s)->waitForLine(wire("LIST", "alice")));
+        QTRY_COMPARE_WITH_TIMEOUT(server.server().connectionCount(), 0, 5000);
+        // The same account again at once: refused, saying how long to wait; nothing was checked.
+        QVERIFY(
+            refusal(*signOn(u"alice"_s)).startsWith(wire("SMSG", "You signed on moments ago; please wait ")));
+        QVERIFY(signOn(u"bob"_s)->waitForLine(wire("LIST", "bob")));
+        // A third sign-on from the address within the minute.
+        QVERIFY(refusal(*signOn(u"carol"_s))
+                    .startsWith(wire("SMSG", "Too many sign-ons from your address; please wait ")));
     }
 
     void bystanderKeepsItsPaceDuringALoginFlood() {
