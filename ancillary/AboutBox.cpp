@@ -2,7 +2,7 @@
 
 #include "ancillary/Artwork.h"
 #include "ancillary/SystemReport.h"
-#include "app/Version.h"
+#include "common/Version.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

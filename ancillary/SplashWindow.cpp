@@ -1,8 +1,8 @@
 #include "ancillary/SplashWindow.h"
 
 #include "ancillary/Artwork.h"
-#include "app/Version.h"
 #include "common/Desktop.h"
+#include "common/Version.h"
 
 #include <QLabel>
 #include <QPushButton>
