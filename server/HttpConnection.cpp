@@ -75,7 +75,9 @@ void HttpConnection::serve() {
         m_socket->readAll();
         return;
     }
-    while (!m_file && m_socket->bytesToWrite() < MaxUnsentBytes) {
+    // Nothing is answered after an answer that closes the connection, not even a request that
+    // was sent behind it.
+    while (!m_closing && !m_file && m_socket->bytesToWrite() < MaxUnsentBytes) {
         // Never more than the limit (and the blank line's four bytes) in hand.
         m_buffer += m_socket->read(std::max<qint64>(0, m_maxHeadBytes + 4 - m_buffer.size()));
         HttpRequestHead head;

@@ -156,6 +156,7 @@ private slots:
         QTest::newRow("absolute-form target") << QByteArray("GET http://localhost:27801/quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: localhost:27801\r\nConnection: close\r\n\r\n") << QByteArray("200");
         QTest::newRow("blank in the path") << QByteArray("GET /quorvel/a b HTTP/1.1\r\nHost: a\r\n\r\n") << QByteArray("400");
         QTest::newRow("HTTP/1.0 ends after the answer") << (get + "HTTP/1.0\r\n\r\n") << QByteArray("200");
+        QTest::newRow("nothing after a closing answer") << (get + "HTTP/1.0\r\n\r\n" + get + "HTTP/1.1\r\nHost: a\r\n\r\n") << QByteArray("200");
         QTest::newRow("Connection: close") << (get + "HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n") << QByteArray("200");
         QTest::newRow("a body, never read") << QByteArray( "POST /quorvel/qvllist-kingpin.qvl HTTP/1.1\r\nHost: a\r\nContent-Length: 5\r\n\r\nGET /") << QByteArray("404");
     }
