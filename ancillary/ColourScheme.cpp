@@ -1,7 +1,5 @@
 #include "ancillary/ColourScheme.h"
 
-#include "app/MainSettings.h"
-
 namespace ColourScheme {
 
 namespace {
@@ -29,30 +27,6 @@ const std::array<RoleInfo, RoleCount>& roles() {
 
 const RoleInfo& info(ColourRole role) {
     return roles()[std::size_t(role)];
-}
-
-std::optional<qint64>* settingsValue(MainSettings& settings, ColourRole role) {
-    switch (role) {
-    case ColourRole::MainBackground:
-        return &settings.displayBackground;
-    case ColourRole::MainText:
-        return &settings.displayText;
-    case ColourRole::NickBackground:
-        return &settings.userListBackground;
-    case ColourRole::InputBackground:
-        return &settings.inputBackground;
-    case ColourRole::InputText:
-        return &settings.inputText;
-    case ColourRole::BoxBackground:
-        return &settings.boxBackground;
-    case ColourRole::BoxText:
-        return &settings.boxText;
-    case ColourRole::Emotion:
-    case ColourRole::NickText:
-    case ColourRole::WindowBackground:
-        break;
-    }
-    return nullptr;
 }
 
 } // namespace ColourScheme

@@ -4,9 +4,6 @@
 #include <QtGlobal>
 
 #include <array>
-#include <optional>
-
-struct MainSettings;
 
 // The ten colours of the main window that the colour scheme editor sets. Seven of them are kept in
 // lines 4 to 11 of "\Quorvel.ini"; the other three last for the session, as the action colour of
@@ -37,9 +34,6 @@ struct RoleInfo {
 // In the order the editor lists them.
 const std::array<RoleInfo, RoleCount>& roles();
 const RoleInfo& info(ColourRole role);
-
-// The settings file's value for a role, or null for a role the file does not keep.
-std::optional<qint64>* settingsValue(MainSettings& settings, ColourRole role);
 
 } // namespace ColourScheme
 

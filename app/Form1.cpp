@@ -293,6 +293,33 @@ void Form1::removeGreeting() {
     cursor.removeSelectedText();
 }
 
+namespace {
+// The settings file's value for a colour role, or null for a role the file does not keep.
+std::optional<qint64>* settingsValue(MainSettings& settings, ColourRole role) {
+    switch (role) {
+    case ColourRole::MainBackground:
+        return &settings.displayBackground;
+    case ColourRole::MainText:
+        return &settings.displayText;
+    case ColourRole::NickBackground:
+        return &settings.userListBackground;
+    case ColourRole::InputBackground:
+        return &settings.inputBackground;
+    case ColourRole::InputText:
+        return &settings.inputText;
+    case ColourRole::BoxBackground:
+        return &settings.boxBackground;
+    case ColourRole::BoxText:
+        return &settings.boxText;
+    case ColourRole::Emotion:
+    case ColourRole::NickText:
+    case ColourRole::WindowBackground:
+        break;
+    }
+    return nullptr;
+}
+} // namespace
+
 void Form1::applySettings() {
     MainSettings settings = MainSettings::load(m_services.folder.file(kSettingsFile));
     if (settings.nickname)
@@ -302,7 +329,7 @@ void Form1::applySettings() {
     if (settings.serverPort && *settings.serverPort > 0 && *settings.serverPort <= 65535)
         m_serverPort = quint16(*settings.serverPort);
     for (const ColourScheme::RoleInfo& r : ColourScheme::roles()) {
-        const std::optional<qint64>* saved = ColourScheme::settingsValue(settings, r.role);
+        const std::optional<qint64>* saved = settingsValue(settings, r.role);
         if (saved && saved->has_value())
             setColour(r.role, **saved);
     }
@@ -323,7 +350,7 @@ void Form1::saveSettings() const {
     settings.serverPort = m_serverPort;
     settings.displayFontSize = rtb->font().pointSize();
     for (const ColourScheme::RoleInfo& r : ColourScheme::roles()) {
-        if (std::optional<qint64>* kept = ColourScheme::settingsValue(settings, r.role))
+        if (std::optional<qint64>* kept = settingsValue(settings, r.role))
             *kept = colour(r.role);
     }
     settings.identification = identificationEntries();
