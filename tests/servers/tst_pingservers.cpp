@@ -193,6 +193,30 @@ private Q_SLOTS:
         QCOMPARE(w->LVPlayers->topLevelItemCount(), 0);
     }
 
+    void todaysHalfLifeServer_data() {
+        addColumns<bool>("challenge");
+        QTest::newRow("answering at once") << false;
+        QTest::newRow("demanding a challenge") << true;
+    }
+
+    // Silent to "info", it is asked the A2S way: its players are listed, with no ping to show.
+    void todaysHalfLifeServer() {
+        auto [challenge] = fetchRow<bool>("challenge");
+        Browser b(QStringLiteral("Half-Life"));
+        FakeGameServer& server = b.responder.server(b.port);
+        server.answersInfo = false;
+        server.answersSource = true;
+        server.demandsChallenge = challenge;
+        PingServers* w = b.open();
+        QTRY_COMPARE_WITH_TIMEOUT(w->lblPlayers->text(), QStringLiteral("Players : 3"), 10000);
+        QCOMPARE((QStringList{w->lblServer->text(), w->lblMap->text(), w->lblMaxPlayers->text(),
+                              w->lblGameName->text()}),
+                 (QStringList{"Bank Job", "crossfire", "3", "1.1.2.7/Stdio"}));
+        QCOMPARE(columnTexts(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
+        QCOMPARE(columnTexts(w->LVPlayers, 0) + columnTexts(w->LVPlayers, 1),
+                 (QStringList{"5", "12", "7", "", "", ""}));
+    }
+
     void columnClicksSort() {
         Browser b;
         PingServers* w = b.open();
