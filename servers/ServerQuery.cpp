@@ -14,6 +14,7 @@ ServerQuery::ServerQuery(const QueryTarget& target, QueryResultSink& sink, QObje
       m_sourceFallback(new QTimer(this)) {
     m_socket->setObjectName(QStringLiteral("Socket"));
     connect(m_socket, &QUdpSocket::readyRead, this, &ServerQuery::readReplies);
+    m_sourceFallback->setObjectName(QStringLiteral("SourceFallback"));
     m_sourceFallback->setSingleShot(true);
     m_sourceFallback->setInterval(kSourceFallbackMs);
     connect(m_sourceFallback, &QTimer::timeout, this, &ServerQuery::askTheSourceWay);

@@ -191,6 +191,8 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(w->Label2->text().startsWith(QStringLiteral(" Status : Total bytes ")), 10000);
         QCOMPARE(w->lblPlayers->text() + u'|' + w->lblServer->text(), QStringLiteral("Players : 0|"));
         QCOMPARE(w->LVPlayers->topLevelItemCount(), 0);
+        // A server that answers "info" is not asked the A2S way.
+        QVERIFY(!w->findChild<QTimer*>(QStringLiteral("SourceFallback"))->isActive());
     }
 
     void todaysHalfLifeServer_data() {
