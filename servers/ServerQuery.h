@@ -1,12 +1,14 @@
 #pragma once
 
 #include "servers/GameQuery.h"
+#include "servers/SourceExchange.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 
 #include <optional>
 
+class QTimer;
 class QUdpSocket;
 
 // Where the query reads the game and the server, at the moment it sends and when a reply comes.
@@ -27,8 +29,10 @@ public:
 };
 
 // One UDP socket that asks a game server for its status and passes every reply to the parser of
-// the game selected when it arrives. There is no time-out and no retry: a silent server changes
-// nothing.
+// the game selected when it arrives. There is no retry: a silent server changes nothing.
+// A Half-Life server gets the "info" request first; today's servers no longer answer it, so when
+// nothing has come back a second later the A2S exchange follows (SourceExchange), and its answers
+// are shown through the same sink. A server that answers "info" is never asked the A2S way.
 class ServerQuery : public QObject {
     Q_OBJECT
 public:
@@ -40,12 +44,20 @@ public:
 
     quint16 localPort() const;
 
+    static constexpr int kSourceFallbackMs = 1000;
+
 private:
     void sendTo(const QString& host, quint16 port, const QByteArray& datagram);
     void readReplies();
+    void askTheSourceWay();
 
     const QueryTarget& m_target;
     QueryResultSink& m_sink;
     QUdpSocket* m_socket;
     QElapsedTimer m_sinceRequest;
+    // Half-Life: how long the "info" request waits for an answer before the A2S exchange starts.
+    QTimer* m_sourceFallback;
+    SourceExchange m_exchange;
+    QString m_host;
+    quint16 m_port = 0;
 };

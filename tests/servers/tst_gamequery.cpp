@@ -1,17 +1,22 @@
 // The status query: request bytes, the checks before a request, the three parsers on real-format
-// replies and on their deliberate quirks, and the UDP round trip with a pretend server.
+// replies and on their deliberate quirks, the A2S answers of today's Half-Life servers, and the UDP
+// round trip with a pretend server.
 #include "DataRows.h"
 #include "FakeGameServer.h"
+#include "FakeSourceServer.h"
 #include "GameResponder.h"
 
 #include "common/Windows1252.h"
 #include "servers/GameQuery.h"
 #include "servers/ServerQuery.h"
+#include "servers/SourceQuery.h"
+#include "servers/SplitReplies.h"
 
 #include <QtTest>
 
 using Rows = QList<PlayerRow>;
 Q_DECLARE_METATYPE(ServerStatus)
+Q_DECLARE_METATYPE(std::optional<ServerStatus>)
 
 namespace {
 
@@ -38,6 +43,24 @@ struct Monitor : QueryTarget, QueryResultSink {
         sizes.append(size);
     }
 };
+
+// What the monitor gets from one A2S answer: the info, or the players alone; nullopt: not parsed.
+std::optional<ServerStatus> readSource(const QByteArray& datagram) {
+    if (SourceQuery::classify(datagram) != SourceQuery::Kind::Players)
+        return SourceQuery::parseInfo(datagram);
+    const std::optional<Rows> rows = SourceQuery::parsePlayers(datagram);
+    return rows ? std::optional(ServerStatus{{}, {}, {}, {}, *rows}) : std::nullopt;
+}
+
+FakeGameServer todaysHalfLife() {
+    FakeGameServer server;
+    server.hostName = s("Crossfire Arena");
+    server.maxPlayers = 12;
+    server.players = {{s("Big Boss"), 12, 0}, {QString::fromUtf8("Zoë"), -3, 0}};
+    server.answersInfo = false;
+    server.answersSource = true;
+    return server;
+}
 
 } // namespace
 
@@ -115,6 +138,132 @@ private Q_SLOTS:
     void parse() {
         auto [game, reply, expected] = fetchRow<QString, QString, ServerStatus>("game", "reply", "expected");
         QCOMPARE(GameQuery::parseReply(game, reply), expected);
+    }
+
+    // clang-format off
+    void sourceRequests_data() {
+        addColumns<QByteArray, QByteArray>("request", "wire");
+        const QByteArray c = FakeSourceReplies::challenge();
+        QTest::newRow("info") << SourceQuery::infoRequest() << withNuls("\xff\xff\xff\xffTSource Engine Query\0");
+        QTest::newRow("info with challenge") << SourceQuery::infoRequest(c) << withNuls("\xff\xff\xff\xffTSource Engine Query\0\x5a\x17\xc0\x01");
+        QTest::newRow("players, asking for a challenge") << SourceQuery::playerRequest() << QByteArray("\xff\xff\xff\xffU\xff\xff\xff\xff");
+        QTest::newRow("players with challenge") << SourceQuery::playerRequest(c) << QByteArray("\xff\xff\xff\xffU\x5a\x17\xc0\x01");
+    }
+    // clang-format on
+
+    void sourceRequests() {
+        auto [request, wire] = fetchRow<QByteArray, QByteArray>("request", "wire");
+        QCOMPARE(request, wire);
+    }
+
+    // clang-format off
+    void sourceAnswers_data() {
+        addColumns<QByteArray, int, std::optional<ServerStatus>>("datagram", "kind", "read");
+        using K = SourceQuery::Kind;
+        const FakeGameServer server = todaysHalfLife();
+        const QByteArray info = FakeSourceReplies::info(server);
+        const QByteArray players = FakeSourceReplies::players(server);
+        const std::optional<ServerStatus> none;
+        const ServerStatus shown = status(s("1.1.2.7/Stdio"), s("Crossfire Arena"), s("crossfire"), s("12"), {});
+        const Rows rows{{s("12"), {}, s("\"Big Boss\"")}, {s("-3"), {}, QString::fromUtf8("\"Zoë\"")}};
+        QTest::newRow("info") << info << int(K::Info) << std::optional(shown);
+        QTest::newRow("info of The Ship, three more bytes") << withNuls("\xff\xff\xff\xffI\x07n\0m\0f\0g\0\x60\x09\x01\x08\0d\0\0\0" "123" "v1\0") << int(K::Info) << std::optional(status(s("v1"), s("n"), s("m"), s("8"), {}));
+        QTest::newRow("info with extra data after the version") << info + "\x80\x87\x69" << int(K::Info) << std::optional(shown);
+        QTest::newRow("info without the version's NUL") << info.chopped(1) << int(K::Info) << none;
+        QTest::newRow("info cut in its fixed bytes") << info.left(info.indexOf("Half-Life") + 12) << int(K::Info) << none;
+        QTest::newRow("info of a header alone") << QByteArray("\xff\xff\xff\xffI") << int(K::Info) << none;
+        QTest::newRow("old m info") << withNuls("\xff\xff\xff\xffm127.0.0.1:27015\0Old Box\0stalkyard\0valve\0Half-Life\0\x02\x10\x2f") << int(K::OldInfo) << std::optional(status({}, s("Old Box"), s("stalkyard"), s("16"), {}));
+        QTest::newRow("old m info without its protocol") << withNuls("\xff\xff\xff\xffma\0b\0c\0d\0e\0\x02\x10") << int(K::OldInfo) << none;
+        QTest::newRow("players") << players << int(K::Players) << std::optional(ServerStatus{{}, {}, {}, {}, rows});
+        QTest::newRow("no players") << withNuls("\xff\xff\xff\xff" "D\0") << int(K::Players) << std::optional(ServerStatus{{}, {}, {}, {}, Rows{}});
+        QTest::newRow("players cut in the last duration") << players.chopped(1) << int(K::Players) << none;
+        QTest::newRow("players counted one too many") << QByteArray(players).replace(5, 1, "\x03") << int(K::Players) << none;
+        QTest::newRow("players without a count") << QByteArray("\xff\xff\xff\xff" "D") << int(K::Players) << none;
+        QTest::newRow("challenge") << QByteArray("\xff\xff\xff\xff" "A\x5a\x17\xc0\x01") << int(K::Challenge) << none;
+        QTest::newRow("split part") << QByteArray("\xfe\xff\xff\xff\x01\0\0\0\x02") << int(K::SplitPart) << none;
+        QTest::newRow("old C info reply") << FakeGameReplies::halfLifeInfo(server, s("1.2.3.4:5")) << int(K::Unknown) << none;
+        QTest::newRow("garbage") << QByteArray("\xff\xff\xff") << int(K::Unknown) << none;
+    }
+    // clang-format on
+
+    void sourceAnswers() {
+        auto [datagram, kind, read] = fetchRow<QByteArray, int, std::optional<ServerStatus>>("datagram", "kind", "read");
+        QCOMPARE(int(SourceQuery::classify(datagram)), kind);
+        QCOMPARE(readSource(datagram), read);
+        const std::optional<QByteArray> challenge = SourceQuery::challenge(datagram);
+        QCOMPARE(challenge.has_value(), kind == int(SourceQuery::Kind::Challenge));
+        if (challenge)
+            QCOMPARE(*challenge, FakeSourceReplies::challenge());
+    }
+
+    // clang-format off
+    void splitReplies_data() {
+        addColumns<int, QList<QByteArray>, QByteArray>("layout", "parts", "whole");
+        const int goldSrc = int(SplitReplies::Layout::GoldSrc), source = int(SplitReplies::Layout::Source);
+        const QByteArray whole = FakeSourceReplies::players(todaysHalfLife());
+        const QList<QByteArray> three = FakeSourceReplies::split(whole, 3, 7);
+        QTest::newRow("in order") << goldSrc << three << whole;
+        QTest::newRow("last first") << goldSrc << QList{three.at(2), three.at(0), three.at(1)} << whole;
+        QTest::newRow("a part twice") << goldSrc << QList{three.at(1), three.at(1), three.at(0), three.at(2)} << whole;
+        QTest::newRow("one missing") << goldSrc << QList{three.at(0), three.at(2)} << QByteArray();
+        QTest::newRow("number beyond the count") << goldSrc << QList{QByteArray("\xfe\xff\xff\xff\x07\0\0\0\x33x")} << QByteArray();
+        QTest::newRow("count of zero") << goldSrc << QList{QByteArray("\xfe\xff\xff\xff\x07\0\0\0\x00x")} << QByteArray();
+        QTest::newRow("header cut") << goldSrc << QList{QByteArray("\xfe\xff\xff\xff\x07\0")} << QByteArray();
+        QList<QByteArray> crowded{three.at(0)};
+        for (char id = 20; id < 20 + SplitReplies::kOpenSets; ++id)
+            crowded.append(QByteArray("\xfe\xff\xff\xff") + id + QByteArray("\0\0\0\x02", 4) + 'x');
+        QTest::newRow("the oldest set dropped") << goldSrc << crowded + QList{three.at(1), three.at(2)} << QByteArray();
+        QTest::newRow("Source layout, reversed") << source << QList{withNuls("\xfe\xff\xff\xff\x09\0\0\0\x02\x01\xe0\x04" "B\0"), withNuls("\xfe\xff\xff\xff\x09\0\0\0\x02\0\xe0\x04\xff\xff\xff\xff" "D\x01\0A\0")} << withNuls("\xff\xff\xff\xff" "D\x01\0A\0B\0");
+        QTest::newRow("Source, compressed") << source << QList{withNuls("\xfe\xff\xff\xff\x09\0\0\x80\x01\0\xe0\x04x")} << QByteArray();
+    }
+    // clang-format on
+
+    void splitReplies() {
+        auto [layout, parts, whole] = fetchRow<int, QList<QByteArray>, QByteArray>("layout", "parts", "whole");
+        SplitReplies assembler{SplitReplies::Layout(layout)};
+        QByteArray out;
+        for (const QByteArray& part : parts) {
+            QVERIFY(out.isEmpty()); // nothing comes out before the set's last part
+            out = assembler.add(part).value_or(QByteArray());
+        }
+        QCOMPARE(out, whole);
+        QVERIFY(assembler.openSets() <= SplitReplies::kOpenSets);
+    }
+
+    void todaysHalfLifeServer_data() {
+        addColumns<bool, int>("challenge", "parts");
+        QTest::newRow("plain") << false << 1;
+        QTest::newRow("challenge, players in three parts") << true << 3;
+    }
+
+    // The old request first; a second of silence, then A2S_INFO (again with the challenge when the
+    // server wants one) and A2S_PLAYER, its challenge asked for first.
+    void todaysHalfLifeServer() {
+        auto [challenge, parts] = fetchRow<bool, int>("challenge", "parts");
+        GameResponder responder;
+        FakeGameServer server = todaysHalfLife();
+        server.demandsChallenge = challenge;
+        server.playerParts = parts;
+        const quint16 port = responder.listen(0, server);
+        QSignalSpy asked(&responder, &GameResponder::answered);
+        Monitor monitor;
+        monitor.game = s("Half-Life");
+        monitor.port = QString::number(port);
+        ServerQuery query(monitor, monitor);
+        query.send();
+        QTRY_COMPARE_WITH_TIMEOUT(monitor.replies.size(), 2, 10000);
+        const QByteArray c = FakeSourceReplies::challenge();
+        QList<QByteArray> expected{GameQuery::requestDatagram(s("Half-Life")), SourceQuery::infoRequest()};
+        if (challenge)
+            expected.append(SourceQuery::infoRequest(c));
+        expected += {SourceQuery::playerRequest(), SourceQuery::playerRequest(c)};
+        QList<QByteArray> requests;
+        for (const QList<QVariant>& a : asked)
+            requests.append(a.at(1).toByteArray());
+        QCOMPARE(requests, expected);
+        QCOMPARE(monitor.replies.first(), *SourceQuery::parseInfo(FakeSourceReplies::info(server)));
+        QCOMPARE(monitor.replies.last().players->size(), 2);
+        QCOMPARE(monitor.sizes.last(), FakeSourceReplies::players(server).size());
     }
 
     void roundTripWithAResponder() {

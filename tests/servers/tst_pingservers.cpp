@@ -191,6 +191,32 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(w->Label2->text().startsWith(QStringLiteral(" Status : Total bytes ")), 10000);
         QCOMPARE(w->lblPlayers->text() + u'|' + w->lblServer->text(), QStringLiteral("Players : 0|"));
         QCOMPARE(w->LVPlayers->topLevelItemCount(), 0);
+        // A server that answers "info" is not asked the A2S way.
+        QVERIFY(!w->findChild<QTimer*>(QStringLiteral("SourceFallback"))->isActive());
+    }
+
+    void todaysHalfLifeServer_data() {
+        addColumns<bool>("challenge");
+        QTest::newRow("answering at once") << false;
+        QTest::newRow("demanding a challenge") << true;
+    }
+
+    // Silent to "info", it is asked the A2S way: its players are listed, with no ping to show.
+    void todaysHalfLifeServer() {
+        auto [challenge] = fetchRow<bool>("challenge");
+        Browser b(QStringLiteral("Half-Life"));
+        FakeGameServer& server = b.responder.server(b.port);
+        server.answersInfo = false;
+        server.answersSource = true;
+        server.demandsChallenge = challenge;
+        PingServers* w = b.open();
+        QTRY_COMPARE_WITH_TIMEOUT(w->lblPlayers->text(), QStringLiteral("Players : 3"), 10000);
+        QCOMPARE((QStringList{w->lblServer->text(), w->lblMap->text(), w->lblMaxPlayers->text(),
+                              w->lblGameName->text()}),
+                 (QStringList{"Bank Job", "crossfire", "3", "1.1.2.7/Stdio"}));
+        QCOMPARE(columnTexts(w->LVPlayers, 2), (QStringList{"\"Ann\"", "\"bob\"", "\"Cy\""}));
+        QCOMPARE(columnTexts(w->LVPlayers, 0) + columnTexts(w->LVPlayers, 1),
+                 (QStringList{"5", "12", "7", "", "", ""}));
     }
 
     void columnClicksSort() {

@@ -114,6 +114,8 @@ std::optional<QByteArray> replyTo(const QByteArray& request, const FakeGameServe
     const QByteArray argument = blank < 0 ? QByteArray() : words.mid(blank + 1);
     if (word != "status" && word != "getstatus" && word != "info")
         return std::nullopt;
+    if (word == "info" && !server.answersInfo)
+        return std::nullopt;
     if (server.fixedReply)
         return *server.fixedReply;
     if (word == "status")

@@ -22,6 +22,12 @@ struct FakeGameServer {
     QList<FakePlayer> players;
     // When set, the reply to every status query, byte for byte.
     std::optional<QByteArray> fixedReply;
+    // Half-Life as its servers answer today: silent to "info", answering the A2S queries
+    // (FakeSourceServer.h), perhaps only after a challenge, the players answer perhaps in parts.
+    bool answersInfo = true;
+    bool answersSource = false;
+    bool demandsChallenge = false;
+    int playerParts = 1;
 };
 
 namespace FakeGameReplies {

@@ -1,5 +1,7 @@
 #include "GameResponder.h"
 
+#include "FakeSourceServer.h"
+
 #include <QHostAddress>
 #include <QNetworkDatagram>
 #include <QUdpSocket>
@@ -29,8 +31,11 @@ void GameResponder::readRequests(QUdpSocket* socket) {
             break;
         const quint16 port = socket->localPort();
         const QString self = QStringLiteral("127.0.0.1:") + QString::number(port);
+        QList<QByteArray> replies = FakeSourceReplies::repliesTo(request.data(), m_servers[port]);
         if (const auto reply = FakeGameReplies::replyTo(request.data(), m_servers[port], self))
-            socket->writeDatagram(*reply, request.senderAddress(), quint16(request.senderPort()));
+            replies.append(*reply);
+        for (const QByteArray& reply : std::as_const(replies))
+            socket->writeDatagram(reply, request.senderAddress(), quint16(request.senderPort()));
         Q_EMIT answered(port, request.data());
     }
 }

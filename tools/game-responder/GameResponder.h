@@ -8,7 +8,8 @@
 
 class QUdpSocket;
 
-// Answers the three status queries on ports of 127.0.0.1, one pretend server per port.
+// Answers the three status queries (and, for Half-Life servers of today, the A2S ones) on ports of
+// 127.0.0.1, one pretend server per port.
 class GameResponder : public QObject {
     Q_OBJECT
 public:

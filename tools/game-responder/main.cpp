@@ -1,5 +1,5 @@
-// quorvel-game-responder: pretends to be Kingpin, RTCW and Half-Life servers on 127.0.0.1, for
-// tests and demonstrations of the server monitor.
+// quorvel-game-responder: pretends to be Kingpin, RTCW and Half-Life servers (of old, or of today
+// with --a2s --no-info) on 127.0.0.1, for tests and demonstrations of the server monitor.
 #include "GameResponder.h"
 
 #include "common/TextFile.h"
@@ -55,7 +55,18 @@ int main(int argc, char** argv) {
     const QCommandLineOption replyFile(QStringLiteral("reply-file"),
                                        QStringLiteral("Answer every status query with this file's bytes."),
                                        QStringLiteral("file"));
-    options.addOptions({port, list, hostName, map, version, maxPlayers, player, replyFile});
+    const QCommandLineOption noInfo(QStringLiteral("no-info"),
+                                    QStringLiteral("Leave the old Half-Life \"info\" request unanswered, as "
+                                                   "today's servers do."));
+    const QCommandLineOption source(QStringLiteral("a2s"),
+                                    QStringLiteral("Answer the A2S_INFO and A2S_PLAYER queries."));
+    const QCommandLineOption sourceChallenge(QStringLiteral("a2s-challenge"),
+                                             QStringLiteral("Answer A2S_INFO only after a challenge."));
+    const QCommandLineOption sourceParts(
+        QStringLiteral("a2s-parts"), QStringLiteral("Split the A2S players answer into n parts (1 to 15)."),
+        QStringLiteral("n"), QStringLiteral("1"));
+    options.addOptions({port, list, hostName, map, version, maxPlayers, player, replyFile, noInfo, source,
+                        sourceChallenge, sourceParts});
     options.process(app);
 
     FakeGameServer server;
@@ -67,6 +78,13 @@ int main(int argc, char** argv) {
     server.maxPlayers = options.value(maxPlayers).toInt(&limitOk);
     if (!limitOk)
         fail(QStringLiteral("--max-players needs a whole number"));
+    server.answersInfo = !options.isSet(noInfo);
+    server.answersSource = options.isSet(source);
+    server.demandsChallenge = options.isSet(sourceChallenge);
+    bool partsOk = false;
+    server.playerParts = options.value(sourceParts).toInt(&partsOk);
+    if (!partsOk || server.playerParts < 1 || server.playerParts > 15)
+        fail(QStringLiteral("--a2s-parts needs a whole number from 1 to 15"));
     for (const QString& p : options.values(player)) {
         const auto parsed = parsePlayer(p);
         if (!parsed)
@@ -94,7 +112,8 @@ int main(int argc, char** argv) {
             const QStringList fields = line.split(QStringLiteral(" - "));
             bool ok = false;
             const uint n = fields.value(2).toUInt(&ok);
-            if (fields.size() != 3 || fields.at(1) != QStringLiteral("127.0.0.1") || !ok || n == 0 || n > 65535)
+            if (fields.size() != 3 || fields.at(1) != QStringLiteral("127.0.0.1") || !ok || n == 0 ||
+                n > 65535)
                 continue;
             FakeGameServer named = server;
             named.hostName = fields.at(0);
