@@ -3,6 +3,7 @@
 #include "app/Form1.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/ChatSession.h"
 #include "common/AccessibleWindows.h"
 #include "privatechat/FileReceiver.h"
 #include "privatechat/FileSender.h"
@@ -52,7 +53,7 @@ Form3::Form3(Form1& main, QWidget* parent)
     Prompts& prompts = main.services().prompts;
     m_sender = new FileSender(*Winsock1, chat.transferWindow(), chat.fileSlots(), prompts, this);
     m_receiver = new FileReceiver(
-        *Winsock2, chat.transferWindow(), chat.fileSlots(), prompts, [&main] { return main.downloadFolder; },
+        *Winsock2, chat.transferWindow(), chat.fileSlots(), prompts, [&main] { return main.session().downloadFolder(); },
         this);
     // The sender would otherwise see only a connection that ended.
     connect(m_receiver, &FileReceiver::notSaved, this, [this](const QString& why) {

@@ -3,6 +3,7 @@
 #include "app/Form1.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/ChatSession.h"
 #include "privatechat/Form3.h"
 #include "privatechat/TransferText.h"
 
@@ -83,7 +84,7 @@ Path::Path(Form1& main, QWidget* parent)
     resize(420, 400);
 
     // Open where the downloads go now, on the drive that holds it.
-    const QString current = QDir::cleanPath(main.downloadFolder);
+    const QString current = QDir::cleanPath(main.session().downloadFolder());
     for (int i = Drive1->count() - 1; i >= 0; --i) {
         if (current.startsWith(QDir::cleanPath(Drive1->itemText(i)))) {
             Drive1->setCurrentIndex(i);
@@ -140,7 +141,7 @@ void Path::Dir1_Change() {
     if (chosen.isEmpty())
         return;
     Text1->setText(chosen);
-    m_main.downloadFolder = chosen;
+    m_main.session().setDownloadFolder(chosen);
 }
 
 void Path::Command1_Click() {

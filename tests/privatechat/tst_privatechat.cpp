@@ -4,6 +4,7 @@
 #include "SignedOnClient.h"
 #include "TestFiles.h"
 
+#include "chat/ChatSession.h"
 #include "common/Windows1252.h"
 #include "privatechat/FileReceiver.h"
 #include "privatechat/FileSender.h"
@@ -58,7 +59,7 @@ struct Members {
         ann.w->Text3->setText(u"ann"_s);
         bob.w->Text3->setText(u"bob"_s);
         a = ann.w->openPrivateWindow(u"bob"_s);
-        bob.w->downloadFolder = downloads.path();
+        bob.w->session().setDownloadFolder(downloads.path());
     }
     bool ready() const { return ann.ready && bob.ready && a; }
 
@@ -268,7 +269,7 @@ private Q_SLOTS:
         const QString folder = m->downloads.filePath(u"new/sub"_s);
         if (fileInTheWay)
             QVERIFY(writeBytes(m->downloads.filePath(u"new"_s), "x"));
-        m->bob.w->downloadFolder = folder;
+        m->bob.w->session().setDownloadFolder(folder);
         RawSender sender;
         QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), sender.server.serverPort()));
         QCOMPARE(m->offerDialog(0)->Text1->text(), folder);
@@ -450,7 +451,7 @@ private Q_SLOTS:
         QCOMPARE(m->bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
         QCOMPARE(m->bob.t.prompts.shown.size(), 0);
         // Changing the folder counts even when the offer is then refused.
-        QCOMPARE(QDir(m->bob.w->downloadFolder) == QDir(QDir::tempPath()), !refuseAll);
+        QCOMPARE(QDir(m->bob.w->session().downloadFolder()) == QDir(QDir::tempPath()), !refuseAll);
 
         QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> /SENDDECLINE\r\n"));
         QCOMPARE(m->ann.t.prompts.lastLine(), u"Declined|Transfer Declined...|0"_s);
@@ -572,7 +573,8 @@ private Q_SLOTS:
 
     void composerLines() {
         auto [text, wire, echo] = fetchRow<QString, QByteArray, QString>("text", "wire", "echo");
-        m->ann.w->LV1->addItems({u"carl"_s, u"bob"_s});
+        m->ann.w->session().addMember(u"carl"_s);
+        m->ann.w->session().addMember(u"bob"_s);
         m->a->mnuSND->trigger();
         Form5* c = m->ann.w->privateChat().composer();
         QVERIFY(c && c->isVisible());
