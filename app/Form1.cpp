@@ -14,7 +14,6 @@
 #include "common/BgrColour.h"
 #include "common/Version.h"
 #include "privatechat/DownloadFolder.h"
-#include "privatechat/Form3.h"
 #include "privatechat/PrivateChat.h"
 
 #include <QCloseEvent>
@@ -64,7 +63,7 @@ Form1::Form1(Services services, QWidget* parent)
     buildLayout();
     applyDefaultColours();
     m_emoticons = new EmoticonReplacer(*rtb->document(), this);
-    m_privateChat = new PrivateChat(*this);
+    m_privateChat = new PrivateChat(*m_session, m_services, *this);
     m_session->setDownloadFolder(DownloadFolder::initial());
     observeSession();
     connect(Text1, &QLineEdit::returnPressed, this, &Form1::Text1_Enter);
@@ -365,10 +364,6 @@ void Form1::mnuExit_Click() {
 void Form1::endProgram() {
     m_ending = true;
     m_session->closeQuietly();
-    for (auto& w : m_privateWindows) {
-        if (w)
-            w->close();
-    }
     m_privateChat->closeWindows();
     if (m_gameStarter)
         m_gameStarter->close();
@@ -417,37 +412,9 @@ Form2& Form1::userInfo() {
     return *m_userInfo;
 }
 
-Form3* Form1::privateWindow(int slot) const {
-    return slot >= 0 && slot < PrivateWindowSlots ? m_privateWindows[std::size_t(slot)].data() : nullptr;
-}
+Form3* Form1::privateWindow(int slot) const { return m_privateChat->privateWindow(slot); }
 
-Form3* Form1::privateWindowAt(int slot) {
-    if (slot < 0 || slot >= PrivateWindowSlots)
-        return nullptr;
-    auto& w = m_privateWindows[std::size_t(slot)];
-    if (!w)
-        w = new Form3(*this, this);
-    return w;
-}
-
-Form3* Form1::findPrivateWindow(const QString& nickname) const {
-    const int slot = privateWindowSlotFor(nickname);
-    Form3* w = privateWindow(slot);
-    return w && w->windowTitle() == QStringLiteral("Chat With <") + nickname + u'>' ? w : nullptr;
-}
-
-int Form1::privateWindowSlotFor(const QString& nickname) const {
-    const QString caption = QStringLiteral("Chat With <") + nickname + u'>';
-    int empty = 0;
-    for (int slot = 1; slot < PrivateWindowSlots; ++slot) {
-        const Form3* w = m_privateWindows[std::size_t(slot)];
-        if (w && w->windowTitle() == caption)
-            return slot;
-        if (!w && !empty)
-            empty = slot;
-    }
-    return empty;
-}
+Form3* Form1::findPrivateWindow(const QString& nickname) const { return m_privateChat->findPrivateWindow(nickname); }
 
 bool Form1::isConnected() const { return m_session->isConnected(); }
 

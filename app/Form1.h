@@ -8,7 +8,6 @@
 #include <QPointer>
 #include <QTextCursor>
 
-#include <array>
 #include <optional>
 
 class ChatDispatcher;
@@ -36,7 +35,6 @@ class Form1 : public QMainWindow, public ColourSchemeTarget, public ChatRoomView
     Q_OBJECT
 public:
     static constexpr qint64 ActionColourAtStart = 0x80FF;
-    static constexpr int PrivateWindowSlots = 11;
 
     explicit Form1(Services services, QWidget* parent = nullptr);
     ~Form1() override;
@@ -58,12 +56,7 @@ public:
     GameStarter& gameStarter();
     Form2& userInfo();
     Form3* privateWindow(int slot) const;
-    // The window in a slot of the private-window table, created (hidden) when the slot is empty.
-    Form3* privateWindowAt(int slot);
-    // The private window captioned for this member, or null.
     Form3* findPrivateWindow(const QString& nickname) const;
-    // The slot a member's window has, else the first empty one, else slot 0, which conversations never use.
-    int privateWindowSlotFor(const QString& nickname) const;
     // Transfers, the composer and offers, shared by all private windows.
     PrivateChat& privateChat() { return *m_privateChat; }
     bool isConnected() const;
@@ -150,10 +143,7 @@ public:
     void updateMemberItems();
     void setStatusText(const QString& text);
     void setConnectionText(const QString& text);
-    // Opens or brings forward the private window for a member; returns it.
     Form3* openPrivateWindow(const QString& nickname);
-    // Puts a new, still hidden private window into the first free slot (1 to 10); null when all are taken.
-    Form3* createPrivateWindow(const QString& caption);
 
     // Menu and control handlers.
     void mnuExit_Click();
@@ -229,7 +219,6 @@ private:
     QPointer<GameStarter> m_gameStarter;
     QPointer<Form2> m_userInfo;
     QPointer<Form6> m_colourEditor;
-    std::array<QPointer<Form3>, PrivateWindowSlots> m_privateWindows;
     std::unique_ptr<ChatDispatcher> m_dispatcher;
     std::unique_ptr<SingleInstance> m_runningCopy;
     EmoticonReplacer* m_emoticons;

@@ -10,7 +10,6 @@
 #include "chat/Form8.h"
 #include "chat/Form9.h"
 #include "chat/SlashCommand.h"
-#include "privatechat/Form3.h"
 #include "privatechat/PrivateChat.h"
 #include "servers/GameLaunch.h"
 
@@ -119,32 +118,7 @@ void Form1::mnuEd_Click() { openDialog(new Form8(*m_session, m_services, Form8::
 
 void Form1::mnuNewsPost_Click() { openDialog(new Form9(*Winsock1, this)); }
 
-Form3* Form1::openPrivateWindow(const QString& nickname) {
-    const QString caption = QStringLiteral("Chat With ") + bracketed(nickname);
-    Form3* w = nullptr;
-    for (int slot = 1; slot < PrivateWindowSlots && !w; ++slot) {
-        Form3* candidate = m_privateWindows[std::size_t(slot)];
-        if (candidate && candidate->windowTitle().contains(bracketed(nickname)))
-            w = candidate;
-    }
-    if (!w)
-        w = createPrivateWindow(caption);
-    if (w)
-        w->showForTyping();
-    return w;
-}
-
-Form3* Form1::createPrivateWindow(const QString& caption) {
-    // Slot 0 has never been used for a conversation.
-    for (int slot = 1; slot < PrivateWindowSlots; ++slot) {
-        if (!m_privateWindows[std::size_t(slot)]) {
-            Form3* w = privateWindowAt(slot);
-            w->setWindowTitle(caption);
-            return w;
-        }
-    }
-    return nullptr;
-}
+Form3* Form1::openPrivateWindow(const QString& nickname) { return m_privateChat->openPrivateWindow(nickname); }
 
 void Form1::mnuPM_Click() {
     const QString n = selectedUser();
@@ -231,15 +205,7 @@ void Form1::showIdentification(const QString& sender, const QStringList& entries
 }
 
 void Form1::privateLineArrived(const QString& sender, const QString& bracketedSender, const QString& line) {
-    Form3* window = findPrivateWindow(sender);
-    if (!window)
-        window = createPrivateWindow(QStringLiteral("Chat With ") + bracketedSender);
-    // With all ten windows taken by others the line is dropped, as it always was. A window the user
-    // closed comes back with the line, but leaves the keyboard where the user is typing.
-    if (window) {
-        window->appendIncoming(line);
-        window->showWithoutActivating();
-    }
+    m_privateChat->lineArrived(sender, bracketedSender, line);
 }
 
 void Form1::fileOffered(const QString& sender, const QString& file, const QString& port, const QString& address) {
