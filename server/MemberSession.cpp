@@ -216,8 +216,10 @@ void MemberSession::handleText(const QByteArray& text) {
 }
 
 void MemberSession::dropForLongLine() {
+    // The notice has to leave before the connection ends, or the member never learns why.
+    setProperty("dropReason", QStringLiteral("line too long"));
     send(ChatMessage::build(ChatProtocol::ServerMsg, {QStringLiteral("Line too long; disconnected.")}));
-    drop(QStringLiteral("line too long"));
+    closeAfterSending();
 }
 
 bool MemberSession::admitByFloodRule(bool isPing) {
