@@ -71,6 +71,11 @@ int runBackupCommand(const AccountStore::Config& database, const QStringList& co
         return 1;
     }
     const QString target = QFileInfo(command.at(1)).absoluteFilePath();
+    // The copy is renamed into place: over the database itself it would pull it from under the server.
+    if (QFileInfo(target).canonicalFilePath() == QFileInfo(database.databaseName).canonicalFilePath()) {
+        err << "quorvel-server: " << target << " is the database itself; name another file\n";
+        return 2;
+    }
     const QString part = target + QStringLiteral(".part");
     QFile::remove(part);
     QString error;

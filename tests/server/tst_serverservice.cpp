@@ -3,6 +3,7 @@
 // server writes, restored and signed on to.
 #include "DataRows.h"
 #include "ServerTestClient.h"
+#include "TestFiles.h"
 #include "TestServer.h"
 
 #include <QSqlDatabase>
@@ -253,6 +254,7 @@ private slots:
         addColumns<QStringList, int, QByteArray>("arguments", "exitCode", "message");
         QTest::newRow("no file") << QStringList{u"backup"_s} << 2 << QByteArray("usage: backup FILE");
         QTest::newRow("PostgreSQL") << QStringList{u"--database-driver"_s, u"QPSQL"_s, u"backup"_s, u"x"_s} << 2 << QByteArray("pg_dump");
+        QTest::newRow("onto the database") << QStringList{u"backup"_s, u"DATA/quorvel.sqlite"_s} << 2 << QByteArray("is the database itself");
         QTest::newRow("no database yet") << QStringList{u"backup"_s, u"x"_s} << 1 << QByteArray("there is no database");
     }
     // clang-format on
@@ -261,10 +263,16 @@ private slots:
         auto [arguments, exitCode, message] =
             fetchRow<QStringList, int, QByteArray>("arguments", "exitCode", "message");
         QTemporaryDir data;
+        const QString database = data.filePath(u"quorvel.sqlite"_s);
+        // A database in place, for the row that names it as the copy.
+        if (arguments.last().startsWith(u"DATA/"_s))
+            QVERIFY(writeBytes(database, "members"));
+        arguments.replaceInStrings(u"DATA/"_s, data.path() + u'/');
+        const QByteArray before = readBytes(database);
         QByteArray output;
         QCOMPARE(runServer(QStringList{u"--data"_s, data.path()} + arguments, &output), exitCode);
         QVERIFY2(output.contains(message), output.constData());
-        QVERIFY(!QFile::exists(data.filePath(u"quorvel.sqlite"_s)));
+        QCOMPARE(readBytes(database), before); // nothing made or changed
     }
 };
 
