@@ -5,6 +5,7 @@
 #include "common/Windows1252.h"
 #include "server/AddressRules.h"
 #include "server/LineFramer.h"
+#include "server/ServerMetrics.h"
 
 #include <QTcpSocket>
 #include <QTimer>
@@ -70,7 +71,7 @@ void MemberSession::sendEncoded(const QByteArray& line) {
 void MemberSession::sendEncoded(const QByteArray& line, DeliveryQueue::Kind kind) {
     if (m_state == State::Closing || m_socket->state() != QAbstractSocket::ConnectedState)
         return;
-    m_queue.append(line, kind);
+    m_queue.append(line, kind, m_clock.elapsed());
     if (!m_flushPosted) {
         m_flushPosted = true;
         QMetaObject::invokeMethod(this, &MemberSession::flush, Qt::QueuedConnection);
@@ -86,6 +87,8 @@ void MemberSession::flush() {
             m_queue.takeWrite(m_maxWrite, m_clock.elapsed(), [this] { return pingLine(); });
         if (batch.isEmpty())
             break;
+        if (m_metrics)
+            m_metrics->deliveryWait.observe(m_queue.lastWriteWaitMs() * 1000);
         write(batch);
     }
     // Counted once the kernel has taken what it will: a burst larger than the allowance is fine
