@@ -5,13 +5,12 @@
 
 #include <QMainWindow>
 #include <QPointer>
-#include <QTextCursor>
 
 #include <array>
 #include <optional>
 
 class ChatDispatcher;
-class EmoticonReplacer;
+class ChatDisplay;
 class Form2;
 class Form3;
 class PrivateChat;
@@ -26,7 +25,6 @@ class QListWidget;
 class QMenu;
 class QStatusBar;
 class QTcpSocket;
-class QTextEdit;
 class SingleInstance;
 
 // The chat room, and the window that owns the program's life.
@@ -68,7 +66,7 @@ public:
     int accountCreation() const { return m_accountCreation; }
 
     // Controls, under the names the program has always used.
-    QTextEdit* rtb;
+    ChatDisplay* rtb;
     QListWidget* LV1;
     QLineEdit* Text1;
     QLineEdit* Text3;
@@ -225,7 +223,6 @@ private:
     bool m_reachedServer = true;
     std::optional<QString> m_requestedAccount;
     QPointer<Form8> m_accountDialog;
-    QTextCursor m_readEdit;
     QLabel* m_statusPanel;
     QLabel* m_connectionPanel;
     QPointer<GameStarter> m_gameStarter;
@@ -234,7 +231,6 @@ private:
     std::array<QPointer<Form3>, PrivateWindowSlots> m_privateWindows;
     std::unique_ptr<ChatDispatcher> m_dispatcher;
     std::unique_ptr<SingleInstance> m_runningCopy;
-    EmoticonReplacer* m_emoticons;
     PrivateChat* m_privateChat;
 
     friend class ChatDispatcher;

@@ -2,9 +2,9 @@
 #include "app/Form1.h"
 
 #include "chat/ChatDispatcher.h"
+#include "chat/ChatDisplay.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
-#include "chat/EmoticonReplacer.h"
 #include "chat/Form8.h"
 #include "common/Windows1252.h"
 
@@ -14,7 +14,6 @@
 #include <QListWidget>
 #include <QSignalBlocker>
 #include <QTcpSocket>
-#include <QTextEdit>
 #include <QTimer>
 
 #include <utility>
@@ -141,11 +140,7 @@ void Form1::Winsock1_DataArrival() {
 
 void Form1::handleRead(const QString& read) {
     m_handlingRead = true;
-    // The display lays out the lines of one read together instead of one by one.
-    m_readEdit = QTextCursor(rtb->document());
-    m_readEdit.beginEditBlock();
     m_dispatcher->handleRead(read);
-    m_readEdit.endEditBlock();
     m_handlingRead = false;
     if (m_followNewest)
         scrollToNewest();
@@ -153,12 +148,8 @@ void Form1::handleRead(const QString& read) {
 
 void Form1::showDisplayBeforePrompt() {
     // A box opened in the middle of a read comes after the lines before it, on screen too.
-    if (!m_handlingRead)
-        return;
-    m_readEdit.endEditBlock();
-    if (m_followNewest)
+    if (m_handlingRead && m_followNewest)
         scrollToNewest();
-    m_readEdit.beginEditBlock();
 }
 
-void Form1::runEmoticonPass() { m_emoticons->replaceNewCodes(); }
+void Form1::runEmoticonPass() { rtb->replaceNewCodes(); }

@@ -3,10 +3,10 @@
 #include "SignedOnClient.h"
 
 #include "common/Windows1252.h"
+#include "chat/ChatDisplay.h"
 
 #include <QApplication>
 #include <QListWidget>
-#include <QTextEdit>
 
 #include <cstddef>
 #include <cstdint>

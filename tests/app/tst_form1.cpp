@@ -4,6 +4,7 @@
 
 #include "app/Form1.h"
 #include "common/TextFile.h"
+#include "chat/ChatDisplay.h"
 
 #include <QtTest>
 #include <QtWidgets>

@@ -5,6 +5,7 @@
 #include "app/Form1.h"
 #include "chat/Form7.h"
 #include "chat/Form8.h"
+#include "chat/ChatDisplay.h"
 
 #include <QtTest>
 #include <QtWidgets>

@@ -4,8 +4,8 @@
 #include "TestServer.h"
 
 #include "privatechat/Form3.h"
+#include "chat/ChatDisplay.h"
 
-#include <QTextEdit>
 #include <QtTest>
 
 #include <memory>

@@ -1,8 +1,8 @@
 #include "SignedOnClient.h"
+#include "chat/ChatDisplay.h"
 
 #include <QLineEdit>
 #include <QtTest>
-#include <QTextEdit>
 
 SignedOnClient::SignedOnClient() : w(std::make_unique<Form1>(t.services())) {
     w->Form_Load();
