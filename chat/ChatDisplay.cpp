@@ -280,12 +280,7 @@ void ChatDisplay::selectAll() {
 }
 
 QString ChatDisplay::selectedText() const {
-    if (!hasSelection())
-        return {};
-    const qsizetype first = m_lines.lineAt(selectionStart()), last = m_lines.lineAt(selectionEnd());
-    // plainText() of these lines starts with the line break before the first of them.
-    const qsizetype base = m_lines.textStart(first) - 1;
-    return m_lines.plainText(first, last + 1).mid(selectionStart() - base, selectionEnd() - selectionStart());
+    return m_lines.textBetween(selectionStart(), selectionEnd());
 }
 
 void ChatDisplay::copy() const {

@@ -73,12 +73,7 @@ void ChatDisplayAccessible::setCursorPosition(int position) {
 }
 
 QString ChatDisplayAccessible::text(int startOffset, int endOffset) const {
-    const ChatLines& lines = display()->lines();
-    if (lines.isEmpty() || endOffset <= startOffset)
-        return {};
-    const qsizetype first = lines.lineAt(startOffset), last = lines.lineAt(endOffset);
-    const qsizetype base = lines.textStart(first) - 1;
-    return lines.plainText(first, last + 1).mid(startOffset - base, endOffset - startOffset);
+    return display()->lines().textBetween(startOffset, endOffset);
 }
 
 int ChatDisplayAccessible::characterCount() const {

@@ -92,6 +92,15 @@ QString ChatLines::plainText(qsizetype fromLine, qsizetype toLine) const {
     return plain;
 }
 
+QString ChatLines::textBetween(qsizetype from, qsizetype to) const {
+    if (isEmpty() || to <= from)
+        return {};
+    const qsizetype first = lineAt(from), last = lineAt(to);
+    // plainText() of these lines starts with the line break before the first of them.
+    const qsizetype base = textStart(first) - 1;
+    return plainText(first, last + 1).mid(from - base, to - from);
+}
+
 qsizetype ChatLines::textStart(qsizetype line) const {
     return charStart(line) + line + 1;
 }

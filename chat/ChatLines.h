@@ -40,6 +40,8 @@ public:
     // The same with the codes themselves: what copying and assistive technology get. Offsets into it
     // are the offsets of textStart() and lineAt().
     QString plainText(qsizetype fromLine = 0, qsizetype toLine = -1) const;
+    // plainText() from one offset to another, without making the whole of it.
+    QString textBetween(qsizetype from, qsizetype to) const;
     // Where line N's text starts in plainText(): after its line break.
     qsizetype textStart(qsizetype line) const;
     // The line that holds an offset of plainText() (its line break belongs to it).

@@ -3,9 +3,10 @@
 #include "ChatMember.h"
 #include "TestServer.h"
 
-#include "privatechat/Form3.h"
 #include "chat/ChatDisplay.h"
+#include "privatechat/Form3.h"
 
+#include <QTextEdit>
 #include <QtTest>
 
 #include <memory>
