@@ -7,10 +7,10 @@
 #include "app/SingleInstance.h"
 #include "browser/GameStarter.h"
 #include "chat/ChatDispatcher.h"
+#include "chat/ChatDisplay.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
 #include "chat/ChatSession.h"
-#include "chat/EmoticonReplacer.h"
 #include "common/BgrColour.h"
 #include "common/Version.h"
 #include "privatechat/DownloadFolder.h"
@@ -27,8 +27,6 @@
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTcpSocket>
-#include <QTextCursor>
-#include <QTextEdit>
 #include <QVBoxLayout>
 
 #include <utility>
@@ -41,7 +39,7 @@ const QString kDefaultHost = QStringLiteral("localhost");
 
 Form1::Form1(Services services, QWidget* parent)
     : QMainWindow(parent)
-    , rtb(new QTextEdit(this))
+    , rtb(new ChatDisplay(this))
     , LV1(new QListWidget(this))
     , Text1(new QLineEdit(this))
     , Text3(new QLineEdit(this))
@@ -62,7 +60,6 @@ Form1::Form1(Services services, QWidget* parent)
     buildMenus();
     buildLayout();
     applyDefaultColours();
-    m_emoticons = new EmoticonReplacer(*rtb->document(), this);
     m_privateChat = new PrivateChat(*m_session, m_services, *this);
     m_session->setDownloadFolder(DownloadFolder::initial());
     observeSession();
@@ -78,9 +75,7 @@ Form1::~Form1() {
 
 void Form1::buildLayout() {
     rtb->setObjectName(QStringLiteral("rtb"));
-    rtb->setReadOnly(true);
     rtb->setAccessibleName(QStringLiteral("Chat"));
-    rtb->setUndoRedoEnabled(false);
     LV1->setObjectName(QStringLiteral("LV1"));
     LV1->setAccessibleName(QStringLiteral("Members"));
     LV1->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -281,12 +276,11 @@ void Form1::removeGreeting() {
     if (!std::exchange(m_greetingShown, false))
         return;
     // Gone already if the reader cleared the display; what came after it stays.
-    const QString greeting = QLatin1Char('\n') + kGreeting.join(QLatin1Char('\n'));
-    if (!rtb->toPlainText().startsWith(greeting))
-        return;
-    QTextCursor cursor(rtb->document());
-    cursor.setPosition(int(greeting.size()), QTextCursor::KeepAnchor);
-    cursor.removeSelectedText();
+    for (qsizetype line = 0; line < kGreeting.size(); ++line) {
+        if (line >= rtb->lineCount() || rtb->lines().text(line) != kGreeting.at(line))
+            return;
+    }
+    rtb->removeFirstLines(kGreeting.size());
 }
 
 namespace {
@@ -421,22 +415,13 @@ bool Form1::isConnected() const { return m_session->isConnected(); }
 bool Form1::soundsOn() const { return mnuSoundEffects->isChecked() && mnuNotify->isChecked(); }
 
 void Form1::appendLine(const QString& text, qint64 bgrColour) {
-    QTextCursor cursor(rtb->document());
-    cursor.movePosition(QTextCursor::End);
-    QTextCharFormat format;
-    format.setForeground(BgrColour::toColor(bgrColour));
-    cursor.insertBlock(QTextBlockFormat(), format);
-    cursor.insertText(text, format);
+    rtb->appendLine(text, BgrColour::toColor(bgrColour));
     // Keeping the newest line in view costs a scroll-bar update; once per read is enough.
     if (!m_handlingRead && m_followNewest)
         scrollToNewest();
 }
 
-void Form1::scrollToNewest() {
-    QTextCursor end(rtb->document());
-    end.movePosition(QTextCursor::End);
-    rtb->setTextCursor(end);
-}
+void Form1::scrollToNewest() { rtb->scrollToNewest(); }
 
 void Form1::selectUser(const QString& nickname) {
     const auto found = LV1->findItems(nickname, Qt::MatchExactly | Qt::MatchCaseSensitive);

@@ -6,13 +6,12 @@
 
 #include <QMainWindow>
 #include <QPointer>
-#include <QTextCursor>
 
 #include <optional>
 
 class ChatDispatcher;
+class ChatDisplay;
 class ChatSession;
-class EmoticonReplacer;
 class Form2;
 class Form3;
 class PrivateChat;
@@ -27,7 +26,6 @@ class QListWidget;
 class QMenu;
 class QStatusBar;
 class QTcpSocket;
-class QTextEdit;
 class SingleInstance;
 
 // The chat room's window, observing the session; it also owns the program's life.
@@ -63,7 +61,7 @@ public:
     bool soundsOn() const override;
 
     // Controls, under the names the program has always used.
-    QTextEdit* rtb;
+    ChatDisplay* rtb;
     QListWidget* LV1;
     QLineEdit* Text1;
     QLineEdit* Text3;
@@ -213,7 +211,6 @@ private:
     bool m_followNewest = true;
     bool m_greetingShown = false;
     QPointer<Form8> m_accountDialog;
-    QTextCursor m_readEdit;
     QLabel* m_statusPanel;
     QLabel* m_connectionPanel;
     QPointer<GameStarter> m_gameStarter;
@@ -221,6 +218,5 @@ private:
     QPointer<Form6> m_colourEditor;
     std::unique_ptr<ChatDispatcher> m_dispatcher;
     std::unique_ptr<SingleInstance> m_runningCopy;
-    EmoticonReplacer* m_emoticons;
     PrivateChat* m_privateChat;
 };

@@ -3,13 +3,12 @@
 
 #include "ancillary/AboutBox.h"
 #include "ancillary/Form6.h"
-#include "chat/DisplayColours.h"
+#include "chat/ChatDisplay.h"
 #include "common/BgrColour.h"
 
 #include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QTextEdit>
 
 namespace {
 
@@ -64,12 +63,11 @@ void Form1::setColour(ColourRole role, qint64 bgr) {
     case ColourRole::MainText:
         // Ordinary chat lines carry the message colour; the display's own colour is what line 6 keeps.
         setRole(rtb, QPalette::Text, bgr);
-        DisplayColours::recolour(*rtb->document(), BgrColour::toColor(messageColour),
-                                 BgrColour::toColor(bgr));
+        rtb->recolour(BgrColour::toColor(messageColour), BgrColour::toColor(bgr));
         messageColour = bgr;
         break;
     case ColourRole::Emotion:
-        DisplayColours::recolour(*rtb->document(), BgrColour::toColor(actionColour), BgrColour::toColor(bgr));
+        rtb->recolour(BgrColour::toColor(actionColour), BgrColour::toColor(bgr));
         actionColour = bgr;
         break;
     case ColourRole::NickBackground:

@@ -4,6 +4,7 @@
 #include "ancillary/Form2.h"
 #include "browser/GameStarter.h"
 #include "chat/ChatProtocol.h"
+#include "chat/ChatDisplay.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatSession.h"
 #include "chat/Form7.h"
@@ -20,7 +21,6 @@
 #include <QListWidget>
 #include <QNetworkInterface>
 #include <QTcpSocket>
-#include <QTextEdit>
 
 namespace {
 const QString kTitle = QStringLiteral("Quorvel");

@@ -2,10 +2,10 @@
 #include "app/Form1.h"
 
 #include "chat/ChatDispatcher.h"
+#include "chat/ChatDisplay.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
 #include "chat/ChatSession.h"
-#include "chat/EmoticonReplacer.h"
 #include "chat/Form8.h"
 
 #include <QAction>
@@ -13,7 +13,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QTextEdit>
 
 #include <utility>
 
@@ -127,11 +126,7 @@ void Form1::Winsock1_Error() { signedOff(); }
 
 void Form1::Winsock1_DataArrival(const QString& read) {
     m_handlingRead = true;
-    // The display lays out the lines of one read together instead of one by one.
-    m_readEdit = QTextCursor(rtb->document());
-    m_readEdit.beginEditBlock();
     m_dispatcher->handleRead(read);
-    m_readEdit.endEditBlock();
     m_handlingRead = false;
     if (m_followNewest)
         scrollToNewest();
@@ -139,12 +134,8 @@ void Form1::Winsock1_DataArrival(const QString& read) {
 
 void Form1::showDisplayBeforePrompt() {
     // A box opened in the middle of a read comes after the lines before it, on screen too.
-    if (!m_handlingRead)
-        return;
-    m_readEdit.endEditBlock();
-    if (m_followNewest)
+    if (m_handlingRead && m_followNewest)
         scrollToNewest();
-    m_readEdit.beginEditBlock();
 }
 
-void Form1::runEmoticonPass() { m_emoticons->replaceNewCodes(); }
+void Form1::runEmoticonPass() { rtb->replaceNewCodes(); }

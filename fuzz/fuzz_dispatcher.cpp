@@ -4,10 +4,10 @@
 
 #include "chat/ChatSession.h"
 #include "common/Windows1252.h"
+#include "chat/ChatDisplay.h"
 
 #include <QApplication>
 #include <QListWidget>
-#include <QTextEdit>
 
 #include <cstddef>
 #include <cstdint>

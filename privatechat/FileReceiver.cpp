@@ -24,13 +24,6 @@ QList<QByteArray> splitFields(const QByteArray& chunk) {
     fields.append(chunk.mid(from));
     return fields;
 }
-
-// Whether the text before the first "|@|" is exactly the word. The words hold no "|", so that is the
-// word at the start followed by the end or by "|@|"; a block of data is not searched to its end.
-bool isCommand(QByteArrayView chunk, QByteArrayView word) {
-    return chunk.startsWith(word) &&
-           (chunk.size() == word.size() || chunk.sliced(word.size()).startsWith(FieldSeparator));
-}
 } // namespace
 
 FileReceiver::FileReceiver(QTcpSocket& connection, TransferView& view, FileSlots& fileSlots, Prompts& prompts,
@@ -52,6 +45,9 @@ FileReceiver::FileReceiver(QTcpSocket& connection, TransferView& view, FileSlots
         if (e != QAbstractSocket::RemoteHostClosedError && m_state != State::Idle)
             report(true);
     });
+    connect(&m_blocks, &BlockingTransfer::progressed, this,
+            [this](qint64 received) { showReceived(m_receivedBefore + received); });
+    connect(&m_blocks, &BlockingTransfer::ended, this, &FileReceiver::blocksEnded);
 }
 
 bool FileReceiver::start(const QString& host, quint16 port) {
@@ -130,6 +126,31 @@ void FileReceiver::describe(const QList<QByteArray>& fields) {
     m_state = State::Receiving;
     m_connection.write(Send);
     m_connection.flush();
+    m_receivedBefore = m_view.count(Direction::Download);
+    if (m_file.isOpen())
+        m_blocks.startReceiving(m_connection, m_file);
+}
+
+void FileReceiver::blocksEnded(BlockingTransfer::Ending how) {
+    switch (how) {
+    case BlockingTransfer::Ending::Finished:
+    case BlockingTransfer::Ending::PeerClosed:
+        close();
+        break;
+    case BlockingTransfer::Ending::Failed:
+        report(true);
+        break;
+    case BlockingTransfer::Ending::FileFailed:
+        saveFailed();
+        break;
+    }
+}
+
+void FileReceiver::stopBlocks() {
+    if (!m_blocks.isRunning())
+        return;
+    m_blocks.cancel();
+    showReceived(m_receivedBefore + m_blocks.count());
 }
 
 void FileReceiver::write(const QByteArray& chunk) {
@@ -141,12 +162,16 @@ void FileReceiver::write(const QByteArray& chunk) {
         saveFailed();
         return;
     }
-    const qint64 received = m_view.count(Direction::Download) + chunk.size();
+    showReceived(m_view.count(Direction::Download) + chunk.size());
+}
+
+void FileReceiver::showReceived(qint64 received) {
     m_view.setCount(Direction::Download, received);
     m_view.setProgress(Direction::Download, std::min(received, m_view.maximum(Direction::Download)));
 }
 
 void FileReceiver::stop() {
+    stopBlocks();
     m_state = State::Idle;
     if (m_connection.state() != QAbstractSocket::UnconnectedState)
         m_connection.abort();
@@ -166,6 +191,7 @@ void FileReceiver::close() {
 }
 
 void FileReceiver::saveFailed() {
+    stopBlocks();
     // A full disk or a failing drive: what arrives can no longer be kept, so the transfer ends here
     // and is never called complete. The part saved so far stays for the user to look at.
     // A write cut short gives no reason; trying the rest once more gets the system's.
@@ -181,6 +207,7 @@ void FileReceiver::saveFailed() {
 }
 
 void FileReceiver::report(bool onError) {
+    stopBlocks();
     // The file keeps its last blocks in a buffer: they reach the disk before anything is called complete.
     if (m_file.isOpen() && !m_file.flush()) {
         saveFailed();

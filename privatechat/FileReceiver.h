@@ -1,5 +1,7 @@
 #pragma once
 
+#include "privatechat/BlockingTransfer.h"
+
 #include <QFile>
 #include <QObject>
 #include <QString>
@@ -38,6 +40,10 @@ private:
     void handleChunk(const QByteArray& chunk);
     void describe(const QList<QByteArray>& fields);
     void write(const QByteArray& chunk);
+    void showReceived(qint64 received);
+    void blocksEnded(BlockingTransfer::Ending how);
+    // Takes the file and the count back from the blocks' thread, if it runs.
+    void stopBlocks();
     void endQuietly(const QString& why);
     // Closes the socket and the file; the counts stay in the view for the outcome.
     void stop();
@@ -53,6 +59,10 @@ private:
     Prompts& m_prompts;
     std::function<QString()> m_downloadFolder;
     QFile m_file;
+    // Declared after the file it writes, so that it has stopped before the file goes.
+    BlockingTransfer m_blocks;
+    // The received count the view held when the blocks' thread took over.
+    qint64 m_receivedBefore = 0;
     State m_state = State::Idle;
     bool m_holdsSlot = false;
 };

@@ -44,6 +44,8 @@ FileSender::FileSender(QTcpSocket& connection, TransferView& view, FileSlots& fi
     connect(&m_connection, &QTcpSocket::readyRead, this, &FileSender::dataArrival);
     connect(&m_connection, &QTcpSocket::disconnected, this, &FileSender::connectionEnded);
     connect(&m_connection, &QTcpSocket::errorOccurred, this, &FileSender::connectionEnded);
+    connect(&m_blocks, &BlockingTransfer::progressed, this, &FileSender::showSent);
+    connect(&m_blocks, &BlockingTransfer::ended, this, &FileSender::blocksEnded);
 }
 
 bool FileSender::isListening() const {
@@ -56,6 +58,7 @@ quint16 FileSender::listeningPort() const {
 
 bool FileSender::listen(quint16 port, const QString& path, QString* error) {
     // A finished upload whose receiver has not closed yet gives way to the new offer.
+    m_blocks.cancel();
     m_state = State::Idle;
     m_listener->close();
     if (m_connection.state() != QAbstractSocket::UnconnectedState)
@@ -96,9 +99,7 @@ void FileSender::answer(const QByteArray& chunk) {
         if (m_state == State::WaitingForMore)
             sendNextBlock();
     } else if (chunk == Info) {
-        const QByteArray description = Info + FieldSeparator + Windows1252::encode(m_uploadPath) +
-                                       FieldSeparator + QByteArray::number(QFileInfo(m_uploadPath).size());
-        m_connection.write(description);
+        m_connection.write(description());
         m_connection.flush();
     } else if (chunk == Send && m_state == State::Connected) {
         sendfile();
@@ -121,7 +122,33 @@ void FileSender::sendfile() {
     }
     m_length = m_file.size();
     m_endOfFile = false;
-    sendNextBlock();
+    m_state = State::WaitingForMore;
+    m_view.setSize(Direction::Upload, QString::number(m_length));
+    m_view.setMaximum(Direction::Upload, m_length);
+    m_view.setStatus(Direction::Upload, QStringLiteral("Connected..."));
+    m_sentBefore = m_view.count(Direction::Upload);
+    if (!m_blocks.startSending(m_connection, m_file, description()))
+        sendNextBlock();
+}
+
+QByteArray FileSender::description() const {
+    return Info + FieldSeparator + Windows1252::encode(m_uploadPath) + FieldSeparator +
+           QByteArray::number(QFileInfo(m_uploadPath).size());
+}
+
+void FileSender::blocksEnded(BlockingTransfer::Ending how) {
+    switch (how) {
+    case BlockingTransfer::Ending::Finished:
+        finish();
+        break;
+    case BlockingTransfer::Ending::FileFailed:
+        unreadable();
+        break;
+    case BlockingTransfer::Ending::PeerClosed:
+    case BlockingTransfer::Ending::Failed:
+        close();
+        break;
+    }
 }
 
 void FileSender::sendNextBlock() {
@@ -147,17 +174,17 @@ void FileSender::sendNextBlock() {
     m_state = State::WaitingForMore;
     m_connection.write(block);
     m_connection.flush();
+    // The view follows once the block is on its way, so that it never delays the exchange.
+    showSent(m_view.count(Direction::Upload) - m_sentBefore + BlockSize);
+}
 
-    // The view follows once the block is on its way, so that it never delays the exchange. The
-    // sent count grows by a whole block for each block, so it ends above the file's length; a
+void FileSender::showSent(qint64 sent) {
+    // The sent count grows by a whole block for each block, so it ends above the file's length; a
     // progress value above the maximum is dropped.
-    const qint64 sent = m_view.count(Direction::Upload) + BlockSize;
-    m_view.setSize(Direction::Upload, QString::number(m_length));
-    m_view.setMaximum(Direction::Upload, m_length);
-    m_view.setCount(Direction::Upload, sent);
-    if (sent <= m_length)
-        m_view.setProgress(Direction::Upload, sent);
-    m_view.setStatus(Direction::Upload, QStringLiteral("Connected..."));
+    const qint64 count = m_sentBefore + sent;
+    m_view.setCount(Direction::Upload, count);
+    if (count <= m_length)
+        m_view.setProgress(Direction::Upload, count);
 }
 
 void FileSender::unreadable() {
@@ -190,6 +217,7 @@ void FileSender::connectionEnded() {
 }
 
 void FileSender::close() {
+    m_blocks.cancel();
     m_state = State::Idle;
     m_listener->close();
     if (m_connection.state() != QAbstractSocket::UnconnectedState)

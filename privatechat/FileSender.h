@@ -1,5 +1,7 @@
 #pragma once
 
+#include "privatechat/BlockingTransfer.h"
+
 #include <QFile>
 #include <QObject>
 #include <QString>
@@ -40,6 +42,9 @@ private:
     void answer(const QByteArray& chunk);
     void sendfile();
     void sendNextBlock();
+    QByteArray description() const;
+    void showSent(qint64 sent);
+    void blocksEnded(BlockingTransfer::Ending how);
     // Opening or reading the file failed: says so and ends the send.
     void unreadable();
     void finish();
@@ -51,7 +56,11 @@ private:
     Prompts& m_prompts;
     QTcpServer* m_listener;
     QFile m_file;
+    // Declared after the file it reads, so that it has stopped before the file goes.
+    BlockingTransfer m_blocks;
     qint64 m_length = 0;
+    // The sent count the view held when the blocks began.
+    qint64 m_sentBefore = 0;
     QString m_uploadPath;
     State m_state = State::Idle;
     bool m_uploadBusy = false;

@@ -7,6 +7,11 @@
 
 namespace TransferText {
 
+bool isCommand(QByteArrayView chunk, QByteArrayView word) {
+    return chunk.startsWith(word) &&
+           (chunk.size() == word.size() || chunk.sliced(word.size()).startsWith(FieldSeparator));
+}
+
 qint64 leadingNumber(const QString& text) {
     qint64 value = 0;
     qsizetype i = 0;

@@ -18,6 +18,11 @@ inline const QByteArray More = QByteArrayLiteral("MORE");
 inline const QByteArray Done = QByteArrayLiteral("DONE");
 inline const QByteArray FieldSeparator = QByteArrayLiteral("|@|");
 
+// Whether a read of the direct connection is the command word: its text before the first "|@|" is
+// exactly the word. The words hold no "|", so that is the word at the start followed by the end or by
+// "|@|"; a block of data is not searched to its end.
+bool isCommand(QByteArrayView chunk, QByteArrayView word);
+
 // The leading decimal value of a text as the user typed it: leading blanks skipped, digits read up to
 // the first other character; text without leading digits counts as 0. Huge values saturate.
 qint64 leadingNumber(const QString& text);

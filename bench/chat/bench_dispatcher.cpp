@@ -4,10 +4,10 @@
 
 #include "app/Form1.h"
 #include "common/Windows1252.h"
+#include "chat/ChatDisplay.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QTextEdit>
 
 #include <algorithm>
 #include <cstdio>

@@ -3,6 +3,7 @@
 
 #include "ancillary/Form6.h"
 #include "app/Form1.h"
+#include "chat/ChatDisplay.h"
 #include "common/BgrColour.h"
 #include "common/TextFile.h"
 
@@ -20,11 +21,9 @@ QStringList defaultColourLines(const QString& fontSize) {
     return {u"16777215"_s, fontSize, u"0"_s, u"16777215"_s, u"16777215"_s, u"0"_s, u"16777215"_s, u"0"_s};
 }
 
-
 // The colour the last line of the chat display was written in.
 QColor lastLineColour(const Form1& w) {
-    const QTextBlock last = w.rtb->document()->lastBlock();
-    return last.begin().fragment().charFormat().foreground().color();
+    return w.rtb->lineColour(w.rtb->lineCount() - 1);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "app/Form1.h"
 #include "chat/ChatSession.h"
 #include "common/TextFile.h"
+#include "chat/ChatDisplay.h"
 
 #include <QtTest>
 #include <QtWidgets>

@@ -5,6 +5,7 @@
 #include "chat/Form9.h"
 #include "chat/SlashCommand.h"
 #include "privatechat/Form3.h"
+#include "chat/ChatDisplay.h"
 
 #include <QtTest>
 #include <QtWidgets>

@@ -6,6 +6,7 @@
 #include "chat/ChatSession.h"
 #include "chat/Form7.h"
 #include "chat/Form8.h"
+#include "chat/ChatDisplay.h"
 
 #include <QtTest>
 #include <QtWidgets>

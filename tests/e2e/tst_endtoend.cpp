@@ -3,6 +3,7 @@
 #include "ChatMember.h"
 #include "TestServer.h"
 
+#include "chat/ChatDisplay.h"
 #include "privatechat/Form3.h"
 
 #include <QTextEdit>

@@ -9,6 +9,7 @@
 #include "privatechat/Form3.h"
 #include "privatechat/Path.h"
 #include "privatechat/PrivateChat.h"
+#include "chat/ChatDisplay.h"
 
 #include <QAction>
 #include <QLineEdit>

@@ -201,6 +201,27 @@ private Q_SLOTS:
         QVERIFY(!m->a->sender().uploadBusy());
     }
 
+    // "/cancel" while the blocks are moving ends the download at once, judged on what has arrived.
+    void cancelWhileReceiving() {
+        RawSender sender;
+        QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), sender.server.serverPort()));
+        m->offerDialog(0)->Command1->click();
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFO"), kWait);
+        sender.send(R"(INFO|@|C:\Games\half.bin|@|5000)");
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFOSEND"), kWait);
+        sender.send(QByteArray(1028, 'h'));
+        QTRY_COMPARE_WITH_TIMEOUT(sender.received, QByteArray("INFOSENDMORE"), kWait);
+        Form3* b = m->bob.chat.privateWindow(1);
+        b->Text1->setText(u"/cancel"_s);
+        QTest::keyClick(b->Text1, Qt::Key_Return);
+        const QString saved = m->downloads.filePath(u"half.bin"_s);
+        QCOMPARE(m->bob.t.prompts.lines(),
+                 QStringList{u"Quorvel|File Transfer - Posible Error - Check "_s + saved + u"|3"_s});
+        QCOMPARE(readBytes(saved), QByteArray(1028, 'h'));
+        QVERIFY(!b->receiver().isBusy());
+        QTRY_VERIFY_WITH_TIMEOUT(sender.peer->state() != QAbstractSocket::ConnectedState, kWait);
+    }
+
     // clang-format off
     void rawSenderOutcomes_data() {
         // outcome: "%1" stands for the saved file's path

@@ -1,7 +1,8 @@
 #include "ChatMember.h"
 #include "TestFiles.h"
 
-#include "chat/EmoticonReplacer.h"
+#include "chat/ChatDisplay.h"
+#include "chat/EmoticonCodes.h"
 #include "chat/Form7.h"
 #include "chat/Form8.h"
 #include "privatechat/Form3.h"
@@ -11,7 +12,6 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QTest>
-#include <QTextBlock>
 #include <QTextEdit>
 
 ChatMember::ChatMember(quint16 port)
@@ -68,16 +68,16 @@ QStringList ChatMember::users() const {
 }
 
 QString ChatMember::lastLine() const {
-    QString out;
-    const QTextBlock block = w.rtb->document()->lastBlock();
-    for (auto it = block.begin(); !it.atEnd(); ++it) {
-        const QTextCharFormat format = it.fragment().charFormat();
-        out += format.isImageFormat()
-                   ? QStringLiteral("[%1]")
-                         .arg(EmoticonReplacer::pictureOfImageName(format.toImageFormat().name()))
-                         .repeated(it.fragment().length())
-                   : it.fragment().text();
-    }
+    const ChatLines& lines = w.rtb->lines();
+    if (lines.isEmpty())
+        return {};
+    const qsizetype last = lines.count() - 1;
+    QString out = lines.text(last);
+    if (!lines.isConverted(last))
+        return out;
+    const QList<EmoticonHit> pictures = findEmoticons(out);
+    for (auto hit = pictures.crbegin(); hit != pictures.crend(); ++hit)
+        out.replace(hit->position, EmoticonCodes::codeLength, QStringLiteral("[%1]").arg(hit->picture));
     return out;
 }
 

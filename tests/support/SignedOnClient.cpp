@@ -1,10 +1,10 @@
 #include "SignedOnClient.h"
+#include "chat/ChatDisplay.h"
 
 #include "chat/ChatSession.h"
 
 #include <QLineEdit>
 #include <QtTest>
-#include <QTextEdit>
 
 SignedOnClient::SignedOnClient() : w(std::make_unique<Form1>(t.services())) {
     w->Form_Load();
