@@ -1,6 +1,7 @@
 // Sign-on and the events of the chat socket.
 #include "app/Form1.h"
 
+#include "browser/GameStarter.h"
 #include "chat/ChatDispatcher.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
@@ -53,6 +54,8 @@ void Form1::signedOff() {
     setStatusText(QStringLiteral("Signed Off"));
     setConnectionText(QStringLiteral("Not Connected"));
     LV1->clear();
+    if (m_gameStarter)
+        m_gameStarter->roomEmptied();
     setSignedOnMenus(false);
     // An account dialog left open could only send into a closed connection.
     if (m_accountDialog)

@@ -133,6 +133,7 @@ ChatDispatcher::Next ChatDispatcher::part(const QStringList& fields) {
         if (m_main.LV1->item(i)->text() != name)
             continue;
         delete m_main.LV1->takeItem(i);
+        m_main.gameStarter().roomMemberLeft(name);
         m_main.appendLine(QStringLiteral(" ^ ") + name + QStringLiteral(" Has left..."), PartColour);
         playIfSoundsOn(QStringLiteral("\\left.wav"));
         return Next::EndRead;
@@ -155,6 +156,7 @@ ChatDispatcher::Next ChatDispatcher::publicLine(const QStringList& fields) {
     const ChatLine line(fields.at(1));
     if (listHas(*m_main.List1, line.bracketedSender()))
         return Next::EndRead;
+    m_main.gameStarter().roomLineArrived(fields.at(1));
     playIfSoundsOn(QStringLiteral("\\msg.wav"));
     if (line.isAction()) {
         m_main.appendLine(line.actionText(), m_main.actionColour);
