@@ -14,6 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     SourceQuery::classify(input);
     SourceQuery::challenge(input);
     SourceQuery::parseInfo(input);
+    SourceQuery::parseOldInfoAnswer(input);
     if (const auto rows = SourceQuery::parsePlayers(input); rows && rows->size() * 10 > input.size())
         __builtin_trap();
 
@@ -21,7 +22,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     SplitReplies goldSrc(SplitReplies::Layout::GoldSrc), source(SplitReplies::Layout::Source);
     SourceExchange exchange;
     exchange.start();
+    ServerConversation halfLife(QStringLiteral("Half-Life")), kingpin(QStringLiteral("Kingpin"));
+    halfLife.start();
+    kingpin.start();
     for (const QByteArray& datagram : input.split('\n')) {
+        for (ServerConversation* conversation : {&halfLife, &kingpin}) {
+            conversation->receive(datagram);
+            const ServerAnswer& answer = conversation->answer();
+            if (answer.players && *answer.players > 255 && *answer.players != answer.playerRows.size())
+                __builtin_trap();
+        }
         for (SplitReplies* assembler : {&goldSrc, &source}) {
             assembler->add(datagram);
             if (assembler->openSets() > SplitReplies::kOpenSets)
