@@ -12,6 +12,7 @@
 // Kingpin and RTCW answer their one status request. A Half-Life server is asked the old way
 // ("info") and today's way (A2S_INFO) at once, and whichever answers is followed: waiting a
 // second for each silent "info" would make a list of today's servers take as many seconds.
+// Once a server has handed out its challenge, its info and its players are asked together.
 class ServerConversation {
 public:
     explicit ServerConversation(const QString& gameKey);
@@ -40,4 +41,6 @@ private:
     SourceExchange m_exchange;
     QList<QByteArray> m_last;
     ServerAnswer m_answer;
+    bool m_havePlayers = false;
+    bool m_playersAsked = false; // with the challenge, beside the info
 };
