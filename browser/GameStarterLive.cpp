@@ -66,11 +66,13 @@ void GameStarter::markFriends(QListWidget* list) {
     for (int i = 0; i < list->count(); ++i) {
         QListWidgetItem* item = list->item(i);
         const QStringList fields = ServerEntry::fields(item->text());
-        const QStringList members = fields.size() < 3 ? QStringList() : m_friends.membersOn(fields.at(1), fields.at(2));
+        const QStringList members =
+            fields.size() < 3 ? QStringList() : m_friends.membersOn(fields.at(1), fields.at(2));
         QFont font = item->font();
         font.setBold(!members.isEmpty());
         item->setFont(font);
-        item->setToolTip(members.isEmpty() ? QString()
-                                           : QStringLiteral("Playing here now: ") + members.join(QStringLiteral(", ")));
+        item->setToolTip(members.isEmpty()
+                             ? QString()
+                             : QStringLiteral("Playing here now: ") + members.join(QStringLiteral(", ")));
     }
 }

@@ -16,7 +16,9 @@
 
 namespace {
 
-QString number(const std::optional<int>& n) { return n ? QString::number(*n) : QString(); }
+QString number(const std::optional<int>& n) {
+    return n ? QString::number(*n) : QString();
+}
 
 qint16 sortType(int column) {
     switch (column) {
@@ -32,11 +34,17 @@ qint16 sortType(int column) {
 } // namespace
 
 LiveServerTable::LiveServerTable(Prompts& prompts, const FriendsOnServers& friends, QWidget* parent)
-    : QWidget(parent, Qt::Window), m_sort(prompts), m_friends(friends), m_query(new ServerListQuery(this)),
-      m_servers(new QTreeWidget(this)), m_progress(new QLabel(this)),
-      m_hideEmpty(new QCheckBox(QStringLiteral("Hide empty"), this)),
-      m_hideFull(new QCheckBox(QStringLiteral("Hide full"), this)), m_pingBelow(new QSpinBox(this)),
-      m_refresh(new QPushButton(QStringLiteral("Refresh"), this)), m_resort(new QTimer(this)) {
+    : QWidget(parent, Qt::Window)
+    , m_sort(prompts)
+    , m_friends(friends)
+    , m_query(new ServerListQuery(this))
+    , m_servers(new QTreeWidget(this))
+    , m_progress(new QLabel(this))
+    , m_hideEmpty(new QCheckBox(QStringLiteral("Hide empty"), this))
+    , m_hideFull(new QCheckBox(QStringLiteral("Hide full"), this))
+    , m_pingBelow(new QSpinBox(this))
+    , m_refresh(new QPushButton(QStringLiteral("Refresh"), this))
+    , m_resort(new QTimer(this)) {
     setObjectName(QStringLiteral("LiveServerTable"));
     setWindowTitle(QStringLiteral("All Servers Live"));
     buildLayout();
@@ -62,8 +70,9 @@ void LiveServerTable::buildLayout() {
     m_servers->setObjectName(QStringLiteral("servers"));
     m_servers->setAccessibleName(QStringLiteral("Servers"));
     m_servers->setHeaderLabels({QStringLiteral("Server"), QStringLiteral("Players"), QStringLiteral("Max"),
-                                QStringLiteral("Ping"), QStringLiteral("Map"), QStringLiteral("Friends playing"),
-                                QStringLiteral("State"), QStringLiteral("Address")});
+                                QStringLiteral("Ping"), QStringLiteral("Map"),
+                                QStringLiteral("Friends playing"), QStringLiteral("State"),
+                                QStringLiteral("Address")});
     m_servers->setRootIsDecorated(false);
     m_servers->setAllColumnsShowFocus(true);
     m_servers->header()->setSectionsClickable(true);
@@ -142,9 +151,9 @@ void LiveServerTable::fill(QTreeWidgetItem& item) const {
     item.setText(Ping, a.answered && a.pingMs ? QString::number(*a.pingMs) : QString());
     item.setText(Map, a.map);
     item.setText(Friends, m_friends.membersOn(row.address, row.port).join(QStringLiteral(", ")));
-    item.setText(State, !row.finished  ? QStringLiteral("asking")
-                        : a.answered   ? QStringLiteral("answered")
-                                       : QStringLiteral("no answer"));
+    item.setText(State, !row.finished ? QStringLiteral("asking")
+                        : a.answered  ? QStringLiteral("answered")
+                                      : QStringLiteral("no answer"));
     item.setText(Address, row.address + u':' + row.port);
     QStringList names;
     for (const PlayerRow& p : a.playerRows)

@@ -7,6 +7,8 @@
 #include "servers/HalfLife.h"
 #include "servers/SourceQuery.h"
 
+#include <algorithm>
+
 namespace {
 
 const QByteArray kWhole(4, '\xff');
@@ -28,7 +30,8 @@ QList<PlayerRow> quakePlayers(const QString& reply) {
         const qsizetype second = first < 0 ? -1 : line.indexOf(u' ', first + 1);
         if (second < 0)
             continue;
-        rows.append({line.left(first), line.mid(first + 1, second - first - 1), unquoted(line.mid(second + 1))});
+        rows.append(
+            {line.left(first), line.mid(first + 1, second - first - 1), unquoted(line.mid(second + 1))});
     }
     return rows;
 }
@@ -36,12 +39,14 @@ QList<PlayerRow> quakePlayers(const QString& reply) {
 std::optional<int> wholeNumber(const std::optional<QString>& text) {
     if (!text)
         return std::nullopt;
-    return int(NumberText::leadingNumber(*text));
+    // A limit no server has is held to a size an int can take.
+    return int(std::clamp(NumberText::leadingNumber(*text), 0.0, 1e6));
 }
 
 } // namespace
 
-ServerConversation::ServerConversation(const QString& gameKey) : m_game(gameKey) {}
+ServerConversation::ServerConversation(const QString& gameKey)
+    : m_game(gameKey) {}
 
 QList<QByteArray> ServerConversation::start() {
     m_last.clear();

@@ -23,7 +23,7 @@ public:
     const QList<QByteArray>& lastRequests() const { return m_last; }
 
     struct Step {
-        bool useful = false;   // the datagram answered something (else it is passed over)
+        bool useful = false;    // the datagram answered something (else it is passed over)
         QList<QByteArray> send; // the next requests
         bool finished = false;  // nothing more to ask
     };

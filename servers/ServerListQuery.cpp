@@ -21,7 +21,8 @@ QHostAddress plain(const QHostAddress& address) {
 } // namespace
 
 struct ServerListQuery::Flight {
-    explicit Flight(const QString& game) : conversation(game) {}
+    explicit Flight(const QString& game)
+        : conversation(game) {}
     ServerConversation conversation;
     QHostAddress address;
     quint16 port = 0;
@@ -30,7 +31,9 @@ struct ServerListQuery::Flight {
     std::unique_ptr<QTimer> silence;
 };
 
-ServerListQuery::ServerListQuery(QObject* parent) : QObject(parent), m_socket(new QUdpSocket(this)) {
+ServerListQuery::ServerListQuery(QObject* parent)
+    : QObject(parent)
+    , m_socket(new QUdpSocket(this)) {
     connect(m_socket, &QUdpSocket::readyRead, this, &ServerListQuery::readDatagrams);
 }
 
@@ -60,7 +63,8 @@ void ServerListQuery::stop() {
 
 void ServerListQuery::launchMore() {
     const quint64 generation = m_generation;
-    while (m_next < m_targets.size() && int(m_flights.size()) < m_limits.inFlight && generation == m_generation)
+    while (m_next < m_targets.size() && int(m_flights.size()) < m_limits.inFlight &&
+           generation == m_generation)
         launch(m_next++);
 }
 
@@ -132,7 +136,8 @@ void ServerListQuery::readDatagrams() {
         if (!datagram.isValid())
             break;
         // Two entries of the list may name the same server: each is told.
-        const QList<int> indices = m_byAddress.values({plain(datagram.senderAddress()), quint16(datagram.senderPort())});
+        const QList<int> indices =
+            m_byAddress.values({plain(datagram.senderAddress()), quint16(datagram.senderPort())});
         for (int index : indices) {
             if (generation != m_generation || !m_flights.count(index))
                 continue;

@@ -108,7 +108,8 @@ Report readQuakestat(const QByteArray& out) {
             endServer();
         } else if (key.isEmpty()) {
             key = f.value(1);
-            up = f.size() > 3 && f.value(2) != QStringLiteral("DOWN") && f.value(2) != QStringLiteral("TIMEOUT");
+            up = f.size() > 3 && f.value(2) != QStringLiteral("DOWN") &&
+                 f.value(2) != QStringLiteral("TIMEOUT");
         } else {
             players.append(f.value(0) + u'/' + f.value(1));
         }
@@ -162,7 +163,8 @@ int main(int argc, char** argv) {
         {"Kingpin", "kps", {}},
         {"Half-Life", "a2s", {QStringLiteral("--a2s-share"), QStringLiteral("100")}},
     };
-    std::printf("%d servers, delays 5-150 ms, 10 %% silent; %d sends, a server silent after 2 s, at most %d at once\n",
+    std::printf("%d servers, delays 5-150 ms, 10 %% silent; %d sends, a server silent after 2 s, at most %d "
+                "at once\n",
                 kServers, kRetries + 1, kInFlight);
     std::printf("%-10s %10s %14s %8s   %s\n", "game", "ours ms", "quakestat ms", "ratio", "answers");
     int failures = 0;
@@ -173,32 +175,46 @@ int main(int argc, char** argv) {
         responder.start(responderProgram, QStringList{QStringLiteral("--servers"), QString::number(kServers),
                                                       QStringLiteral("--delay"), QStringLiteral("5-150"),
                                                       QStringLiteral("--silent"), QStringLiteral("10"),
-                                                      QStringLiteral("--random-players"), QStringLiteral("--write-list"),
-                                                      list} +
+                                                      QStringLiteral("--random-players"),
+                                                      QStringLiteral("--write-list"), list} +
                                               game.responderOptions);
         // The list is written once every port is bound.
         responder.waitForStarted();
         while (responder.state() == QProcess::Running && !QFile::exists(list))
             responder.waitForReadyRead(100);
         if (!QFile::exists(list)) {
-            std::fprintf(stderr, "the responder did not start: %s\n", responder.readAllStandardError().constData());
+            std::fprintf(stderr, "the responder did not start: %s\n",
+                         responder.readAllStandardError().constData());
             return 1;
         }
         QStringList addresses;
         for (const QString& entry : TextFile::readLines(list))
-            addresses.append(ServerEntry::fields(entry).value(1) + u':' + ServerEntry::fields(entry).value(2));
+            addresses.append(ServerEntry::fields(entry).value(1) + u':' +
+                             ServerEntry::fields(entry).value(2));
         QFile hostFile(hosts);
-        if (!hostFile.open(QIODevice::WriteOnly) || hostFile.write(addresses.join(u'\n').toLatin1() + '\n') < 0)
+        if (!hostFile.open(QIODevice::WriteOnly) ||
+            hostFile.write(addresses.join(u'\n').toLatin1() + '\n') < 0)
             return 1;
         hostFile.close();
 
-        const QStringList quakestat{QStringLiteral("-retry"), QString::number(kRetries + 1), QStringLiteral("-interval"),
-                                    QString::number(kQuakestatIntervalS), QStringLiteral("-maxsim"),
-                                    QString::number(kInFlight), QStringLiteral("-sendinterval"), QStringLiteral("0"),
-                                    QStringLiteral("-timeout"), QStringLiteral("60"), QStringLiteral("-P"),
-                                    QStringLiteral("-raw"), QStringLiteral("\t"), QStringLiteral("-nh"),
-                                    QStringLiteral("-default"), QString::fromLatin1(game.quakestatType),
-                                    QStringLiteral("-f"), hosts};
+        const QStringList quakestat{QStringLiteral("-retry"),
+                                    QString::number(kRetries + 1),
+                                    QStringLiteral("-interval"),
+                                    QString::number(kQuakestatIntervalS),
+                                    QStringLiteral("-maxsim"),
+                                    QString::number(kInFlight),
+                                    QStringLiteral("-sendinterval"),
+                                    QStringLiteral("0"),
+                                    QStringLiteral("-timeout"),
+                                    QStringLiteral("60"),
+                                    QStringLiteral("-P"),
+                                    QStringLiteral("-raw"),
+                                    QStringLiteral("\t"),
+                                    QStringLiteral("-nh"),
+                                    QStringLiteral("-default"),
+                                    QString::fromLatin1(game.quakestatType),
+                                    QStringLiteral("-f"),
+                                    hosts};
         Run ours, theirs;
         for (int round = 0; round < 3; ++round) {
             const Run a = run(app.applicationFilePath(),
@@ -226,9 +242,10 @@ int main(int argc, char** argv) {
         }
         const bool identical = different == 0 && mine.size() == other.size() && same == mine.size();
         failures += identical ? 0 : 1;
-        std::printf("%-10s %10lld %14lld %8.2f   %d answered (quakestat %d), players %s for %d, differ for %d\n",
-                    game.key, ours.ms, theirs.ms, double(ours.ms) / double(std::max<qint64>(theirs.ms, 1)),
-                    int(mine.size()), int(other.size()), identical ? "identical" : "NOT identical", same, different);
+        std::printf(
+            "%-10s %10lld %14lld %8.2f   %d answered (quakestat %d), players %s for %d, differ for %d\n",
+            game.key, ours.ms, theirs.ms, double(ours.ms) / double(std::max<qint64>(theirs.ms, 1)),
+            int(mine.size()), int(other.size()), identical ? "identical" : "NOT identical", same, different);
     }
     return failures == 0 ? 0 : 1;
 }

@@ -19,7 +19,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString s(const char* text) { return QString::fromUtf8(text); }
+QString s(const char* text) {
+    return QString::fromUtf8(text);
+}
 
 // Pretend servers on 127.0.0.1, one per entry: "name players max delay", or "name silent".
 struct Servers {
@@ -100,7 +102,8 @@ private Q_SLOTS:
     // room ends it; the port is matched as a number and the address without regard to case.
     void friendsFollowTheRoom() {
         FriendsOnServers friends;
-        QVERIFY(friends.lineArrived(s("<Fred> joined Kingpin, server : A - kp.example.org - 31510 at 1 : 2")));
+        QVERIFY(
+            friends.lineArrived(s("<Fred> joined Kingpin, server : A - kp.example.org - 31510 at 1 : 2")));
         QVERIFY(friends.lineArrived(s("<ann> joined Kingpin, server : A - KP.example.org - 31510 at 1 : 2")));
         QVERIFY(!friends.lineArrived(s("<bob> hello all")));
         QCOMPARE(friends.membersOn(s("kp.EXAMPLE.org"), s(" 31510")), (QStringList{s("Fred"), s("ann")}));
@@ -115,28 +118,33 @@ private Q_SLOTS:
     // The table fills as answers come, says how many answered, marks the silent server and
     // keeps it, sorts numbers as numbers with the silent one below, and filters.
     void tableFillsSortsAndFilters() {
-        Servers servers({s("Ten 10 12 0"), s("Nine 9 9 0"), s("Empty 0 8 0"), s("Far 2 16 150"), s("Dead silent")});
+        Servers servers(
+            {s("Ten 10 12 0"), s("Nine 9 9 0"), s("Empty 0 8 0"), s("Far 2 16 150"), s("Dead silent")});
         FakePrompts prompts;
         FriendsOnServers friends;
-        friends.lineArrived(u"<Fred> joined Kingpin, server : x - 127.0.0.1 - "_s + servers.entries.at(3).section(u' ', -1) +
-                            u" at 1 : 2"_s);
+        friends.lineArrived(u"<Fred> joined Kingpin, server : x - 127.0.0.1 - "_s +
+                            servers.entries.at(3).section(u' ', -1) + u" at 1 : 2"_s);
         LiveServerTable table(prompts, friends);
         table.engine().setLimits({2, 1, 400});
         QTreeWidget* list = table.servers();
         auto* progress = table.findChild<QLabel*>(s("progress"));
         // A line that cannot be asked, and the same server twice, give no row.
-        table.query(s("Kingpin"), servers.entries + QStringList{s(""), s("Bad - host - port"), servers.entries.at(0)});
+        table.query(s("Kingpin"),
+                    servers.entries + QStringList{s(""), s("Bad - host - port"), servers.entries.at(0)});
         QCOMPARE(progress->text(), s("0 of 5 answered"));
         QCOMPARE(columnTexts(list, LiveServerTable::State), QStringList(5, s("asking")));
         QTRY_COMPARE_WITH_TIMEOUT(progress->text(), s("4 of 5 answered"), 10000);
         QTRY_COMPARE(list->topLevelItem(4)->text(LiveServerTable::State), s("no answer"));
-        QCOMPARE(columnTexts(list, LiveServerTable::Server), (QStringList{s("Ten"), s("Nine"), s("Empty"), s("Far"), s("Dead")}));
+        QCOMPARE(columnTexts(list, LiveServerTable::Server),
+                 (QStringList{s("Ten"), s("Nine"), s("Empty"), s("Far"), s("Dead")}));
         QCOMPARE(columnTexts(list, LiveServerTable::Friends), (QStringList{{}, {}, {}, s("Fred"), {}}));
 
         clickHeader(list, LiveServerTable::Players); // descending first, as every list of the program
-        QCOMPARE(columnTexts(list, LiveServerTable::Players), (QStringList{s("10"), s("9"), s("2"), s("0"), {}}));
+        QCOMPARE(columnTexts(list, LiveServerTable::Players),
+                 (QStringList{s("10"), s("9"), s("2"), s("0"), {}}));
         clickHeader(list, LiveServerTable::Players);
-        QCOMPARE(columnTexts(list, LiveServerTable::Players), (QStringList{s("0"), s("2"), s("9"), s("10"), {}}));
+        QCOMPARE(columnTexts(list, LiveServerTable::Players),
+                 (QStringList{s("0"), s("2"), s("9"), s("10"), {}}));
         QCOMPARE(columnTexts(list, LiveServerTable::Ping).constLast(), QString()); // not "0"
         QVERIFY(prompts.shown.isEmpty());
 
@@ -173,7 +181,8 @@ private Q_SLOTS:
         QCOMPARE(w.Text2->text(), s("127.0.0.1"));
         QCOMPARE(w.Text4->text(), servers.entries.at(1).section(u' ', -1));
 
-        w.roomLineArrived(u"<ann> joined Kingpin, server : Master - 127.0.0.1 - "_s + w.Text4->text() + u" at 1 : 2"_s);
+        w.roomLineArrived(u"<ann> joined Kingpin, server : Master - 127.0.0.1 - "_s + w.Text4->text() +
+                          u" at 1 : 2"_s);
         QCOMPARE(master->text(LiveServerTable::Friends), s("ann"));
         QCOMPARE(w.lstMasterServers->item(0)->toolTip(), s("Playing here now: ann"));
         QVERIFY(w.lstMasterServers->item(0)->font().bold());

@@ -8,7 +8,8 @@
 #include <QTimer>
 #include <QUdpSocket>
 
-GameResponder::GameResponder(QObject* parent) : QObject(parent) {}
+GameResponder::GameResponder(QObject* parent)
+    : QObject(parent) {}
 
 quint16 GameResponder::listen(quint16 port, FakeGameServer server, QString* error) {
     auto* socket = new QUdpSocket(this);
@@ -24,7 +25,9 @@ quint16 GameResponder::listen(quint16 port, FakeGameServer server, QString* erro
     return bound;
 }
 
-FakeGameServer& GameResponder::server(quint16 port) { return m_servers[port]; }
+FakeGameServer& GameResponder::server(quint16 port) {
+    return m_servers[port];
+}
 
 void GameResponder::setLoss(int percent, quint32 seed) {
     m_lossPercent = percent;

@@ -4,8 +4,8 @@
 
 namespace {
 
-const char* const kNames[] = {"Nikki", "Big Boss", "Fred", "Zoe", "Mad Dog", "Lola", "Rat", "Kid Blue",
-                              "Moker", "Sal", "Tiny", "Judge", "Scarface", "Ace", "Dutch", "Vinnie"};
+const char* const kNames[] = {"Nikki", "Big Boss", "Fred", "Zoe",   "Mad Dog",  "Lola", "Rat",   "Kid Blue",
+                              "Moker", "Sal",      "Tiny", "Judge", "Scarface", "Ace",  "Dutch", "Vinnie"};
 
 bool drawn(QRandomGenerator& random, int percent) {
     return int(random.bounded(100)) < percent;
@@ -32,8 +32,9 @@ QList<FakeGameServer> makeCrowd(const FakeGameServer& model, const CrowdShape& s
             server.players.clear();
             const int players = int(random.bounded(std::max(server.maxPlayers, 0) + 1));
             for (int p = 0; p < players; ++p)
-                server.players.append({QString::fromLatin1(kNames[random.bounded(16)]) + u' ' + QString::number(p + 1),
-                                       int(random.bounded(61)) - 10, 20 + int(random.bounded(280))});
+                server.players.append(
+                    {QString::fromLatin1(kNames[random.bounded(16)]) + u' ' + QString::number(p + 1),
+                     int(random.bounded(61)) - 10, 20 + int(random.bounded(280))});
         }
         crowd.append(server);
     }

@@ -4,8 +4,8 @@
 #include "GameResponder.h"
 #include "ServerCrowd.h"
 
-#include "common/TextFile.h"
 #include "browser/ServerEntry.h"
+#include "common/TextFile.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -36,7 +36,10 @@ int wholeNumber(const QCommandLineParser& options, const QCommandLineOption& opt
     bool ok = false;
     const int n = options.value(option).toInt(&ok);
     if (!ok || n < low || n > high)
-        fail(QStringLiteral("--%1 needs a whole number from %2 to %3").arg(option.names().constFirst()).arg(low).arg(high));
+        fail(QStringLiteral("--%1 needs a whole number from %2 to %3")
+                 .arg(option.names().constFirst())
+                 .arg(low)
+                 .arg(high));
     return n;
 }
 
@@ -46,7 +49,8 @@ std::pair<int, int> delayRange(const QString& text) {
     bool lowOk = false, highOk = false;
     const int low = bounds.constFirst().toInt(&lowOk);
     const int high = bounds.size() == 2 ? bounds.at(1).toInt(&highOk) : low;
-    if (bounds.size() > 2 || !lowOk || (bounds.size() == 2 && !highOk) || low < 0 || high < low || high > 60000)
+    if (bounds.size() > 2 || !lowOk || (bounds.size() == 2 && !highOk) || low < 0 || high < low ||
+        high > 60000)
         fail(QStringLiteral("--delay needs milliseconds, as 40 or 5-150: ") + text);
     return {low, high};
 }
@@ -61,19 +65,23 @@ int main(int argc, char** argv) {
     options.setApplicationDescription(QStringLiteral(
         "Answers the Kingpin, RTCW and Half-Life status queries on 127.0.0.1 as real servers do."));
     options.addHelpOption();
-    const QCommandLineOption port(QStringLiteral("port"), QStringLiteral("Port to answer on (0: a free one); repeatable."),
+    const QCommandLineOption port(QStringLiteral("port"),
+                                  QStringLiteral("Port to answer on (0: a free one); repeatable."),
                                   QStringLiteral("port"));
-    const QCommandLineOption list(QStringLiteral("list"),
-                                  QStringLiteral("Master-list file: answer for each of its 127.0.0.1 entries, "
-                                                 "named after its description; repeatable."),
-                                  QStringLiteral("file"));
-    const QCommandLineOption hostName(QStringLiteral("hostname"), QStringLiteral("Server name."), QStringLiteral("name"));
+    const QCommandLineOption list(
+        QStringLiteral("list"),
+        QStringLiteral("Master-list file: answer for each of its 127.0.0.1 entries, "
+                       "named after its description; repeatable."),
+        QStringLiteral("file"));
+    const QCommandLineOption hostName(QStringLiteral("hostname"), QStringLiteral("Server name."),
+                                      QStringLiteral("name"));
     const QCommandLineOption map(QStringLiteral("map"), QStringLiteral("Map name."), QStringLiteral("map"));
     const QCommandLineOption version(QStringLiteral("version-string"), QStringLiteral("Version string."),
                                      QStringLiteral("text"));
     const QCommandLineOption maxPlayers(QStringLiteral("max-players"), QStringLiteral("Player limit."),
                                         QStringLiteral("n"), QStringLiteral("16"));
-    const QCommandLineOption player(QStringLiteral("player"), QStringLiteral("A player as name,score,ping; repeatable."),
+    const QCommandLineOption player(QStringLiteral("player"),
+                                    QStringLiteral("A player as name,score,ping; repeatable."),
                                     QStringLiteral("player"));
     const QCommandLineOption replyFile(QStringLiteral("reply-file"),
                                        QStringLiteral("Answer every status query with this file's bytes."),
@@ -88,39 +96,44 @@ int main(int argc, char** argv) {
     const QCommandLineOption sourceParts(
         QStringLiteral("a2s-parts"), QStringLiteral("Split the A2S players answer into n parts (1 to 15)."),
         QStringLiteral("n"), QStringLiteral("1"));
-    const QCommandLineOption servers(QStringLiteral("servers"),
-                                     QStringLiteral("Answer as n servers, on n ports from --first-port (or free ones), "
-                                                    "each named after --hostname and its number."),
-                                     QStringLiteral("n"), QStringLiteral("1"));
-    const QCommandLineOption firstPort(QStringLiteral("first-port"),
-                                       QStringLiteral("First of the consecutive ports of --servers (0: free ports)."),
-                                       QStringLiteral("port"), QStringLiteral("0"));
-    const QCommandLineOption delay(QStringLiteral("delay"),
-                                   QStringLiteral("Each server answers after ms milliseconds, or after its own delay "
-                                                  "drawn from a range such as 5-150."),
-                                   QStringLiteral("ms"), QStringLiteral("0"));
-    const QCommandLineOption loss(QStringLiteral("loss"),
-                                  QStringLiteral("Lose this percentage of the requests, drawn anew for each."),
-                                  QStringLiteral("percent"), QStringLiteral("0"));
+    const QCommandLineOption servers(
+        QStringLiteral("servers"),
+        QStringLiteral("Answer as n servers, on n ports from --first-port (or free ones), "
+                       "each named after --hostname and its number."),
+        QStringLiteral("n"), QStringLiteral("1"));
+    const QCommandLineOption firstPort(
+        QStringLiteral("first-port"),
+        QStringLiteral("First of the consecutive ports of --servers (0: free ports)."),
+        QStringLiteral("port"), QStringLiteral("0"));
+    const QCommandLineOption delay(
+        QStringLiteral("delay"),
+        QStringLiteral("Each server answers after ms milliseconds, or after its own delay "
+                       "drawn from a range such as 5-150."),
+        QStringLiteral("ms"), QStringLiteral("0"));
+    const QCommandLineOption loss(
+        QStringLiteral("loss"), QStringLiteral("Lose this percentage of the requests, drawn anew for each."),
+        QStringLiteral("percent"), QStringLiteral("0"));
     const QCommandLineOption silent(QStringLiteral("silent"),
                                     QStringLiteral("This percentage of the servers never answers."),
                                     QStringLiteral("percent"), QStringLiteral("0"));
-    const QCommandLineOption todays(QStringLiteral("a2s-share"),
-                                    QStringLiteral("This percentage of the servers answers Half-Life the way of today "
-                                                   "(A2S after a challenge, \"info\" unanswered), the others the old "
-                                                   "way (\"info\" only)."),
-                                    QStringLiteral("percent"));
-    const QCommandLineOption randomPlayers(QStringLiteral("random-players"),
-                                           QStringLiteral("Give each server from none to --max-players made-up players."));
+    const QCommandLineOption todays(
+        QStringLiteral("a2s-share"),
+        QStringLiteral("This percentage of the servers answers Half-Life the way of today "
+                       "(A2S after a challenge, \"info\" unanswered), the others the old "
+                       "way (\"info\" only)."),
+        QStringLiteral("percent"));
+    const QCommandLineOption randomPlayers(
+        QStringLiteral("random-players"),
+        QStringLiteral("Give each server from none to --max-players made-up players."));
     const QCommandLineOption seed(QStringLiteral("seed"),
                                   QStringLiteral("Seed of every random choice, so a run can be repeated."),
                                   QStringLiteral("n"), QStringLiteral("1"));
-    const QCommandLineOption writeList(QStringLiteral("write-list"),
-                                       QStringLiteral("Write every server answered for as a master-list file."),
-                                       QStringLiteral("file"));
-    options.addOptions({port, list, hostName, map, version, maxPlayers, player, replyFile, noInfo, source,
-                        sourceChallenge, sourceParts, servers, firstPort, delay, loss, silent, todays,
-                        randomPlayers, seed, writeList});
+    const QCommandLineOption writeList(
+        QStringLiteral("write-list"),
+        QStringLiteral("Write every server answered for as a master-list file."), QStringLiteral("file"));
+    options.addOptions({port,   list,   hostName,        map,         version,  maxPlayers, player, replyFile,
+                        noInfo, source, sourceChallenge, sourceParts, servers,  firstPort,  delay,  loss,
+                        silent, todays, randomPlayers,   seed,        writeList});
     options.process(app);
 
     FakeGameServer server;
