@@ -1,7 +1,9 @@
 // Whatever a Half-Life server (or anyone) sends back to the A2S queries: the strict readers, the
 // split-answer assembler fed the input cut into datagrams, and the exchange that drives both. A
 // player row takes at least ten bytes of the answer, so more rows than that means a read past the
-// end.
+// end. The live list's conversation with a server of each game reads the same datagrams: a
+// player count it reports above 255 (more than an info answer can say) must be one it read.
+#include "servers/ServerConversation.h"
 #include "servers/SourceExchange.h"
 #include "servers/SourceQuery.h"
 #include "servers/SplitReplies.h"
