@@ -25,9 +25,9 @@ QString s(const char* text) {
 
 // Pretend servers on 127.0.0.1, one per entry: "name players max delay", or "name silent".
 struct Servers {
-    explicit Servers(const QStringList& specs) {
-        for (const QString& spec : specs) {
-            const QStringList f = spec.split(u' ');
+    explicit Servers(const QStringList& lines) {
+        for (const QString& line : lines) {
+            const QStringList f = line.split(u' ');
             FakeGameServer server;
             server.hostName = f.at(0);
             server.silent = f.at(1) == QStringLiteral("silent");
