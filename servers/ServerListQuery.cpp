@@ -49,8 +49,16 @@ void ServerListQuery::start(const QString& gameKey, const QList<Target>& targets
     m_game = gameKey;
     m_targets = targets;
     launchMore();
-    if (m_targets.isEmpty())
+    reportIfAllFinished(); // an empty list
+}
+
+void ServerListQuery::reportIfAllFinished() {
+    // A server that cannot be asked at all finishes inside launchMore(), one level down: the
+    // end is reported once, by whichever level sees it first.
+    if (m_finished == total() && !m_allReported) {
+        m_allReported = true;
         Q_EMIT allFinished();
+    }
 }
 
 void ServerListQuery::stop() {
@@ -59,6 +67,7 @@ void ServerListQuery::stop() {
     m_byAddress.clear();
     m_targets.clear();
     m_next = m_finished = m_answered = 0;
+    m_allReported = false;
 }
 
 void ServerListQuery::launchMore() {
@@ -175,6 +184,6 @@ void ServerListQuery::finish(int index) {
     if (generation != m_generation)
         return;
     launchMore();
-    if (generation == m_generation && m_finished == total())
-        Q_EMIT allFinished();
+    if (generation == m_generation)
+        reportIfAllFinished();
 }

@@ -33,7 +33,6 @@ public:
     ~ServerListQuery() override;
 
     void setLimits(const Limits& limits) { m_limits = limits; }
-    const Limits& limits() const { return m_limits; }
 
     // Starts over with this list; whatever was being asked is forgotten.
     void start(const QString& gameKey, const QList<Target>& targets);
@@ -42,7 +41,6 @@ public:
     int total() const { return int(m_targets.size()); }
     int finishedCount() const { return m_finished; }
     int answeredCount() const { return m_answered; }
-    bool running() const { return m_finished < total(); }
 
 Q_SIGNALS:
     void serverStarted(int index);
@@ -60,6 +58,7 @@ private:
     void readDatagrams();
     void timedOut(int index);
     void finish(int index);
+    void reportIfAllFinished();
 
     Limits m_limits;
     QString m_game;
@@ -67,6 +66,7 @@ private:
     int m_next = 0;
     int m_finished = 0;
     int m_answered = 0;
+    bool m_allReported = false;
     quint64 m_generation = 0;
     QUdpSocket* m_socket;
     std::map<int, std::unique_ptr<Flight>> m_flights;

@@ -138,6 +138,18 @@ private Q_SLOTS:
         QCOMPARE(finished.first().at(1).value<ServerAnswer>().name, QStringLiteral("Wanted"));
         QCOMPARE(query.finishedCount(), 1);
     }
+
+    // With no game to ask about, every server ends at once, unanswered, and the end is told once.
+    void noGameEndsAtOnce() {
+        ServerListQuery query;
+        QSignalSpy finished(&query, &ServerListQuery::serverFinished);
+        QSignalSpy done(&query, &ServerListQuery::allFinished);
+        query.start(QStringLiteral("*Home"),
+                    {{QStringLiteral("127.0.0.1"), 1}, {QStringLiteral("127.0.0.1"), 2}});
+        QCOMPARE(finished.size(), 2);
+        QVERIFY(!finished.at(1).at(1).value<ServerAnswer>().answered);
+        QCOMPARE(done.size(), 1);
+    }
 };
 
 QTEST_GUILESS_MAIN(ServerListQueryTest)
