@@ -59,6 +59,7 @@ public:
     PrivateChat& privateChat() { return *m_privateChat; }
     bool isConnected() const;
     bool soundsOn() const override;
+    void roomLineArrived(const QString& line) override;
 
     // Controls, under the names the program has always used.
     ChatDisplay* rtb;

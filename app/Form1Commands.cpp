@@ -181,6 +181,12 @@ void Form1::mnuOps_Click(QLatin1StringView subCommand, bool withTarget) {
 
 void Form1::followuser() { gameStarter().follow(); }
 
+void Form1::roomLineArrived(const QString& line) {
+    // Only a member going to play or coming back is news to a browser not opened yet.
+    if (m_gameStarter || FriendsOnServers::read(line))
+        gameStarter().roomLineArrived(line);
+}
+
 std::optional<FollowTarget> Form1::currentGame() {
     GameStarter& browser = gameStarter();
     if (!browser.isPlaying())

@@ -1,6 +1,8 @@
 // Sign-on and the events of the chat socket.
 #include "app/Form1.h"
 
+#include "browser/GameStarter.h"
+#include "browser/GameStarter.h"
 #include "chat/ChatDispatcher.h"
 #include "chat/ChatDisplay.h"
 #include "chat/ChatMessage.h"
@@ -45,8 +47,17 @@ void Form1::observeSession() {
     connect(Text3, &QLineEdit::textChanged, &session, &ChatSession::setNickname);
     connect(cboServer, &QComboBox::currentTextChanged, &session, &ChatSession::setServerHost);
     connect(&session, &ChatSession::memberAdded, LV1, [this](const QString& name) { LV1->addItem(name); });
-    connect(&session, &ChatSession::memberRemoved, LV1, [this](int index) { delete LV1->takeItem(index); });
-    connect(&session, &ChatSession::membersCleared, LV1, &QListWidget::clear);
+    // The browser marks the servers where members play; a member who leaves the room plays nowhere.
+    connect(&session, &ChatSession::memberRemoved, LV1, [this](int index, const QString& name) {
+        delete LV1->takeItem(index);
+        if (m_gameStarter)
+            m_gameStarter->roomMemberLeft(name);
+    });
+    connect(&session, &ChatSession::membersCleared, LV1, [this] {
+        LV1->clear();
+        if (m_gameStarter)
+            m_gameStarter->roomEmptied();
+    });
     connect(&session, &ChatSession::ignoredChanged, List1, [this] {
         List1->clear();
         List1->addItems(m_session->ignored());

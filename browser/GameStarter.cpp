@@ -176,8 +176,10 @@ void GameStarter::buildControls() {
                        QStringLiteral("Update/Refresh master server list..."));
     Command6 = named(new QPushButton(QStringLiteral("More Optios >>"), Frame5), "Command6",
                      QStringLiteral("Advanced..."));
+    m_liveListButton = named(new QPushButton(QStringLiteral("All Servers Live"), Frame5), "cmdAllServersLive",
+                             QStringLiteral("Ask every server of both lists at once"));
     auto* strip = new QHBoxLayout(Frame5);
-    for (QPushButton* b : {Join, Command7, Command4, Command1, cmdQvlList, Command6})
+    for (QPushButton* b : {Join, Command7, Command4, Command1, cmdQvlList, Command6, m_liveListButton})
         strip->addWidget(b);
 
     lblStatus = named(new QLabel(this), "lblStatus");

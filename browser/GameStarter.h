@@ -1,6 +1,7 @@
 #pragma once
 
 #include "browser/Form10.h"
+#include "browser/FriendsOnServers.h"
 #include "common/Services.h"
 #include "servers/LaunchHost.h"
 #include "servers/ServerQuery.h"
@@ -10,6 +11,7 @@
 
 #include <memory>
 
+class LiveServerTable;
 class MasterListFetch;
 class QCheckBox;
 class QComboBox;
@@ -156,6 +158,19 @@ public:
     void showPingServers();
     void UnLoadPingServers();
 
+    // Every server of both lists asked at once, in a window of its own (browser/GameStarterLive.cpp).
+    void showLiveServerTable();
+    void closeLiveServerTable();
+    LiveServerTable* liveServerTable() const;
+
+    // What the room says, for the servers where its members play now: each public line as the
+    // room shows it ("<Fred> joined Kingpin, server : ..."), a member who left the room, and the
+    // room left altogether (signed off or disconnected).
+    void roomLineArrived(const QString& displayLine);
+    void roomMemberLeft(const QString& nickname);
+    void roomEmptied();
+    const FriendsOnServers& friendsOnServers() const { return m_friends; }
+
 Q_SIGNALS:
     // The join checks passed and the launch is about to run.
     void joinRequested();
@@ -181,6 +196,9 @@ private:
     // Writes one of the program's files; says why when it cannot.
     bool saveLines(const QString& backslashName, const QStringList& lines);
     void takeApart(QListWidget* list);
+    void fillServerFields(const QString& entry);
+    void friendsMoved(bool changed);
+    void markFriends(QListWidget* list);
     void openKingpinFile(const QString& relative);
     void fetchFinished(const QByteArray& body);
     void fetchUnreachable(const QString& reason);
@@ -202,4 +220,7 @@ private:
     QString m_proposedFileName;
     QString m_lastFetchGame;
     QString m_fetchFile;
+    QPushButton* m_liveListButton;
+    QPointer<LiveServerTable> m_liveTable;
+    FriendsOnServers m_friends;
 };

@@ -49,6 +49,7 @@ void GameStarter::connectHandlers() {
 
     connect(Join, &QPushButton::clicked, this, &GameStarter::join_click);
     connect(Command7, &QPushButton::clicked, this, &GameStarter::Command7_Click);
+    connect(m_liveListButton, &QPushButton::clicked, this, &GameStarter::showLiveServerTable);
     connect(Command4, &QPushButton::clicked, this, &GameStarter::Command5_Click);
     connect(Command5, &QPushButton::clicked, this, &GameStarter::Command5_Click);
     connect(Command1, &QPushButton::clicked, this, &GameStarter::mnuRemoveServer_Click);
@@ -100,6 +101,7 @@ void GameStarter::join_click() {
         return;
     }
     UnLoadPingServers();
+    closeLiveServerTable();
     Q_EMIT joinRequested();
     JoinGame();
 }
@@ -163,6 +165,7 @@ void GameStarter::openKingpinFile(const QString& relative) {
 
 void GameStarter::closeEvent(QCloseEvent* event) {
     UnLoadPingServers();
+    closeLiveServerTable();
     // A list being fetched for a window the person closed is not wanted any more.
     abandonFetch();
     m_options->hide();

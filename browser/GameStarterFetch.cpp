@@ -65,6 +65,7 @@ void GameStarter::fetchFinished(const QByteArray& body) {
     if (out.open(QIODevice::WriteOnly) && out.write(copy) == copy.size())
         out.commit();
     lstMasterServers->addItems(TextFile::splitLines(Windows1252::decode(copy)));
+    markFriends(lstMasterServers);
     if (m_lastFetchGame != Rtcw)
         m_fetch->head();
 }

@@ -38,6 +38,7 @@ bool gameFileExists(const QString& folder, const QString& suffix) {
 
 void GameStarter::Combo1_Change() {
     UnLoadPingServers();
+    closeLiveServerTable();
     abandonFetch();
     Text3->clear();
     Text2->clear();

@@ -37,6 +37,7 @@ QString GameStarter::favouritesFile() const {
 void GameStarter::loadList(QListWidget* list, const QString& backslashName) {
     if (!backslashName.isEmpty())
         list->addItems(TextFile::readLines(m_services.folder.file(backslashName)));
+    markFriends(list);
 }
 
 void GameStarter::HLLoadWhatMod() {
@@ -128,11 +129,13 @@ void GameStarter::mnuRemoveServer_Click() {
 }
 
 void GameStarter::takeApart(QListWidget* list) {
-    const QListWidgetItem* item = selectedItem(list);
-    if (!item)
-        return;
+    if (const QListWidgetItem* item = selectedItem(list))
+        fillServerFields(item->text());
+}
+
+void GameStarter::fillServerFields(const QString& entry) {
     // Filled in order; an entry of fewer fields leaves the rest as they were.
-    const QStringList fields = ServerEntry::fields(item->text());
+    const QStringList fields = ServerEntry::fields(entry);
     QLineEdit* targets[] = {Text3, Text2, Text4};
     for (qsizetype i = 0; i < 3 && i < fields.size(); ++i)
         targets[i]->setText(fields.at(i));

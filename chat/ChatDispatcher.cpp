@@ -137,6 +137,7 @@ ChatDispatcher::Next ChatDispatcher::publicLine(const QStringList& fields) {
     const ChatLine line(fields.at(1));
     if (m_session.isIgnored(line.bracketedSender()))
         return Next::EndRead;
+    m_view.roomLineArrived(fields.at(1));
     playIfSoundsOn(QStringLiteral("\\msg.wav"));
     if (line.isAction()) {
         m_view.appendLine(line.actionText(), m_view.actionLineColour());

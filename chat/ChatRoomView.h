@@ -29,6 +29,8 @@ public:
     // The first greeting goes once a sign-on has succeeded (if it is still at the top).
     virtual void removeGreeting() = 0;
     virtual bool soundsOn() const = 0;
+    // A public line from a member who is not ignored, as the display shows it.
+    virtual void roomLineArrived(const QString& line) = 0;
 
     virtual void accountAnswered(bool created) = 0;
     // The connection is over, as when the server hangs up.

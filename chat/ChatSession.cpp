@@ -118,7 +118,7 @@ bool ChatSession::removeMember(const QString& name) {
     if (index < 0)
         return false;
     m_members.removeAt(index);
-    Q_EMIT memberRemoved(index);
+    Q_EMIT memberRemoved(index, name);
     return true;
 }
 

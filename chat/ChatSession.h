@@ -91,7 +91,7 @@ Q_SIGNALS:
     void nicknameChanged(const QString& nickname);
     void identificationChanged();
     void memberAdded(const QString& name);
-    void memberRemoved(int index);
+    void memberRemoved(int index, const QString& name);
     void membersCleared();
     void ignoredChanged();
 

@@ -22,5 +22,7 @@ struct ServerStatus {
     std::optional<QString> mapName;
     std::optional<QString> maxPlayers;
     std::optional<QList<PlayerRow>> players;
+    // What a Half-Life info answer says about the players on the server; only the live list reads it.
+    std::optional<int> playerCount;
     friend bool operator==(const ServerStatus&, const ServerStatus&) = default;
 };

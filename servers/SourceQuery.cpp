@@ -62,7 +62,7 @@ std::optional<ServerStatus> parseSourceInfo(const QByteArray& datagram) {
     r.string(); // game folder
     r.string(); // game description
     const qint16 appId = r.int16();
-    r.skip(1); // players, counted again by the players answer
+    status.playerCount = r.byte();
     status.maxPlayers = QString::number(r.byte());
     r.skip(5); // bots, server type, environment, visibility, VAC
     if (appId == kTheShip)
@@ -81,7 +81,7 @@ std::optional<ServerStatus> parseOldInfo(const QByteArray& datagram) {
     status.mapName = r.string();
     r.string(); // game folder
     r.string(); // game description
-    r.skip(1);  // players
+    status.playerCount = r.byte();
     status.maxPlayers = QString::number(r.byte());
     r.skip(1); // protocol
     if (!r.ok())
@@ -133,6 +133,12 @@ std::optional<ServerStatus> parseInfo(const QByteArray& datagram) {
     default:
         return std::nullopt;
     }
+}
+
+std::optional<ServerStatus> parseOldInfoAnswer(const QByteArray& datagram) {
+    if (!datagram.startsWith(kWhole) || datagram.size() < 5 || datagram.at(4) != 'C')
+        return std::nullopt;
+    return parseOldInfo(datagram);
 }
 
 std::optional<QList<PlayerRow>> parsePlayers(const QByteArray& datagram) {

@@ -29,6 +29,10 @@ std::optional<QByteArray> challenge(const QByteArray& datagram);
 // is: the player rows come with the players answer.
 std::optional<ServerStatus> parseInfo(const QByteArray& datagram);
 
+// The 'C' answer of a Half-Life server of old to "info": the same fields as the 'm' answer. The
+// monitor leaves it to the Half-Life parser, as it always did; the live list reads it this way.
+std::optional<ServerStatus> parseOldInfoAnswer(const QByteArray& datagram);
+
 // A 'D' answer. A2S has no ping per player, so the ping cell stays empty rather than show a
 // number that was never measured; the score is the signed score, the name in double quotes as the
 // other games' servers write it. A count larger than the players sent is "not parsed"; bytes after

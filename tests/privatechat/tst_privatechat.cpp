@@ -85,6 +85,7 @@ struct Member : ChatRoomView {
     void runEmoticonPass() override {}
     void removeGreeting() override {}
     bool soundsOn() const override { return false; }
+    void roomLineArrived(const QString&) override {}
     void accountAnswered(bool) override {}
     void connectionEnded() override {}
     std::optional<FollowTarget> currentGame() override { return std::nullopt; }

@@ -21,8 +21,9 @@ Q_DECLARE_METATYPE(std::optional<ServerStatus>)
 namespace {
 
 ServerStatus status(std::optional<QString> version, std::optional<QString> host, std::optional<QString> map,
-                    std::optional<QString> max, std::optional<Rows> players) {
-    return ServerStatus{std::move(version), std::move(host), std::move(map), std::move(max), std::move(players)};
+                    std::optional<QString> max, std::optional<Rows> players, std::optional<int> playerCount = {}) {
+    return ServerStatus{std::move(version), std::move(host), std::move(map), std::move(max), std::move(players),
+                        playerCount};
 }
 
 QString s(const char* latin1) { return QString::fromLatin1(latin1); }
@@ -49,7 +50,7 @@ std::optional<ServerStatus> readSource(const QByteArray& datagram) {
     if (SourceQuery::classify(datagram) != SourceQuery::Kind::Players)
         return SourceQuery::parseInfo(datagram);
     const std::optional<Rows> rows = SourceQuery::parsePlayers(datagram);
-    return rows ? std::optional(ServerStatus{{}, {}, {}, {}, *rows}) : std::nullopt;
+    return rows ? std::optional(status({}, {}, {}, {}, *rows)) : std::nullopt;
 }
 
 FakeGameServer todaysHalfLife() {
@@ -164,18 +165,18 @@ private Q_SLOTS:
         const QByteArray info = FakeSourceReplies::info(server);
         const QByteArray players = FakeSourceReplies::players(server);
         const std::optional<ServerStatus> none;
-        const ServerStatus shown = status(s("1.1.2.7/Stdio"), s("Crossfire Arena"), s("crossfire"), s("12"), {});
+        const ServerStatus shown = status(s("1.1.2.7/Stdio"), s("Crossfire Arena"), s("crossfire"), s("12"), {}, 2);
         const Rows rows{{s("12"), {}, s("\"Big Boss\"")}, {s("-3"), {}, QString::fromUtf8("\"Zoë\"")}};
         QTest::newRow("info") << info << int(K::Info) << std::optional(shown);
-        QTest::newRow("info of The Ship, three more bytes") << withNuls("\xff\xff\xff\xffI\x07n\0m\0f\0g\0\x60\x09\x01\x08\0d\0\0\0" "123" "v1\0") << int(K::Info) << std::optional(status(s("v1"), s("n"), s("m"), s("8"), {}));
+        QTest::newRow("info of The Ship, three more bytes") << withNuls("\xff\xff\xff\xffI\x07n\0m\0f\0g\0\x60\x09\x01\x08\0d\0\0\0" "123" "v1\0") << int(K::Info) << std::optional(status(s("v1"), s("n"), s("m"), s("8"), {}, 1));
         QTest::newRow("info with extra data after the version") << info + "\x80\x87\x69" << int(K::Info) << std::optional(shown);
         QTest::newRow("info without the version's NUL") << info.chopped(1) << int(K::Info) << none;
         QTest::newRow("info cut in its fixed bytes") << info.left(info.indexOf("Half-Life") + 12) << int(K::Info) << none;
         QTest::newRow("info of a header alone") << QByteArray("\xff\xff\xff\xffI") << int(K::Info) << none;
-        QTest::newRow("old m info") << withNuls("\xff\xff\xff\xffm127.0.0.1:27015\0Old Box\0stalkyard\0valve\0Half-Life\0\x02\x10\x2f") << int(K::OldInfo) << std::optional(status({}, s("Old Box"), s("stalkyard"), s("16"), {}));
+        QTest::newRow("old m info") << withNuls("\xff\xff\xff\xffm127.0.0.1:27015\0Old Box\0stalkyard\0valve\0Half-Life\0\x02\x10\x2f") << int(K::OldInfo) << std::optional(status({}, s("Old Box"), s("stalkyard"), s("16"), {}, 2));
         QTest::newRow("old m info without its protocol") << withNuls("\xff\xff\xff\xffma\0b\0c\0d\0e\0\x02\x10") << int(K::OldInfo) << none;
-        QTest::newRow("players") << players << int(K::Players) << std::optional(ServerStatus{{}, {}, {}, {}, rows});
-        QTest::newRow("no players") << withNuls("\xff\xff\xff\xff" "D\0") << int(K::Players) << std::optional(ServerStatus{{}, {}, {}, {}, Rows{}});
+        QTest::newRow("players") << players << int(K::Players) << std::optional(status({}, {}, {}, {}, rows));
+        QTest::newRow("no players") << withNuls("\xff\xff\xff\xff" "D\0") << int(K::Players) << std::optional(status({}, {}, {}, {}, Rows{}));
         QTest::newRow("players cut in the last duration") << players.chopped(1) << int(K::Players) << none;
         QTest::newRow("players counted one too many") << QByteArray(players).replace(5, 1, "\x03") << int(K::Players) << none;
         QTest::newRow("players without a count") << QByteArray("\xff\xff\xff\xff" "D") << int(K::Players) << none;

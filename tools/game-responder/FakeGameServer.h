@@ -28,6 +28,10 @@ struct FakeGameServer {
     bool answersSource = false;
     bool demandsChallenge = false;
     int playerParts = 1;
+    // How the network between us and this server behaves: each answer leaves after this delay,
+    // and a silent server answers nothing at all.
+    int delayMs = 0;
+    bool silent = false;
 };
 
 namespace FakeGameReplies {

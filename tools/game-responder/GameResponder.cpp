@@ -4,9 +4,12 @@
 
 #include <QHostAddress>
 #include <QNetworkDatagram>
+#include <QPointer>
+#include <QTimer>
 #include <QUdpSocket>
 
-GameResponder::GameResponder(QObject* parent) : QObject(parent) {}
+GameResponder::GameResponder(QObject* parent)
+    : QObject(parent) {}
 
 quint16 GameResponder::listen(quint16 port, FakeGameServer server, QString* error) {
     auto* socket = new QUdpSocket(this);
@@ -22,7 +25,14 @@ quint16 GameResponder::listen(quint16 port, FakeGameServer server, QString* erro
     return bound;
 }
 
-FakeGameServer& GameResponder::server(quint16 port) { return m_servers[port]; }
+FakeGameServer& GameResponder::server(quint16 port) {
+    return m_servers[port];
+}
+
+void GameResponder::setLoss(int percent, quint32 seed) {
+    m_lossPercent = percent;
+    m_random.seed(seed);
+}
 
 void GameResponder::readRequests(QUdpSocket* socket) {
     while (socket->hasPendingDatagrams()) {
@@ -30,12 +40,24 @@ void GameResponder::readRequests(QUdpSocket* socket) {
         if (!request.isValid())
             break;
         const quint16 port = socket->localPort();
+        Q_EMIT heard(port, request.data());
+        const FakeGameServer& server = m_servers[port];
+        if (server.silent || (m_lossPercent > 0 && int(m_random.bounded(100)) < m_lossPercent))
+            continue;
         const QString self = QStringLiteral("127.0.0.1:") + QString::number(port);
-        QList<QByteArray> replies = FakeSourceReplies::repliesTo(request.data(), m_servers[port]);
-        if (const auto reply = FakeGameReplies::replyTo(request.data(), m_servers[port], self))
+        QList<QByteArray> replies = FakeSourceReplies::repliesTo(request.data(), server);
+        if (const auto reply = FakeGameReplies::replyTo(request.data(), server, self))
             replies.append(*reply);
-        for (const QByteArray& reply : std::as_const(replies))
-            socket->writeDatagram(reply, request.senderAddress(), quint16(request.senderPort()));
-        Q_EMIT answered(port, request.data());
+        auto send = [this, socket = QPointer(socket), port, request, replies] {
+            if (!socket)
+                return;
+            for (const QByteArray& reply : replies)
+                socket->writeDatagram(reply, request.senderAddress(), quint16(request.senderPort()));
+            Q_EMIT answered(port, request.data());
+        };
+        if (server.delayMs > 0)
+            QTimer::singleShot(server.delayMs, this, send);
+        else
+            send();
     }
 }

@@ -3,6 +3,7 @@
 #include "FakeGameServer.h"
 
 #include <QObject>
+#include <QRandomGenerator>
 
 #include <map>
 
@@ -19,12 +20,19 @@ public:
     quint16 listen(quint16 port, FakeGameServer server, QString* error = nullptr);
     // The server behind a bound port, to change between queries.
     FakeGameServer& server(quint16 port);
+    // Each request is lost on the way with this chance (0 to 100), drawn from a generator with
+    // this seed, so a run can be repeated.
+    void setLoss(int percent, quint32 seed);
 
 Q_SIGNALS:
+    // Every request that reaches a port, before anything is decided about it.
+    void heard(quint16 port, const QByteArray& request);
     void answered(quint16 port, const QByteArray& request);
 
 private:
     void readRequests(QUdpSocket* socket);
 
     std::map<quint16, FakeGameServer> m_servers;
+    int m_lossPercent = 0;
+    QRandomGenerator m_random;
 };
