@@ -2,6 +2,7 @@
 
 #include "server/AccountStore.h"
 #include "server/ServerLimits.h"
+#include "server/TlsOptions.h"
 
 #include <QHostAddress>
 #include <QString>
@@ -18,6 +19,7 @@ struct ServerOptions {
     QString messageOfTheDay;
     ServerLimits limits;
     AccountStore::Config database;
+    TlsOptions tls;
     // An administration command ("op add NAME", ...) run instead of the server; empty to serve.
     QStringList command;
 
