@@ -9,11 +9,11 @@
 #include "chat/ChatDispatcher.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/ChatSession.h"
 #include "chat/EmoticonReplacer.h"
 #include "common/BgrColour.h"
 #include "common/Version.h"
 #include "privatechat/DownloadFolder.h"
-#include "privatechat/Form3.h"
 #include "privatechat/PrivateChat.h"
 
 #include <QCloseEvent>
@@ -50,33 +50,30 @@ Form1::Form1(Services services, QWidget* parent)
     , List1(new QListWidget(this))
     , List2(new QListWidget(this))
     , s(new QStatusBar(this))
-    , Winsock1(new QTcpSocket(this))
+    , Winsock1(nullptr)
     , m_services(std::move(services))
-    , m_serverPort(ChatProtocol::DefaultChatPort)
+    , m_session(new ChatSession(this))
     , m_statusPanel(new QLabel(this))
     , m_connectionPanel(new QLabel(this))
-    , m_dispatcher(std::make_unique<ChatDispatcher>(*this)) {
+    , m_dispatcher(std::make_unique<ChatDispatcher>(*m_session, m_services, *this)) {
     setObjectName(QStringLiteral("Form1"));
+    Winsock1 = &m_session->socket();
+    m_session->setServerHost(kDefaultHost);
     buildMenus();
     buildLayout();
     applyDefaultColours();
     m_emoticons = new EmoticonReplacer(*rtb->document(), this);
-    m_privateChat = new PrivateChat(*this);
-    downloadFolder = DownloadFolder::initial();
-    connect(this, &Form1::fileOffered, m_privateChat, &PrivateChat::offerReceived);
-
-    connect(Winsock1, &QTcpSocket::connected, this, &Form1::Winsock1_Connect);
-    connect(Winsock1, &QTcpSocket::disconnected, this, &Form1::Winsock1_Close);
-    connect(Winsock1, &QTcpSocket::errorOccurred, this, &Form1::Winsock1_Error);
-    connect(Winsock1, &QTcpSocket::readyRead, this, &Form1::Winsock1_DataArrival);
+    m_privateChat = new PrivateChat(*m_session, m_services, *this);
+    m_session->setDownloadFolder(DownloadFolder::initial());
+    observeSession();
     connect(Text1, &QLineEdit::returnPressed, this, &Form1::Text1_Enter);
     connect(Combo1, &QComboBox::activated, this, [this](int i) { Combo1_Click(Combo1->itemText(i)); });
     resize(720, 520);
 }
 
 Form1::~Form1() {
-    // The socket outlives the labels its close handler writes to; it must not report its own end.
-    Winsock1->disconnect(this);
+    // The session outlives the labels its handlers write to; it must not report its own end.
+    m_session->disconnect(this);
 }
 
 void Form1::buildLayout() {
@@ -126,7 +123,6 @@ void Form1::buildLayout() {
     setStatusBar(s);
     m_statusPanel->setText(QStringLiteral("Signed Off"));
     m_connectionPanel->setText(QStringLiteral("Not Connected"));
-    Winsock1->setObjectName(QStringLiteral("Winsock1"));
 
     auto* central = new QWidget(this);
     auto* top = new QHBoxLayout;
@@ -327,7 +323,7 @@ void Form1::applySettings() {
     if (settings.serverHost && !settings.serverHost->isEmpty())
         cboServer->setCurrentText(*settings.serverHost);
     if (settings.serverPort && *settings.serverPort > 0 && *settings.serverPort <= 65535)
-        m_serverPort = quint16(*settings.serverPort);
+        m_session->setServerAddress(serverHost(), quint16(*settings.serverPort));
     for (const ColourScheme::RoleInfo& r : ColourScheme::roles()) {
         const std::optional<qint64>* saved = settingsValue(settings, r.role);
         if (saved && saved->has_value())
@@ -339,15 +335,14 @@ void Form1::applySettings() {
         rtb->setFont(f);
     }
     // The identification entries are read only when all eleven values before them were.
-    List2->clear();
-    List2->addItems(settings.identification);
+    m_session->setIdentificationEntries(settings.identification);
 }
 
 void Form1::saveSettings() const {
     MainSettings settings;
     settings.nickname = Text3->text();
     settings.serverHost = serverHost();
-    settings.serverPort = m_serverPort;
+    settings.serverPort = serverPort();
     settings.displayFontSize = rtb->font().pointSize();
     for (const ColourScheme::RoleInfo& r : ColourScheme::roles()) {
         if (std::optional<qint64>* kept = settingsValue(settings, r.role))
@@ -368,11 +363,7 @@ void Form1::mnuExit_Click() {
 
 void Form1::endProgram() {
     m_ending = true;
-    Winsock1->abort();
-    for (auto& w : m_privateWindows) {
-        if (w)
-            w->close();
-    }
+    m_session->closeQuietly();
     m_privateChat->closeWindows();
     if (m_gameStarter)
         m_gameStarter->close();
@@ -391,16 +382,17 @@ void Form1::closeEvent(QCloseEvent* event) {
     event->accept();
 }
 
-QString Form1::nickname() const { return Text3->text(); }
+QString Form1::nickname() const { return m_session->nickname(); }
 
-QStringList Form1::identificationEntries() const {
-    QStringList entries;
-    for (int i = 0; i < List2->count(); ++i)
-        entries.append(List2->item(i)->text());
-    return entries;
-}
+void Form1::setPassword(const QString& password) { m_session->setPassword(password); }
+
+QString Form1::password() const { return m_session->password(); }
+
+QStringList Form1::identificationEntries() const { return m_session->identificationEntries(); }
 
 QString Form1::serverHost() const { return cboServer->currentText(); }
+
+quint16 Form1::serverPort() const { return m_session->serverPort(); }
 
 QString Form1::statusText() const { return m_statusPanel->text(); }
 
@@ -420,39 +412,11 @@ Form2& Form1::userInfo() {
     return *m_userInfo;
 }
 
-Form3* Form1::privateWindow(int slot) const {
-    return slot >= 0 && slot < PrivateWindowSlots ? m_privateWindows[std::size_t(slot)].data() : nullptr;
-}
+Form3* Form1::privateWindow(int slot) const { return m_privateChat->privateWindow(slot); }
 
-Form3* Form1::privateWindowAt(int slot) {
-    if (slot < 0 || slot >= PrivateWindowSlots)
-        return nullptr;
-    auto& w = m_privateWindows[std::size_t(slot)];
-    if (!w)
-        w = new Form3(*this, this);
-    return w;
-}
+Form3* Form1::findPrivateWindow(const QString& nickname) const { return m_privateChat->findPrivateWindow(nickname); }
 
-Form3* Form1::findPrivateWindow(const QString& nickname) const {
-    const int slot = privateWindowSlotFor(nickname);
-    Form3* w = privateWindow(slot);
-    return w && w->windowTitle() == QStringLiteral("Chat With <") + nickname + u'>' ? w : nullptr;
-}
-
-int Form1::privateWindowSlotFor(const QString& nickname) const {
-    const QString caption = QStringLiteral("Chat With <") + nickname + u'>';
-    int empty = 0;
-    for (int slot = 1; slot < PrivateWindowSlots; ++slot) {
-        const Form3* w = m_privateWindows[std::size_t(slot)];
-        if (w && w->windowTitle() == caption)
-            return slot;
-        if (!w && !empty)
-            empty = slot;
-    }
-    return empty;
-}
-
-bool Form1::isConnected() const { return Winsock1->state() == QAbstractSocket::ConnectedState; }
+bool Form1::isConnected() const { return m_session->isConnected(); }
 
 bool Form1::soundsOn() const { return mnuSoundEffects->isChecked() && mnuNotify->isChecked(); }
 
@@ -485,4 +449,4 @@ QString Form1::selectedUser() const {
     return selected.isEmpty() ? QString() : selected.first()->text();
 }
 
-bool Form1::send(const QString& message) { return ChatMessage::send(*Winsock1, message); }
+bool Form1::send(const QString& message) { return m_session->send(message); }

@@ -1,16 +1,17 @@
 #pragma once
 
 #include "ancillary/ColourScheme.h"
+#include "chat/ChatRoomView.h"
 #include "common/Services.h"
 
 #include <QMainWindow>
 #include <QPointer>
 #include <QTextCursor>
 
-#include <array>
 #include <optional>
 
 class ChatDispatcher;
+class ChatSession;
 class EmoticonReplacer;
 class Form2;
 class Form3;
@@ -29,12 +30,11 @@ class QTcpSocket;
 class QTextEdit;
 class SingleInstance;
 
-// The chat room, and the window that owns the program's life.
-class Form1 : public QMainWindow, public ColourSchemeTarget {
+// The chat room's window, observing the session; it also owns the program's life.
+class Form1 : public QMainWindow, public ColourSchemeTarget, public ChatRoomView {
     Q_OBJECT
 public:
     static constexpr qint64 ActionColourAtStart = 0x80FF;
-    static constexpr int PrivateWindowSlots = 11;
 
     explicit Form1(Services services, QWidget* parent = nullptr);
     ~Form1() override;
@@ -43,29 +43,24 @@ public:
     bool Form_Load();
 
     Services& services() { return m_services; }
+    ChatSession& session() { return *m_session; }
     QString nickname() const;
-    void setPassword(const QString& password) { m_password = password; }
-    QString password() const { return m_password; }
+    void setPassword(const QString& password);
+    QString password() const;
     QStringList identificationEntries() const;
     QString serverHost() const;
-    quint16 serverPort() const { return m_serverPort; }
+    quint16 serverPort() const;
     void setServerAddress(const QString& host, quint16 port);
     QString statusText() const;
     QString connectionText() const;
     GameStarter& gameStarter();
     Form2& userInfo();
     Form3* privateWindow(int slot) const;
-    // The window in a slot of the private-window table, created (hidden) when the slot is empty.
-    Form3* privateWindowAt(int slot);
-    // The private window captioned for this member, or null.
     Form3* findPrivateWindow(const QString& nickname) const;
-    // The slot a member's window has, else the first empty one, else slot 0, which conversations never use.
-    int privateWindowSlotFor(const QString& nickname) const;
     // Transfers, the composer and offers, shared by all private windows.
     PrivateChat& privateChat() { return *m_privateChat; }
     bool isConnected() const;
-    bool soundsOn() const;
-    int accountCreation() const { return m_accountCreation; }
+    bool soundsOn() const override;
 
     // Controls, under the names the program has always used.
     QTextEdit* rtb;
@@ -77,7 +72,7 @@ public:
     QListWidget* List1;
     QListWidget* List2;
     QStatusBar* s;
-    QTcpSocket* Winsock1;
+    QTcpSocket* Winsock1; // the session's connection
 
     QMenu* mnufile;
     QMenu* mnuOpts;
@@ -120,15 +115,15 @@ public:
     // Display colours of chat lines, in blue-green-red.
     qint64 actionColour = ActionColourAtStart;
     qint64 messageColour = 0;
-    // Where every download is saved; changed by the folder list of an offer dialog.
-    QString downloadFolder;
     qint64 colour(ColourRole role) const override;
     void setColour(ColourRole role, qint64 bgr) override;
     // The colour scheme editor, opened on first use.
     Form6& colourEditor();
 
     // Appends a new line (it begins the line break, so the display never ends with one).
-    void appendLine(const QString& text, qint64 bgrColour);
+    void appendLine(const QString& text, qint64 bgrColour) override;
+    qint64 actionLineColour() const override { return actionColour; }
+    qint64 messageLineColour() const override { return messageColour; }
     void scrollToNewest();
     void selectUser(const QString& nickname);
     QString selectedUser() const;
@@ -139,23 +134,16 @@ public:
     void signOn();
     // The plain signed-off state: status texts, menus, an empty user list, no account request.
     void signedOff();
-    // The account dialog has sent its request for this name; the answer ends the connection.
-    void accountRequested(const QString& name);
-    void accountAnswered(bool created);
-    // The first greeting goes once a sign-on has succeeded (if it is still at the top).
-    void removeGreeting();
+    void accountAnswered(bool created) override;
+    void connectionEnded() override { Winsock1_Close(); }
+    void removeGreeting() override;
     void followuser();
     void BackFromGame();
     void setSignedOnMenus(bool signedOn);
     void updateMemberItems();
     void setStatusText(const QString& text);
     void setConnectionText(const QString& text);
-    // Opens or brings forward the private window for a member; returns it.
     Form3* openPrivateWindow(const QString& nickname);
-    // Puts a new, still hidden private window into the first free slot (1 to 10); null when all are taken.
-    Form3* createPrivateWindow(const QString& caption);
-    // Replaces the emoticon codes that reached the display since the last pass.
-    void runEmoticonPass();
 
     // Menu and control handlers.
     void mnuExit_Click();
@@ -180,18 +168,23 @@ public:
     void mnuNewsPost_Click();
     void Text1_Enter();
     void Combo1_Click(const QString& entry);
-    void Winsock1_Connect();
+    void Winsock1_Connect(bool forAccount);
     void Winsock1_Close();
     void Winsock1_Error();
-    void Winsock1_DataArrival();
     // One read from the chat server, already decoded: what the data-arrival handler runs.
-    void handleRead(const QString& read);
-    // Before a box opens in the middle of a read: lay out and show what the read has added so far.
-    void showDisplayBeforePrompt();
+    void Winsock1_DataArrival(const QString& read);
+    void handleRead(const QString& read) { Winsock1_DataArrival(read); }
+    void showDisplayBeforePrompt() override;
+    void runEmoticonPass() override;
+    std::optional<FollowTarget> currentGame() override;
+    void followInto(const FollowTarget& target) override;
+    void showIdentification(const QString& sender, const QStringList& entries) override;
+    void privateLineArrived(const QString& sender, const QString& bracketedSender, const QString& line) override;
+    void fileOffered(const QString& sender, const QString& file, const QString& port,
+                     const QString& address) override;
+    void declineReceived(const QString& sender) override;
 
 Q_SIGNALS:
-    // An offer of a file from another member: handed to the offer dialog.
-    void fileOffered(const QString& sender, const QString& file, const QString& port, const QString& address);
     // One read of the chat socket has been handled (whether or not it ended early).
     void readHandled();
     // The program ends: main() quits the event loop on this.
@@ -208,22 +201,17 @@ private:
     void saveSettings() const;
     void endProgram();
     void closeQuietly();
-    void connectToChatServer();
     void endAccountConnection();
+    void observeSession();
     void showGreeting();
 
     Services m_services;
-    QString m_password;
-    int m_accountCreation = 0;
-    quint16 m_serverPort;
+    ChatSession* m_session;
     bool m_ending = false;
     bool m_handlingRead = false;
     // Whether the reader is at the newest line (not scrolled back).
     bool m_followNewest = true;
     bool m_greetingShown = false;
-    // False from a connection attempt until the server answers it, so a failure is reported once.
-    bool m_reachedServer = true;
-    std::optional<QString> m_requestedAccount;
     QPointer<Form8> m_accountDialog;
     QTextCursor m_readEdit;
     QLabel* m_statusPanel;
@@ -231,11 +219,8 @@ private:
     QPointer<GameStarter> m_gameStarter;
     QPointer<Form2> m_userInfo;
     QPointer<Form6> m_colourEditor;
-    std::array<QPointer<Form3>, PrivateWindowSlots> m_privateWindows;
     std::unique_ptr<ChatDispatcher> m_dispatcher;
     std::unique_ptr<SingleInstance> m_runningCopy;
     EmoticonReplacer* m_emoticons;
     PrivateChat* m_privateChat;
-
-    friend class ChatDispatcher;
 };

@@ -5,11 +5,12 @@
 #include "browser/GameStarter.h"
 #include "chat/ChatProtocol.h"
 #include "chat/ChatMessage.h"
+#include "chat/ChatSession.h"
 #include "chat/Form7.h"
 #include "chat/Form8.h"
 #include "chat/Form9.h"
 #include "chat/SlashCommand.h"
-#include "privatechat/Form3.h"
+#include "privatechat/PrivateChat.h"
 #include "servers/GameLaunch.h"
 
 #include <QClipboard>
@@ -99,7 +100,7 @@ template <typename Dialog> Dialog* openDialog(Dialog* dialog) {
 }
 } // namespace
 
-void Form1::mnucon_Click() { openDialog(new Form7(*this, this)); }
+void Form1::mnucon_Click() { openDialog(new Form7(*m_session, m_services, this)); }
 
 void Form1::mnuGameStarter_Click() {
     GameStarter& browser = gameStarter();
@@ -113,36 +114,11 @@ void Form1::mnuCommands_Click() {
     m_services.prompts.message(QStringLiteral("Commands"), commandsHelpText(), Prompts::Icon::Information);
 }
 
-void Form1::mnuEd_Click() { openDialog(new Form8(*this, Form8::Purpose::Profile, this)); }
+void Form1::mnuEd_Click() { openDialog(new Form8(*m_session, m_services, Form8::Purpose::Profile, this)); }
 
 void Form1::mnuNewsPost_Click() { openDialog(new Form9(*Winsock1, this)); }
 
-Form3* Form1::openPrivateWindow(const QString& nickname) {
-    const QString caption = QStringLiteral("Chat With ") + bracketed(nickname);
-    Form3* w = nullptr;
-    for (int slot = 1; slot < PrivateWindowSlots && !w; ++slot) {
-        Form3* candidate = m_privateWindows[std::size_t(slot)];
-        if (candidate && candidate->windowTitle().contains(bracketed(nickname)))
-            w = candidate;
-    }
-    if (!w)
-        w = createPrivateWindow(caption);
-    if (w)
-        w->showForTyping();
-    return w;
-}
-
-Form3* Form1::createPrivateWindow(const QString& caption) {
-    // Slot 0 has never been used for a conversation.
-    for (int slot = 1; slot < PrivateWindowSlots; ++slot) {
-        if (!m_privateWindows[std::size_t(slot)]) {
-            Form3* w = privateWindowAt(slot);
-            w->setWindowTitle(caption);
-            return w;
-        }
-    }
-    return nullptr;
-}
+Form3* Form1::openPrivateWindow(const QString& nickname) { return m_privateChat->openPrivateWindow(nickname); }
 
 void Form1::mnuPM_Click() {
     const QString n = selectedUser();
@@ -173,32 +149,26 @@ void Form1::mnuLastLoggedOn_Click() {
     send(ChatMessage::build(ChatProtocol::Msg, {ChatProtocol::SeenQuery + selectedUser()}));
 }
 
-void Form1::mnuIG_Click() { List1->addItem(bracketed(selectedUser())); }
+void Form1::mnuIG_Click() { m_session->ignore(bracketed(selectedUser())); }
 
-void Form1::mnuUn_Click() {
-    const auto found = List1->findItems(bracketed(selectedUser()), Qt::MatchExactly | Qt::MatchCaseSensitive);
-    if (!found.isEmpty())
-        delete List1->takeItem(List1->row(found.first()));
-}
+void Form1::mnuUn_Click() { m_session->unignore(bracketed(selectedUser())); }
 
 void Form1::mnuVI_Click() {
-    if (List1->count() == 0) {
+    const QStringList ignored = m_session->ignored();
+    if (ignored.isEmpty()) {
         m_services.prompts.message(kTitle, QStringLiteral("You have no ignored users."));
         return;
     }
-    QStringList entries;
-    for (int i = 0; i < List1->count(); ++i)
-        entries.append(List1->item(i)->text());
-    m_services.prompts.message(kTitle, entries.join(QStringLiteral("\r\n")));
+    m_services.prompts.message(kTitle, ignored.join(QStringLiteral("\r\n")));
 }
 
 void Form1::mnucI_Click() {
-    if (List1->count() == 0) {
+    if (m_session->ignored().isEmpty()) {
         m_services.prompts.message(kTitle, QStringLiteral("You have no ignored users to clear."),
                                    Prompts::Icon::Exclamation);
         return;
     }
-    List1->clear();
+    m_session->clearIgnored();
     m_services.prompts.message(kTitle, QStringLiteral("Ignored users, cleared...."), Prompts::Icon::Information);
 }
 
@@ -210,6 +180,39 @@ void Form1::mnuOps_Click(QLatin1StringView subCommand, bool withTarget) {
 }
 
 void Form1::followuser() { gameStarter().follow(); }
+
+std::optional<FollowTarget> Form1::currentGame() {
+    GameStarter& browser = gameStarter();
+    if (!browser.isPlaying())
+        return std::nullopt;
+    return FollowTarget{browser.Text3->text(), browser.Text2->text(), browser.Text4->text(), browser.gameKey()};
+}
+
+void Form1::followInto(const FollowTarget& target) {
+    GameStarter& browser = gameStarter();
+    browser.show();
+    browser.setGameKey(target.gameKey);
+    browser.Text3->setText(target.serverName);
+    browser.Text2->setText(target.address);
+    browser.Text4->setText(target.port);
+    followuser();
+}
+
+void Form1::showIdentification(const QString& sender, const QStringList& entries) {
+    Form2& info = userInfo();
+    info.showIdentification(sender, entries);
+    info.show();
+}
+
+void Form1::privateLineArrived(const QString& sender, const QString& bracketedSender, const QString& line) {
+    m_privateChat->lineArrived(sender, bracketedSender, line);
+}
+
+void Form1::fileOffered(const QString& sender, const QString& file, const QString& port, const QString& address) {
+    m_privateChat->offerReceived(sender, file, port, address);
+}
+
+void Form1::declineReceived(const QString& sender) { m_privateChat->declineReceived(sender); }
 
 void Form1::BackFromGame() {
     if (!isConnected())

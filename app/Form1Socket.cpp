@@ -4,18 +4,16 @@
 #include "chat/ChatDispatcher.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/ChatSession.h"
 #include "chat/EmoticonReplacer.h"
 #include "chat/Form8.h"
-#include "common/Windows1252.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QSignalBlocker>
-#include <QTcpSocket>
 #include <QTextEdit>
-#include <QTimer>
 
 #include <utility>
 
@@ -23,36 +21,58 @@ void Form1::setStatusText(const QString& text) { m_statusPanel->setText(text); }
 
 void Form1::setConnectionText(const QString& text) { m_connectionPanel->setText(text); }
 
-void Form1::closeQuietly() {
-    // A close we asked for is not the server hanging up: no "Disconnected..." for it.
-    const QSignalBlocker blocker(Winsock1);
-    Winsock1->abort();
+void Form1::observeSession() {
+    ChatSession& session = *m_session;
+    connect(&session, &ChatSession::signingOn, this, [this] {
+        setStatusText(QStringLiteral("Signing on..."));
+        setSignedOnMenus(true);
+    });
+    connect(&session, &ChatSession::connected, this, &Form1::Winsock1_Connect);
+    connect(&session, &ChatSession::hungUp, this, &Form1::Winsock1_Close);
+    connect(&session, &ChatSession::unreachable, this, [this](const QString& why) {
+        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3").arg(serverHost()).arg(serverPort()).arg(why),
+                   messageColour);
+        Winsock1_Error();
+    });
+    connect(&session, &ChatSession::lost, this, &Form1::Winsock1_Error);
+    connect(&session, &ChatSession::readArrived, this, &Form1::Winsock1_DataArrival);
+    connect(&session, &ChatSession::readHandled, this, &Form1::readHandled);
+
+    // The controls show the session; what the person types into them goes back to it.
+    connect(&session, &ChatSession::nicknameChanged, Text3, [this](const QString& name) {
+        if (Text3->text() != name)
+            Text3->setText(name);
+    });
+    connect(Text3, &QLineEdit::textChanged, &session, &ChatSession::setNickname);
+    connect(cboServer, &QComboBox::currentTextChanged, &session, &ChatSession::setServerHost);
+    connect(&session, &ChatSession::memberAdded, LV1, [this](const QString& name) { LV1->addItem(name); });
+    connect(&session, &ChatSession::memberRemoved, LV1, [this](int index) { delete LV1->takeItem(index); });
+    connect(&session, &ChatSession::membersCleared, LV1, &QListWidget::clear);
+    connect(&session, &ChatSession::ignoredChanged, List1, [this] {
+        List1->clear();
+        List1->addItems(m_session->ignored());
+    });
+    connect(&session, &ChatSession::identificationChanged, List2, [this] {
+        List2->clear();
+        List2->addItems(m_session->identificationEntries());
+    });
+    connect(mnuIPM, &QAction::toggled, &session, &ChatSession::setRefusesPrivateMessages);
+    connect(mnuDEC, &QAction::toggled, &session, &ChatSession::setRefusesFiles);
 }
+
+void Form1::closeQuietly() { m_session->closeQuietly(); }
 
 void Form1::setServerAddress(const QString& host, quint16 port) {
     cboServer->setCurrentText(host);
-    m_serverPort = port;
+    m_session->setServerAddress(host, port);
 }
 
-void Form1::connectToChatServer() {
-    closeQuietly();
-    m_reachedServer = false;
-    Winsock1->connectToHost(serverHost(), m_serverPort);
-}
-
-void Form1::signOn() {
-    m_accountCreation = 0;
-    connectToChatServer();
-    setStatusText(QStringLiteral("Signing on..."));
-    setSignedOnMenus(true);
-}
+void Form1::signOn() { m_session->signOn(); }
 
 void Form1::signedOff() {
-    m_accountCreation = 0;
-    m_requestedAccount.reset();
+    m_session->signedOff();
     setStatusText(QStringLiteral("Signed Off"));
     setConnectionText(QStringLiteral("Not Connected"));
-    LV1->clear();
     setSignedOnMenus(false);
     // An account dialog left open could only send into a closed connection.
     if (m_accountDialog)
@@ -60,24 +80,18 @@ void Form1::signedOff() {
 }
 
 void Form1::mnuNews_Click() {
-    // The connection for an account request is not a sign-on: whatever was signed on ends here.
-    LV1->clear();
+    m_session->requestAccountConnection();
     setSignedOnMenus(false);
-    m_accountCreation = 1;
-    connectToChatServer();
     setStatusText(QStringLiteral("Connecting..."));
 }
 
-void Form1::accountRequested(const QString& name) {
-    m_requestedAccount = name;
-}
-
 void Form1::accountAnswered(bool created) {
-    if (!m_requestedAccount)
+    const std::optional<QString> requested = m_session->requestedAccount();
+    if (!requested)
         return;
     // The new account signs on through the sign-on dialog, which offers its name.
     if (created)
-        Text3->setText(*m_requestedAccount);
+        m_session->setNickname(*requested);
     endAccountConnection();
 }
 
@@ -92,18 +106,12 @@ void Form1::mnudis_Click() {
     setStatusText(QStringLiteral("Signed Off : ") + m_services.clock.timeText());
 }
 
-void Form1::Winsock1_Connect() {
-    m_reachedServer = true;
-    Winsock1->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+void Form1::Winsock1_Connect(bool forAccount) {
     setStatusText(QStringLiteral("Signed On"));
     setConnectionText(QStringLiteral("Connected To Quorvel at : ") + m_services.clock.timeText());
-    if (m_accountCreation != 1) {
-        send(ChatMessage::build(ChatProtocol::Login, {nickname(), m_password}));
-        LV1->clear();
+    if (!forAccount)
         return;
-    }
-    m_accountCreation = 0;
-    auto* dialog = new Form8(*this, Form8::Purpose::NewAccount, this);
+    auto* dialog = new Form8(*m_session, m_services, Form8::Purpose::NewAccount, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(dialog, &QDialog::rejected, this, &Form1::endAccountConnection);
     m_accountDialog = dialog;
@@ -115,31 +123,9 @@ void Form1::Winsock1_Close() {
     signedOff();
 }
 
-void Form1::Winsock1_Error() {
-    if (Winsock1->error() == QAbstractSocket::RemoteHostClosedError)
-        return; // the close handler reports it
-    if (!std::exchange(m_reachedServer, true)) {
-        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3")
-                       .arg(serverHost())
-                       .arg(m_serverPort)
-                       .arg(Winsock1->errorString()),
-                   messageColour);
-    }
-    signedOff();
-}
+void Form1::Winsock1_Error() { signedOff(); }
 
-void Form1::Winsock1_DataArrival() {
-    // A message box opened while a read is handled runs the event loop; data that arrives meanwhile
-    // waits in the socket and is handled as the next read, once this one has ended.
-    if (m_handlingRead)
-        return;
-    handleRead(Windows1252::decode(Winsock1->readAll()));
-    Q_EMIT readHandled();
-    if (Winsock1->bytesAvailable() > 0)
-        QTimer::singleShot(0, this, &Form1::Winsock1_DataArrival);
-}
-
-void Form1::handleRead(const QString& read) {
+void Form1::Winsock1_DataArrival(const QString& read) {
     m_handlingRead = true;
     // The display lays out the lines of one read together instead of one by one.
     m_readEdit = QTextCursor(rtb->document());

@@ -1,5 +1,6 @@
 #include "ancillary/Artwork.h"
 #include "ancillary/SplashWindow.h"
+#include "app/ClientCommandLine.h"
 #include "app/Form1.h"
 #include "app/QuitSignals.h"
 #include "common/EnvironmentDefault.h"
@@ -9,7 +10,20 @@
 
 #include <QApplication>
 
+#include <cstdio>
+
 int main(int argc, char** argv) {
+    // Answered before QApplication exists, which would need a display.
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    if (const auto action = ClientCommandLine::actionFor(arguments);
+        action != ClientCommandLine::Action::Run) {
+        const QString text = action == ClientCommandLine::Action::ShowHelp ? ClientCommandLine::helpText()
+                                                                           : ClientCommandLine::versionText();
+        std::fputs(text.toLocal8Bit().constData(), stdout);
+        return 0;
+    }
     useQtEventLoop();
     // On GNOME, Xfce, MATE and the other GTK desktops Qt's GTK theme starts GTK, and GTK opens the GL
     // driver at once only to choose window visuals: 50 MB more with Mesa's software renderer, before

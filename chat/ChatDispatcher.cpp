@@ -1,26 +1,16 @@
 #include "chat/ChatDispatcher.h"
 
-#include "ancillary/Form2.h"
-#include "app/Form1.h"
-#include "browser/GameStarter.h"
 #include "chat/ChatLine.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
-#include "privatechat/Form3.h"
-#include "privatechat/PrivateChat.h"
-
-#include <QComboBox>
-#include <QLineEdit>
-#include <QListWidget>
+#include "chat/ChatRoomView.h"
+#include "chat/ChatSession.h"
+#include "common/Services.h"
 
 using namespace ChatProtocol;
 
 namespace {
 const QString kTitle = QStringLiteral("Quorvel");
-
-bool listHas(const QListWidget& list, const QString& text) {
-    return !list.findItems(text, Qt::MatchExactly | Qt::MatchCaseSensitive).isEmpty();
-}
 } // namespace
 
 void ChatDispatcher::handleRead(const QString& read) {
@@ -28,7 +18,7 @@ void ChatDispatcher::handleRead(const QString& read) {
         if (handlePiece(fields) == Next::EndRead)
             return;
     }
-    m_main.runEmoticonPass();
+    m_view.runEmoticonPass();
 }
 
 ChatDispatcher::Next ChatDispatcher::handlePiece(const QStringList& fields) {
@@ -38,7 +28,7 @@ ChatDispatcher::Next ChatDispatcher::handlePiece(const QStringList& fields) {
     if (word == FollowUserFinal)
         return followUserFinal(fields);
     if (word == Ping) {
-        m_main.send(ChatMessage::build(Ping, {m_main.services().clock.timeText() + LineEnd}));
+        m_session.send(ChatMessage::build(Ping, {m_services.clock.timeText() + LineEnd}));
         return Next::Continue;
     }
     if (word == InUse) {
@@ -46,28 +36,28 @@ ChatDispatcher::Next ChatDispatcher::handlePiece(const QStringList& fields) {
                         QStringLiteral("Unable To Create New Account... Possible Resons, Invalid Name, Name in Use, "
                                        "You Own 2 Accounts... Please Check this and Try Again"),
                         Prompts::Icon::Critical);
-        m_main.accountAnswered(false);
+        m_view.accountAnswered(false);
         return Next::Continue;
     }
     if (word == Done) {
         promptNow().message(kTitle, QStringLiteral("Thank you, account created ok."), Prompts::Icon::Information);
-        m_main.accountAnswered(true);
+        m_view.accountAnswered(true);
         return Next::EndRead;
     }
     if (word == Invalid) {
         promptNow().message(kTitle, QStringLiteral("Login Error : Please Try Again"), Prompts::Icon::Critical);
         // Handled as the server hanging up, which it is about to do; if it hung up while the box
         // was open, that has been reported already.
-        const bool stillOpen = m_main.isConnected();
-        m_main.closeQuietly();
+        const bool stillOpen = m_session.isConnected();
+        m_session.closeQuietly();
         if (stillOpen)
-            m_main.Winsock1_Close();
+            m_view.connectionEnded();
         return Next::EndRead;
     }
     if (word == List) {
-        m_main.removeGreeting();
+        m_view.removeGreeting();
         if (fields.size() > 1)
-            m_main.LV1->addItem(fields.at(1));
+            m_session.addMember(fields.at(1));
         return Next::Continue;
     }
     if (word == Join)
@@ -89,32 +79,28 @@ ChatDispatcher::Next ChatDispatcher::handlePiece(const QStringList& fields) {
 }
 
 Prompts& ChatDispatcher::promptNow() {
-    m_main.showDisplayBeforePrompt();
-    return m_main.services().prompts;
+    m_view.showDisplayBeforePrompt();
+    return m_services.prompts;
 }
 
 void ChatDispatcher::playIfSoundsOn(const QString& backslashName) {
-    if (m_main.soundsOn())
-        m_main.services().sounds.play(m_main.services().folder.file(backslashName));
+    if (m_view.soundsOn())
+        m_services.sounds.play(m_services.folder.file(backslashName));
 }
 
 ChatDispatcher::Next ChatDispatcher::followUserBack(const QStringList& fields) {
-    GameStarter& browser = m_main.gameStarter();
-    if (!browser.isPlaying() || fields.size() < 2)
+    if (fields.size() < 2)
         return Next::Continue;
-    m_main.send(ChatMessage::build(FollowUserBack, {fields.at(1), browser.Text3->text(), browser.Text2->text(),
-                                                    browser.Text4->text(), browser.gameKey()}));
+    const std::optional<FollowTarget> game = m_view.currentGame();
+    if (game) {
+        m_session.send(ChatMessage::build(FollowUserBack,
+                                          {fields.at(1), game->serverName, game->address, game->port, game->gameKey}));
+    }
     return Next::Continue;
 }
 
 ChatDispatcher::Next ChatDispatcher::followUserFinal(const QStringList& fields) {
-    GameStarter& browser = m_main.gameStarter();
-    browser.show();
-    browser.setGameKey(fields.value(4));
-    browser.Text3->setText(fields.value(1));
-    browser.Text2->setText(fields.value(2));
-    browser.Text4->setText(fields.value(3));
-    m_main.followuser();
+    m_view.followInto(FollowTarget{fields.value(1), fields.value(2), fields.value(3), fields.value(4)});
     return Next::Continue;
 }
 
@@ -122,30 +108,26 @@ ChatDispatcher::Next ChatDispatcher::join(const QStringList& fields) {
     playIfSoundsOn(QStringLiteral("\\enter.wav"));
     if (fields.size() < 2)
         return Next::Continue;
-    m_main.LV1->addItem(fields.at(1));
-    m_main.appendLine(QStringLiteral(" ^ ") + fields.at(1) + QStringLiteral(" Has entered..."), JoinColour);
+    m_session.addMember(fields.at(1));
+    m_view.appendLine(QStringLiteral(" ^ ") + fields.at(1) + QStringLiteral(" Has entered..."), JoinColour);
     return Next::Continue;
 }
 
 ChatDispatcher::Next ChatDispatcher::part(const QStringList& fields) {
     const QString name = fields.value(1);
-    for (int i = 0; i < m_main.LV1->count(); ++i) {
-        if (m_main.LV1->item(i)->text() != name)
-            continue;
-        delete m_main.LV1->takeItem(i);
-        m_main.appendLine(QStringLiteral(" ^ ") + name + QStringLiteral(" Has left..."), PartColour);
-        playIfSoundsOn(QStringLiteral("\\left.wav"));
-        return Next::EndRead;
-    }
-    return Next::Continue;
+    if (!m_session.removeMember(name))
+        return Next::Continue;
+    m_view.appendLine(QStringLiteral(" ^ ") + name + QStringLiteral(" Has left..."), PartColour);
+    playIfSoundsOn(QStringLiteral("\\left.wav"));
+    return Next::EndRead;
 }
 
 ChatDispatcher::Next ChatDispatcher::newNick() {
     // A cancelled box gives an empty name, and that is what is sent.
     const auto answer = promptNow().input(QStringLiteral("Please Select a New Nick..."),
                                                         QStringLiteral("NewNick"), QStringLiteral("NewNick"));
-    m_main.Text3->setText(answer.value_or(QString()));
-    m_main.send(ChatMessage::build(Nick, {m_main.Text3->text()}));
+    m_session.setNickname(answer.value_or(QString()));
+    m_session.send(ChatMessage::build(Nick, {m_session.nickname()}));
     return Next::EndRead;
 }
 
@@ -153,67 +135,57 @@ ChatDispatcher::Next ChatDispatcher::publicLine(const QStringList& fields) {
     if (fields.size() < 2)
         return Next::Continue;
     const ChatLine line(fields.at(1));
-    if (listHas(*m_main.List1, line.bracketedSender()))
+    if (m_session.isIgnored(line.bracketedSender()))
         return Next::EndRead;
     playIfSoundsOn(QStringLiteral("\\msg.wav"));
     if (line.isAction()) {
-        m_main.appendLine(line.actionText(), m_main.actionColour);
+        m_view.appendLine(line.actionText(), m_view.actionLineColour());
         return Next::EndRead;
     }
-    m_main.appendLine(fields.at(1), m_main.messageColour);
+    m_view.appendLine(fields.at(1), m_view.messageLineColour());
     return Next::Continue;
 }
 
 ChatDispatcher::Next ChatDispatcher::privateLine(const QStringList& fields) {
     const ChatLine line(fields.value(1));
     const QString sender = line.senderName();
-    auto reply = [&](const QString& text) { m_main.send(ChatMessage::build(PrivateMsg, {sender, text})); };
-    if (listHas(*m_main.List1, line.bracketedSender())) {
+    auto reply = [&](const QString& text) { m_session.send(ChatMessage::build(PrivateMsg, {sender, text})); };
+    if (m_session.isIgnored(line.bracketedSender())) {
         reply(IgnoredYou.toString());
         return Next::EndRead;
     }
-    if (m_main.mnuIPM->isChecked()) {
+    if (m_session.refusesPrivateMessages()) {
         reply(IgnoringAllPm.toString());
         return Next::EndRead;
     }
     const QString second = line.secondWord();
     if (second.left(9) == SendFile) {
-        if (m_main.mnuDEC->isChecked()) {
+        if (m_session.refusesFiles()) {
             reply(SendDecline.toString());
             return Next::EndRead;
         }
         // The file name may hold blanks: everything from the third word on is the offer.
         const QStringList offer = line.fromThirdWord().split(ListSeparator);
-        Q_EMIT m_main.fileOffered(sender, offer.value(0), offer.value(1), offer.value(2));
+        m_view.fileOffered(sender, offer.value(0), offer.value(1), offer.value(2));
         return Next::EndRead;
     }
     if (second.left(12) == SendDecline) {
         promptNow().message(QStringLiteral("Declined"), QStringLiteral("Transfer Declined..."),
                                           Prompts::Icon::None);
-        m_main.privateChat().declineReceived(sender);
+        m_view.declineReceived(sender);
         return Next::EndRead;
     }
     if (second.left(7) == WhoYou) {
-        Form2& info = m_main.userInfo();
-        info.showIdentification(sender, line.fromThirdWord().split(ListSeparator));
-        info.show();
+        m_view.showIdentification(sender, line.fromThirdWord().split(ListSeparator));
         return Next::EndRead;
     }
     if (second.left(7) == WhoAmI) {
         QString answer = WhoYou.toString() + u' ';
-        for (const QString& entry : m_main.identificationEntries())
+        for (const QString& entry : m_session.identificationEntries())
             answer += entry + ListSeparator;
         reply(answer);
         return Next::EndRead;
     }
-    Form3* window = m_main.findPrivateWindow(sender);
-    if (!window)
-        window = m_main.createPrivateWindow(QStringLiteral("Chat With ") + line.bracketedSender());
-    // With all ten windows taken by others the line is dropped, as it always was. A window the user
-    // closed comes back with the line, but leaves the keyboard where the user is typing.
-    if (window) {
-        window->appendIncoming(fields.value(1));
-        window->showWithoutActivating();
-    }
+    m_view.privateLineArrived(sender, line.bracketedSender(), fields.value(1));
     return Next::EndRead;
 }

@@ -3,16 +3,20 @@
 #include <QString>
 #include <QStringList>
 
-class Form1;
+class ChatRoomView;
+class ChatSession;
 class Prompts;
+struct Services;
 
-// Interprets what the chat server sends: one read at a time, piece by piece, on the main window.
+// Interprets what the chat server sends: one read at a time, piece by piece. It decides with the
+// session and shows the outcome through the room's view.
 class ChatDispatcher {
 public:
     static constexpr qint64 JoinColour = 0x8000;   // green
     static constexpr qint64 PartColour = 0xFF0000; // blue, in blue-green-red
 
-    explicit ChatDispatcher(Form1& main) : m_main(main) {}
+    ChatDispatcher(ChatSession& session, Services& services, ChatRoomView& view)
+        : m_session(session), m_services(services), m_view(view) {}
 
     // Handles every piece of one read in order. Some messages end the read: the pieces behind them
     // are dropped and the emoticon pass is skipped. Long-standing behaviour, kept as it is.
@@ -32,5 +36,7 @@ private:
     // The prompt service, once the display shows everything this read has added so far.
     Prompts& promptNow();
 
-    Form1& m_main;
+    ChatSession& m_session;
+    Services& m_services;
+    ChatRoomView& m_view;
 };

@@ -1,6 +1,7 @@
 #include "chat/Form7.h"
 
-#include "app/Form1.h"
+#include "chat/ChatSession.h"
+#include "common/Services.h"
 #include "chat/PasswordRule.h"
 
 #include <QDialogButtonBox>
@@ -8,18 +9,19 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-Form7::Form7(Form1& main, QWidget* parent)
+Form7::Form7(ChatSession& session, Services& services, QWidget* parent)
     : QDialog(parent)
     , Command1(new QPushButton(QStringLiteral("Sign On"), this))
     , Command2(new QPushButton(QStringLiteral("Cancel"), this))
-    , m_main(main) {
+    , m_session(session)
+    , m_services(services) {
     setObjectName(QStringLiteral("Form7"));
     setWindowTitle(QStringLiteral("Quorvel - Sign On"));
     auto* layout = new QVBoxLayout(this);
     auto* form = new QFormLayout;
     layout->addLayout(form);
     fields.build(this, form);
-    fields.text1[ProfileFields::AccountName]->setText(main.nickname());
+    fields.text1[ProfileFields::AccountName]->setText(session.nickname());
     auto* mail = new QLabel(QStringLiteral("Questions? <a href=\"mailto:\">Write an e-mail</a>"), this);
     mail->setObjectName(QStringLiteral("lblMail"));
     mail->setAccessibleName(QStringLiteral("Write an e-mail"));
@@ -43,21 +45,21 @@ Form7::Form7(Form1& main, QWidget* parent)
 
 void Form7::Command1_Click() {
     const QString password = fields.text1[ProfileFields::Password]->text();
-    m_main.setPassword(password);
+    m_session.setPassword(password);
     if (!PasswordRule::isAcceptable(password)) {
-        m_main.services().prompts.message(QStringLiteral("Quorvel"), QStringLiteral("invald password"),
+        m_services.prompts.message(QStringLiteral("Quorvel"), QStringLiteral("invald password"),
                                           Prompts::Icon::Critical);
         return;
     }
     const QString name = fields.text1[ProfileFields::AccountName]->text();
     if (!name.isEmpty())
-        m_main.Text3->setText(name);
-    m_main.signOn();
+        m_session.setNickname(name);
+    m_session.signOn();
     accept();
 }
 
 void Form7::Command2_Click() { reject(); }
 
 void Form7::openMailProgram() {
-    m_main.services().desktop.openWithShell(QStringLiteral("mailto:"));
+    m_services.desktop.openWithShell(QStringLiteral("mailto:"));
 }

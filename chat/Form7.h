@@ -4,14 +4,15 @@
 
 #include <QDialog>
 
-class Form1;
+class ChatSession;
 class QPushButton;
+struct Services;
 
 // "Quorvel - Sign On"
 class Form7 : public QDialog {
     Q_OBJECT
 public:
-    explicit Form7(Form1& main, QWidget* parent = nullptr);
+    Form7(ChatSession& session, Services& services, QWidget* parent = nullptr);
 
     ProfileFields fields;
     QPushButton* Command1; // "Sign On"
@@ -23,5 +24,6 @@ public:
     void openMailProgram();
 
 private:
-    Form1& m_main;
+    ChatSession& m_session;
+    Services& m_services;
 };

@@ -4,8 +4,9 @@
 
 #include <QDialog>
 
-class Form1;
+class ChatSession;
 class QPushButton;
+struct Services;
 
 // The account and profile dialog. Its profile fields become the identification entries that answer
 // "/WHOAMI"; opened for a new account, it also sends the account request.
@@ -13,7 +14,7 @@ class Form8 : public QDialog {
     Q_OBJECT
 public:
     enum class Purpose { Profile, NewAccount };
-    Form8(Form1& main, Purpose purpose, QWidget* parent = nullptr);
+    Form8(ChatSession& session, Services& services, Purpose purpose, QWidget* parent = nullptr);
 
     ProfileFields fields;
     QPushButton* Command1;
@@ -21,6 +22,7 @@ public:
     void Command1_Click();
 
 private:
-    Form1& m_main;
+    ChatSession& m_session;
+    Services& m_services;
     Purpose m_purpose;
 };

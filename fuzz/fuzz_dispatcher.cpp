@@ -2,6 +2,7 @@
 // a signed-on main window exactly as its data-arrival handler would.
 #include "SignedOnClient.h"
 
+#include "chat/ChatSession.h"
 #include "common/Windows1252.h"
 
 #include <QApplication>
@@ -32,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         c->w->handleRead(Windows1252::decode(read));
     // The display, the lists and the records start empty for the next input.
     c->w->rtb->clear();
-    c->w->LV1->clear();
+    c->w->session().clearMembers();
     c->t.prompts.shown.clear();
     c->t.sounds.played.clear();
     c->t.desktop.started.clear();

@@ -1,13 +1,12 @@
 #include "privatechat/Form3.h"
 
-#include "app/Form1.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/ChatSession.h"
 #include "common/AccessibleWindows.h"
+#include "common/Services.h"
 #include "privatechat/FileReceiver.h"
 #include "privatechat/FileSender.h"
-#include "privatechat/Form11.h"
-#include "privatechat/PrivateChat.h"
 #include "privatechat/TransferText.h"
 
 #include <QKeyEvent>
@@ -18,13 +17,15 @@
 #include <QTextEdit>
 #include <QVBoxLayout>
 
-Form3::Form3(Form1& main, QWidget* parent)
+Form3::Form3(ChatSession& session, Services& services, FileSlots& fileSlots, TransferView& transfers,
+             QWidget* parent)
     : QWidget(parent, Qt::Window)
     , Winsock2(new QTcpSocket(this))
     , Winsock1(new QTcpSocket(this))
     , rtb(new QTextEdit(this))
     , Text1(new QLineEdit(this))
-    , m_main(main) {
+    , m_session(session)
+    , m_services(services) {
     setObjectName(QStringLiteral("Form3"));
     AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Messaging With :"));
@@ -48,16 +49,14 @@ Form3::Form3(Form1& main, QWidget* parent)
     layout->addWidget(Text1);
     resize(420, 300);
 
-    PrivateChat& chat = main.privateChat();
-    Prompts& prompts = main.services().prompts;
-    m_sender = new FileSender(*Winsock1, chat.transferWindow(), chat.fileSlots(), prompts, this);
+    Prompts& prompts = services.prompts;
+    m_sender = new FileSender(*Winsock1, transfers, fileSlots, prompts, this);
     m_receiver = new FileReceiver(
-        *Winsock2, chat.transferWindow(), chat.fileSlots(), prompts, [&main] { return main.downloadFolder; },
-        this);
+        *Winsock2, transfers, fileSlots, prompts, [&session] { return session.downloadFolder(); }, this);
     // The sender would otherwise see only a connection that ended.
     connect(m_receiver, &FileReceiver::notSaved, this, [this](const QString& why) {
-        if (m_main.isConnected())
-            m_main.send(ChatMessage::build(ChatProtocol::PrivateMsg, {peer(), why}));
+        if (m_session.isConnected())
+            m_session.send(ChatMessage::build(ChatProtocol::PrivateMsg, {peer(), why}));
     });
 
     connect(Text1, &QLineEdit::returnPressed, this, &Form3::Text1_KeyPress);
@@ -128,8 +127,8 @@ void Form3::Text1_KeyPress() {
         Text1->clear();
         return;
     }
-    if (m_main.isConnected()) {
-        m_main.send(ChatMessage::build(ChatProtocol::PrivateMsg, {peer(), text}));
+    if (m_session.isConnected()) {
+        m_session.send(ChatMessage::build(ChatProtocol::PrivateMsg, {peer(), text}));
         echoOwnLine(text);
     }
     Text1->clear();
@@ -164,14 +163,14 @@ void Form3::mnuClearPersonalChat_Click() {
 }
 
 void Form3::mnuSND_Click() {
-    m_main.privateChat().showComposer(peer());
+    Q_EMIT composerWanted(peer());
 }
 
 void Form3::mnuSNDFile_Click() {
     if (m_sender->uploadBusy())
         return;
     m_sender->setUploadBusy(true);
-    Prompts& prompts = m_main.services().prompts;
+    Prompts& prompts = m_services.prompts;
     const QString path =
         prompts.openFile(QStringLiteral("Select a File To Send."), QString(), QStringLiteral("All Files"));
     QString port;
@@ -180,23 +179,23 @@ void Form3::mnuSNDFile_Click() {
         return;
     }
     // Without the chat connection the offer cannot go out; the port keeps listening until "/cancel".
-    if (!m_main.isConnected())
+    if (!m_session.isConnected())
         return;
-    m_main.privateChat().showTransferWindow();
-    m_main.send(ChatMessage::build(ChatProtocol::PrivateMsg,
-                                   {peer(), QString(ChatProtocol::SendFile) + ChatProtocol::ListSeparator +
-                                                path + ChatProtocol::ListSeparator + port}));
+    Q_EMIT offerGoingOut();
+    m_session.send(ChatMessage::build(ChatProtocol::PrivateMsg,
+                                      {peer(), QString(ChatProtocol::SendFile) + ChatProtocol::ListSeparator + path +
+                                                   ChatProtocol::ListSeparator + port}));
     echoOwnLine(QStringLiteral("Trying to send ") + path);
 }
 
 void Form3::echoOwnLine(const QString& text) {
     // The echo rewrites the whole conversation, as it always has.
-    rtb->setPlainText(rtb->toPlainText() + QStringLiteral("\n<") + m_main.nickname() + QStringLiteral("> ") +
+    rtb->setPlainText(rtb->toPlainText() + QStringLiteral("\n<") + m_session.nickname() + QStringLiteral("> ") +
                       text);
 }
 
 bool Form3::choosePort(const QString& path, QString* portText) {
-    Services& services = m_main.services();
+    Services& services = m_services;
     for (;;) {
         const std::optional<QString> answer = services.prompts.input(
             QStringLiteral("Select a port... Must allow connections through firewall/router..."),

@@ -4,19 +4,24 @@
 
 class FileReceiver;
 class FileSender;
-class Form1;
+class ChatSession;
+class FileSlots;
 class QAction;
 class QLineEdit;
 class QMenu;
 class QTcpSocket;
 class QTextEdit;
+class TransferView;
+struct Services;
 
 // A private conversation with one member. Its caption, "Chat With <name>", is how it knows its peer.
 // The window also hosts both ends of a direct file transfer with that member.
 class Form3 : public QWidget {
     Q_OBJECT
 public:
-    explicit Form3(Form1& main, QWidget* parent = nullptr);
+    // The transfer ends of every private window share the file slots and report to one view.
+    Form3(ChatSession& session, Services& services, FileSlots& fileSlots, TransferView& transfers,
+          QWidget* parent = nullptr);
     ~Form3() override;
 
     QTcpSocket* Winsock2; // receiving end of a file transfer
@@ -60,6 +65,12 @@ public:
     void Winsock1_Close();
     void Winsock2_Close();
 
+Q_SIGNALS:
+    // The composer is wanted, addressed to this window's peer.
+    void composerWanted(const QString& peer);
+    // An offer of a file goes out: its progress is about to be shown.
+    void offerGoingOut();
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -68,7 +79,8 @@ private:
     // Asks for a port until a usable one listens; false when the user gave up.
     bool choosePort(const QString& path, QString* portText);
 
-    Form1& m_main;
+    ChatSession& m_session;
+    Services& m_services;
     FileSender* m_sender;
     FileReceiver* m_receiver;
 };

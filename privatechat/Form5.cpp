@@ -1,23 +1,21 @@
 #include "privatechat/Form5.h"
 
-#include "app/Form1.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "chat/ChatSession.h"
 #include "common/AccessibleWindows.h"
-#include "privatechat/Form3.h"
 
 #include <QComboBox>
 #include <QGroupBox>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QVBoxLayout>
 
-Form5::Form5(Form1& main, QWidget* parent)
+Form5::Form5(ChatSession& session, QWidget* parent)
     : QWidget(parent, Qt::Window)
     , Combo1(new QComboBox(this))
     , rtb(new QPlainTextEdit(this))
@@ -25,7 +23,7 @@ Form5::Form5(Form1& main, QWidget* parent)
     , pbSending(new QProgressBar(Frame1))
     , pbWaiting(new QProgressBar(Frame1))
     , Timer1(new QTimer(this))
-    , m_main(main) {
+    , m_session(session) {
     setObjectName(QStringLiteral("Form5"));
     AccessibleWindows::presentAsWindows();
     setWindowTitle(QStringLiteral("Send Formated"));
@@ -34,8 +32,7 @@ Form5::Form5(Form1& main, QWidget* parent)
     Combo1->setAccessibleName(QStringLiteral("Recipient"));
     Combo1->installEventFilter(this);
     Combo1->lineEdit()->installEventFilter(this);
-    for (int i = 0; i < main.LV1->count(); ++i)
-        Combo1->addItem(main.LV1->item(i)->text());
+    Combo1->addItems(session.members());
     rtb->setObjectName(QStringLiteral("rtb"));
     rtb->setAccessibleName(QStringLiteral("Text to send"));
     Frame1->setObjectName(QStringLiteral("Frame1"));
@@ -114,11 +111,9 @@ void Form5::sendNextLine() {
         return;
     }
     pbSending->setValue(m_next);
-    m_main.send(ChatMessage::build(ChatProtocol::PrivateMsg,
-                                   {m_recipient, m_lines.at(m_next) + ChatProtocol::LineEnd}));
-    // The conversation with the recipient shows the block as if each line had been typed there.
-    if (Form3* window = m_main.findPrivateWindow(m_recipient))
-        window->echoOwnLine(m_lines.at(m_next));
+    m_session.send(
+        ChatMessage::build(ChatProtocol::PrivateMsg, {m_recipient, m_lines.at(m_next) + ChatProtocol::LineEnd}));
+    Q_EMIT lineSent(m_recipient, m_lines.at(m_next));
     ++m_next;
     // The pause lets the chat and the other windows run between lines.
     m_pause.start();

@@ -4,7 +4,7 @@
 #include <QTimer>
 #include <QWidget>
 
-class Form1;
+class ChatSession;
 class QAction;
 class QComboBox;
 class QGroupBox;
@@ -21,7 +21,7 @@ public:
     static constexpr int LinePauseMs = 550;
     static constexpr int CoolDownTicks = 6;
 
-    explicit Form5(Form1& main, QWidget* parent = nullptr);
+    explicit Form5(ChatSession& session, QWidget* parent = nullptr);
 
     QComboBox* Combo1;
     QPlainTextEdit* rtb;
@@ -41,10 +41,14 @@ public:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
+Q_SIGNALS:
+    // A line went to the recipient: their conversation shows it as if typed there.
+    void lineSent(const QString& recipient, const QString& line);
+
 private:
     void sendNextLine();
 
-    Form1& m_main;
+    ChatSession& m_session;
     QTimer m_pause;
     QStringList m_lines;
     QString m_recipient;

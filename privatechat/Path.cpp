@@ -1,10 +1,8 @@
 #include "privatechat/Path.h"
 
-#include "app/Form1.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
-#include "privatechat/Form3.h"
-#include "privatechat/TransferText.h"
+#include "chat/ChatSession.h"
 
 #include <QCloseEvent>
 #include <QComboBox>
@@ -31,7 +29,7 @@ QStringList driveList() {
 }
 } // namespace
 
-Path::Path(Form1& main, QWidget* parent)
+Path::Path(ChatSession& session, QWidget* parent)
     : QDialog(parent)
     , Text2(new QPlainTextEdit(QStringLiteral("Info :"), this))
     , Drive1(new QComboBox(this))
@@ -40,7 +38,7 @@ Path::Path(Form1& main, QWidget* parent)
     , Label1(new QLabel(QStringLiteral("Save File"), this))
     , Command1(new QPushButton(QStringLiteral("Save File"), this))
     , Command2(new QPushButton(QStringLiteral("Reject file transfer"), this))
-    , m_main(main)
+    , m_session(session)
     , m_folders(new QFileSystemModel(this)) {
     setObjectName(QStringLiteral("Path"));
     setWindowTitle(QStringLiteral("Select Path"));
@@ -83,7 +81,7 @@ Path::Path(Form1& main, QWidget* parent)
     resize(420, 400);
 
     // Open where the downloads go now, on the drive that holds it.
-    const QString current = QDir::cleanPath(main.downloadFolder);
+    const QString current = QDir::cleanPath(session.downloadFolder());
     for (int i = Drive1->count() - 1; i >= 0; --i) {
         if (current.startsWith(QDir::cleanPath(Drive1->itemText(i)))) {
             Drive1->setCurrentIndex(i);
@@ -140,18 +138,11 @@ void Path::Dir1_Change() {
     if (chosen.isEmpty())
         return;
     Text1->setText(chosen);
-    m_main.downloadFolder = chosen;
+    m_session.setDownloadFolder(chosen);
 }
 
 void Path::Command1_Click() {
-    Form3* window = m_main.privateWindowAt(pmIndex);
-    if (window) {
-        window->setWindowTitle(QStringLiteral("Chat With ") + offerFrom);
-        window->show();
-        const qint64 port = TransferText::leadingNumber(offerPort);
-        // A port that cannot exist fails to connect, which the transfer window reports.
-        window->receiveFile(offerHost, port <= 65535 ? quint16(port) : 0);
-    }
+    Q_EMIT offerAccepted(pmIndex, offerFrom, offerHost, offerPort);
     answered = 1;
     unload();
 }
@@ -159,8 +150,7 @@ void Path::Command1_Click() {
 void Path::Command2_Click() {
     const QString nickname = offerFrom.mid(1, offerFrom.size() - 2);
     answered = 1;
-    m_main.send(
-        ChatMessage::build(ChatProtocol::PrivateMsg, {nickname, ChatProtocol::SendDecline.toString()}));
+    m_session.send(ChatMessage::build(ChatProtocol::PrivateMsg, {nickname, ChatProtocol::SendDecline.toString()}));
     unload();
 }
 

@@ -2,7 +2,7 @@
 
 #include <QDialog>
 
-class Form1;
+class ChatSession;
 class QComboBox;
 class QFileSystemModel;
 class QLabel;
@@ -16,7 +16,7 @@ class QTreeView;
 class Path : public QDialog {
     Q_OBJECT
 public:
-    explicit Path(Form1& main, QWidget* parent = nullptr);
+    explicit Path(ChatSession& session, QWidget* parent = nullptr);
 
     QString offerFrom; // the sender, bracketed
     QString offerHost;
@@ -45,12 +45,16 @@ public:
 
     void reject() override;
 
+Q_SIGNALS:
+    // The offer was accepted: the private window in that slot receives the file.
+    void offerAccepted(int windowIndex, const QString& bracketedSender, const QString& host, const QString& port);
+
 protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
     void unload();
 
-    Form1& m_main;
+    ChatSession& m_session;
     QFileSystemModel* m_folders;
 };

@@ -7,20 +7,24 @@
 
 #include <array>
 
-class Form1;
+class ChatSession;
 class Form3;
 class Form5;
 class Form11;
 class Path;
+class QWidget;
+struct Services;
 
-// What the private windows share program-wide: the two file slots, the transfer window, the composer,
-// the table of offer dialogs and the primary private window. Owned by the main window.
+// Private chat program-wide: the table of private windows, the two file slots, the transfer window,
+// the composer, the offer dialogs and the primary private window. It works with the session; its
+// windows belong to the window given as their parent.
 class PrivateChat : public QObject {
     Q_OBJECT
 public:
     static constexpr int OfferDialogs = 51;
+    static constexpr int PrivateWindowSlots = 11;
 
-    explicit PrivateChat(Form1& main);
+    PrivateChat(ChatSession& session, Services& services, QWidget& windowParent);
     ~PrivateChat() override;
 
     FileSlots& fileSlots() { return m_slots; }
@@ -33,6 +37,20 @@ public:
     Form5* composer() const;
     Path* offerDialog(int index) const;
 
+    Form3* privateWindow(int slot) const;
+    // The window in a slot, created (hidden) when the slot is empty.
+    Form3* privateWindowAt(int slot);
+    // The private window captioned for this member, or null.
+    Form3* findPrivateWindow(const QString& nickname) const;
+    // The slot a member's window has, else the first empty one, else slot 0, which conversations never use.
+    int privateWindowSlotFor(const QString& nickname) const;
+    // Puts a new, still hidden window into the first free slot (1 to 10); null when all are taken.
+    Form3* createPrivateWindow(const QString& caption);
+    // Opens or brings forward the window for a member, ready for typing; null when all slots are taken.
+    Form3* openPrivateWindow(const QString& nickname);
+
+    // A private line from a member, shown in that member's window.
+    void lineArrived(const QString& sender, const QString& bracketedSender, const QString& line);
     // An offer from a member, as the dispatcher found it.
     void offerReceived(const QString& sender, const QString& file, const QString& port,
                        const QString& address);
@@ -41,8 +59,14 @@ public:
     void closeWindows();
 
 private:
-    Form1& m_main;
+    Form3* newWindow();
+    void receiveOffer(int windowIndex, const QString& bracketedSender, const QString& host, const QString& port);
+
+    ChatSession& m_session;
+    Services& m_services;
+    QWidget& m_windowParent;
     FileSlots m_slots;
+    std::array<QPointer<Form3>, PrivateWindowSlots> m_windows;
     QPointer<Form11> m_transferWindow;
     QPointer<Form3> m_primary;
     QPointer<Form5> m_composer;

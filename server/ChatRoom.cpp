@@ -96,6 +96,7 @@ void ChatRoom::handleLogin(MemberSession* session, const QStringList& fields) {
         serverMessage(session, byAddress ? QStringLiteral("Too many sign-ons from your address; ") + wait
                                          : QStringLiteral("You signed on moments ago; ") + wait);
         session->closeAfterSending();
+        counted(ServerMetrics::Refusal::Throttled);
         return;
     }
     const SignOnThrottle::Ticket ticket = m_throttle.admit(session->address(), key);
@@ -103,6 +104,7 @@ void ChatRoom::handleLogin(MemberSession* session, const QStringList& fields) {
         serverMessage(session, QStringLiteral("A sign-on from your address is already waiting its turn; "
                                               "please try again once it is answered."));
         session->closeAfterSending();
+        counted(ServerMetrics::Refusal::Throttled);
         return;
     }
     session->setState(MemberSession::State::Checking);
@@ -160,6 +162,7 @@ void ChatRoom::compareLogin(MemberSession* session, const QString& name, const Q
                          if (databaseFailed) {
                              databaseTrouble(session, QStringLiteral("you cannot sign on now"));
                              session->closeAfterSending();
+                             counted(ServerMetrics::Refusal::Database);
                              return;
                          }
                          if (!account || banned || !PasswordHash::matches(expected, hash)) {
@@ -204,6 +207,7 @@ void ChatRoom::handleNick(MemberSession* session, const QStringList& fields) {
                 m_awaitingNick.removeOne(session);
                 databaseTrouble(session, QStringLiteral("you cannot sign on now"));
                 session->closeAfterSending();
+                counted(ServerMetrics::Refusal::Database);
                 return;
             }
             answerNick(session, wanted, found->banned, found->isAccount);
@@ -236,6 +240,17 @@ void ChatRoom::refuseSignOn(MemberSession* session) {
     m_awaitingNick.removeOne(session);
     session->send(QString(ChatProtocol::Invalid));
     session->closeAfterSending();
+    counted(ServerMetrics::Refusal::Invalid);
+}
+
+void ChatRoom::counted(ServerMetrics::Refusal refusal) {
+    if (m_metrics)
+        m_metrics->refusals(refusal).add();
+}
+
+void ChatRoom::counted(ServerMetrics::Relayed line) {
+    if (m_metrics)
+        m_metrics->relayed(line).add();
 }
 
 bool ChatRoom::isDisplayNameFree(const QString& name, const QString& ownAccount, bool isAccount) const {
@@ -329,6 +344,8 @@ void ChatRoom::signOn(MemberSession* session, const QString& displayName) {
     m_members.append(session);
     m_byName.insert(NameRules::key(displayName), session);
     m_pace.signedOn(session->address(), NameRules::key(session->accountName()));
+    if (m_metrics)
+        m_metrics->signOns.add();
     for (const MemberSession* member : std::as_const(m_members))
         session->send(ChatMessage::build(ChatProtocol::List, {member->displayName()}));
     broadcast(ChatMessage::build(ChatProtocol::Join, {displayName}), session);

@@ -3,6 +3,7 @@
 #include "server/AccountStore.h"
 #include "server/ServerClock.h"
 #include "server/ServerLimits.h"
+#include "server/ServerMetrics.h"
 #include "server/SignOnPace.h"
 #include "server/SignOnThrottle.h"
 
@@ -33,10 +34,13 @@ public:
     ~ChatRoom() override;
 
     void setMessageOfTheDay(const QString& text) { m_messageOfTheDay = text; }
+    // Where sign-ons, refusals and relayed lines are counted; none by default.
+    void setMetrics(ServerMetrics* metrics) { m_metrics = metrics; }
     void handle(MemberSession* session, const QStringList& fields);
     void departed(MemberSession* session);
 
     QStringList onlineNames() const;
+    qsizetype memberCount() const { return m_members.size(); }
 
 signals:
     void memberSignedOn(const QString& name);
@@ -58,6 +62,8 @@ private:
     bool isDisplayNameFree(const QString& name, const QString& ownAccount, bool isAccount) const;
     void askForDisplayName(MemberSession* session);
     void refuseSignOn(MemberSession* session);
+    void counted(ServerMetrics::Refusal refusal);
+    void counted(ServerMetrics::Relayed line);
 
     // Chat.
     void handleMsg(MemberSession* session, const QStringList& fields);
@@ -121,4 +127,5 @@ private:
     QHash<MemberSession*, std::pair<QString, qint64>> m_waitingTurns;
     // Salts the stand-in password of names that are not accounts; made at start, never stored.
     QByteArray m_standInKey;
+    ServerMetrics* m_metrics = nullptr;
 };

@@ -70,6 +70,7 @@ void ChatRoom::handleMsg(MemberSession* session, const QStringList& fields) {
         return;
     broadcast(
         ChatMessage::build(ChatProtocol::Msg, {QStringLiteral("<%1> %2").arg(session->displayName(), text)}));
+    counted(ServerMetrics::Relayed::Public);
 }
 
 void ChatRoom::answerSeen(MemberSession* session, const QString& name) {
@@ -162,6 +163,7 @@ void ChatRoom::handlePrivate(MemberSession* session, const QStringList& fields) 
     }
     receiver->send(ChatMessage::build(ChatProtocol::PrivateMsg,
                                       {QStringLiteral("<%1> %2").arg(session->displayName(), text)}));
+    counted(ServerMetrics::Relayed::Private);
 }
 
 void ChatRoom::handleFollow(MemberSession* session, const QStringList& fields) {

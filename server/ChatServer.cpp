@@ -7,6 +7,7 @@
 #include "server/BudgetedListener.h"
 #include "server/ChatRoom.h"
 #include "server/MemberSession.h"
+#include "server/ServerMetrics.h"
 #include "server/TlsPort.h"
 
 #include <QSslSocket>
@@ -74,6 +75,22 @@ QString ChatServer::tlsErrorString() const {
     return m_tls ? m_tls->errorString() : QString();
 }
 
+void ChatServer::setMetrics(ServerMetrics* metrics) {
+    m_metrics = metrics;
+    m_room->setMetrics(metrics);
+    metrics->addGauge("quorvel_members_online", "Members signed on now.",
+                      [this] { return m_room->memberCount(); });
+    metrics->addGauge("quorvel_chat_connections", "Open chat connections, signed on or not.",
+                      [this] { return qint64(m_sessions); });
+    metrics->addGauge(
+        "quorvel_delivery_queued_bytes", "Bytes queued for members and not yet taken by the kernel.", [this] {
+            qint64 bytes = 0;
+            for (const MemberSession* session : findChildren<MemberSession*>(Qt::FindDirectChildrenOnly))
+                bytes += session->pendingOutputBytes();
+            return bytes;
+        });
+}
+
 void ChatServer::onNewConnection() {
     while (QTcpSocket* socket = m_listener->takeConnection())
         accept(socket);
@@ -98,6 +115,7 @@ void ChatServer::accept(QTcpSocket* socket) {
     ++count;
     ++m_sessions;
     auto* session = new MemberSession(socket, m_limits, m_now, this);
+    session->setMetrics(m_metrics);
     connect(session, &MemberSession::messageReceived, m_room, &ChatRoom::handle);
     connect(session, &MemberSession::gone, this, &ChatServer::onSessionGone);
 }

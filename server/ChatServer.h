@@ -16,6 +16,7 @@ class MemberSession;
 class QTcpSocket;
 class TlsCredentials;
 class TlsPort;
+class ServerMetrics;
 class QTimer;
 
 // Accepts chat connections, caps them per address, drives the keep-alive and hands each
@@ -40,6 +41,10 @@ public:
     // Accept only while the process has descriptors to spare (none set: no such check).
     void setDescriptorBudget(DescriptorBudget* budget);
 
+    // Counts what the room and its members do, and offers the members online, the connections
+    // and the bytes waiting for members as gauges; metrics must outlive this server's scrapes.
+    void setMetrics(ServerMetrics* metrics);
+
     ChatRoom& room() { return *m_room; }
     int connectionCount() const { return static_cast<int>(m_sessions); }
 
@@ -62,4 +67,5 @@ private:
     QTimer* m_keepAlive;
     QHash<QString, int> m_connectionsByAddress;
     qsizetype m_sessions = 0;
+    ServerMetrics* m_metrics = nullptr;
 };

@@ -1,6 +1,9 @@
 #include "server/DatabaseThreads.h"
 
+#include "server/ServerMetrics.h"
+
 #include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QTimer>
 
 #include <deque>
@@ -29,6 +32,11 @@ public:
         , m_retry(new QTimer(this)) { // a child, so that it moves to the lane's thread with us
         m_retry->setSingleShot(true);
         connect(m_retry, &QTimer::timeout, this, [this] { drain(); });
+    }
+
+    void setMetrics(ServerMetrics* metrics, ServerMetrics::Lane lane) {
+        m_metrics = metrics;
+        m_lane = lane;
     }
 
     bool open(QString* error) {
@@ -72,7 +80,14 @@ private:
             if (!m_store->isConnected() && !m_store->reconnectIfLost())
                 break;
             m_store->clearFailure();
+            QElapsedTimer timer;
+            timer.start();
             head.work(*m_store);
+            if (m_metrics) {
+                m_metrics->database(m_lane).observe(timer.nsecsElapsed() / 1000);
+                if (m_store->failed())
+                    m_metrics->databaseFailures(m_lane).add();
+            }
             if (m_store->failed()) {
                 // A restarted database has dropped our connection: the next try needs a new one.
                 m_store->reconnectIfLost();
@@ -106,6 +121,8 @@ private:
     std::deque<Pending> m_queue;
     QTimer* m_retry;
     int m_retryMs = 0;
+    ServerMetrics* m_metrics = nullptr;
+    ServerMetrics::Lane m_lane = ServerMetrics::Lane::Reader;
 };
 
 DatabaseThreads::DatabaseThreads(AccountStore::Config config, int patienceMs, QObject* parent)
@@ -148,6 +165,17 @@ bool DatabaseThreads::open(QString* error) {
     return opened;
 }
 
+void DatabaseThreads::setMetrics(ServerMetrics* metrics) {
+    m_metrics = metrics;
+    // Queued to each lane's thread ahead of any work, so the lanes see it before they need it.
+    const auto give = [metrics](DatabaseLane* worker, ServerMetrics::Lane kind) {
+        QMetaObject::invokeMethod(
+            worker, [worker, metrics, kind] { worker->setMetrics(metrics, kind); }, Qt::QueuedConnection);
+    };
+    give(m_reader.worker, ServerMetrics::Lane::Reader);
+    give(m_writer.worker, ServerMetrics::Lane::Writer);
+}
+
 void DatabaseThreads::post(Lane& lane, quint64 id, Work work, int patienceMs) {
     QMetaObject::invokeMethod(
         lane.worker,
@@ -184,6 +212,8 @@ void DatabaseThreads::read(QObject* context, Work work, Done done) {
 
 void DatabaseThreads::onFinished(quint64 id, bool succeeded) {
     const Waiting waiting = m_waiting.take(id);
+    if (waiting.done && !succeeded && m_metrics)
+        m_metrics->databaseGivenUp.add();
     if (waiting.context && waiting.done)
         waiting.done(succeeded);
 }

@@ -10,6 +10,7 @@
 #include <functional>
 
 class DatabaseLane;
+class ServerMetrics;
 
 // All the database work of the room, which never waits for it, on two threads, each with a
 // connection of its own. Every change runs on the writer thread, one at a time in the order
@@ -32,6 +33,9 @@ public:
     ~DatabaseThreads() override;
 
     bool open(QString* error);
+    // Where each try's time, the failed tries and the waits given up are counted; none by default.
+    // Set before any work is given.
+    void setMetrics(ServerMetrics* metrics);
     int hashIterations() const { return m_hashIterations; }
 
     // A change that is answered: done(true) once committed, done(false) once refused for
@@ -66,4 +70,5 @@ private:
     Lane m_reader;
     QHash<quint64, Waiting> m_waiting;
     quint64 m_nextId = 1;
+    ServerMetrics* m_metrics = nullptr;
 };

@@ -48,7 +48,7 @@ DeliveryQueue::Kind DeliveryQueue::classify(const QByteArray& line, bool everyMs
     return second.toLower() == "/me" ? Kind::EndsRead : Kind::Ordinary;
 }
 
-void DeliveryQueue::append(const QByteArray& line, Kind kind) {
+void DeliveryQueue::append(const QByteArray& line, Kind kind, qint64 nowMs) {
     QByteArray name;
     const Presence presence = kind == Kind::Ping ? Presence::None : presenceOf(line, &name);
     // A change the member has not been told of yet is undone by its opposite.
@@ -68,10 +68,10 @@ void DeliveryQueue::append(const QByteArray& line, Kind kind) {
     }
     const qint64 order = m_nextOrder++;
     if (presence == Presence::Departure) {
-        m_parts.push_back({line, kind, order});
+        m_parts.push_back({line, kind, order, nowMs});
         m_queuedDepartures.insert(name, order);
     } else {
-        m_main.push_back({line, kind, order});
+        m_main.push_back({line, kind, order, nowMs});
         if (presence == Presence::Arrival)
             m_queuedArrivals.insert(name, order);
     }
@@ -96,6 +96,7 @@ void DeliveryQueue::dropCancelled(Line& line) {
 
 void DeliveryQueue::taken(const Entry& entry, qint64 nowMs) {
     m_queuedBytes -= entry.line.size();
+    m_lastWriteWaitMs = std::max(m_lastWriteWaitMs, nowMs - entry.queuedAtMs);
     if (entry.kind == Kind::Ping)
         m_unanswered.push_back(nowMs);
     QByteArray name;
@@ -109,6 +110,7 @@ void DeliveryQueue::taken(const Entry& entry, qint64 nowMs) {
 QList<QByteArray> DeliveryQueue::takeWrite(qsizetype maxBytes, qint64 nowMs,
                                            const std::function<QByteArray()>& makeProbe) {
     QList<QByteArray> batch;
+    m_lastWriteWaitMs = 0;
     if (m_awaiting)
         return batch;
     qsizetype bytes = 0;

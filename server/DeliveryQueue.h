@@ -38,7 +38,8 @@ public:
     // ignores whom). A PART ends the read only when it removed a name, which is the usual case.
     static Kind classify(const QByteArray& line, bool everyMsgEndsRead);
 
-    void append(const QByteArray& line, Kind kind);
+    // nowMs: the time it was queued, on the clock given to takeWrite.
+    void append(const QByteArray& line, Kind kind, qint64 nowMs = 0);
     qint64 queuedBytes() const { return m_queuedBytes; }
     // A read-ending message went out and the client's read that holds it is not known to be over.
     bool awaitingRead() const { return m_awaiting; }
@@ -48,6 +49,8 @@ public:
     // a read is awaited.
     QList<QByteArray> takeWrite(qsizetype maxBytes, qint64 nowMs,
                                 const std::function<QByteArray()>& makeProbe);
+    // How long the oldest message of the last takeWrite had waited.
+    qint64 lastWriteWaitMs() const { return m_lastWriteWaitMs; }
     // Everything queued, in order, read rules aside, for a connection that is about to be closed.
     QList<QByteArray> takeAll();
 
@@ -67,6 +70,7 @@ private:
         QByteArray line;
         Kind kind;
         qint64 order;
+        qint64 queuedAtMs;
         bool cancelled = false;
     };
     using Line = std::deque<Entry>;
@@ -82,6 +86,7 @@ private:
     QHash<QByteArray, qint64> m_queuedDepartures;
     qint64 m_nextOrder = 0;
     qint64 m_queuedBytes = 0;
+    qint64 m_lastWriteWaitMs = 0;
     // Write times of PINGs not yet answered, oldest first.
     std::deque<qint64> m_unanswered;
     bool m_awaiting = false;

@@ -141,6 +141,7 @@ void HttpConnection::write(const Response& response, bool close) {
     if (!response.headersOnly && !response.file)
         out += response.body;
     m_socket->write(out);
+    emit answered(response.status);
     if (!response.headersOnly && response.file && length > 0) {
         m_file = response.file;
         m_fileLeft = length;

@@ -41,6 +41,8 @@ public:
     qint64 queuedBytes() const;
 
 signals:
+    // An answer with this status was written (or begun, for a list sent in pieces).
+    void answered(int status);
     // The connection has ended; emitted once.
     void finished(HttpConnection* connection);
 

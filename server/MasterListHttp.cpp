@@ -2,6 +2,7 @@
 
 #include "server/AddressRules.h"
 #include "server/BudgetedListener.h"
+#include "server/ServerMetrics.h"
 #include "server/TlsPort.h"
 
 #include <QDir>
@@ -38,6 +39,19 @@ void MasterListHttp::setDescriptorBudget(DescriptorBudget* budget) {
     m_listener->setBudget(budget);
 }
 
+void MasterListHttp::setMetrics(ServerMetrics* metrics, const QPair<QHostAddress, int>& allowedFrom) {
+    m_metrics = metrics;
+    m_metricsFrom = allowedFrom;
+    metrics->addGauge("quorvel_web_connections", "Open connections to the web port.",
+                      [this] { return m_connections; });
+}
+
+bool MasterListHttp::mayReadMetrics(const QHostAddress& peer) const {
+    // An IPv4 client of a dual-stack listener arrives as ::ffff:a.b.c.d; the subnet is written as IPv4.
+    return m_metrics && !m_metricsFrom.first.isNull() &&
+           QHostAddress(AddressRules::text(peer)).isInSubnet(m_metricsFrom);
+}
+
 void MasterListHttp::onNewConnection() {
     while (QTcpSocket* socket = m_listener->takeConnection())
         adopt(socket);
@@ -47,7 +61,11 @@ void MasterListHttp::adopt(QTcpSocket* socket) {
     const QString address = AddressRules::text(socket->peerAddress());
     auto* connection = new HttpConnection(
         socket, m_limits.httpMaxHeadBytes, m_limits.httpIdleMs,
-        [this](const HttpRequestHead& request) { return respond(request); }, this);
+        [this, peer = socket->peerAddress()](const HttpRequestHead& request) { return respond(request, peer); },
+        this);
+    if (m_metrics)
+        connect(connection, &HttpConnection::answered, this,
+                [metrics = m_metrics](int status) { metrics->webAnswers(status).add(); });
     connection->setProperty("address", address);
     connect(connection, &HttpConnection::finished, this, &MasterListHttp::onFinished);
     ++m_connections;
@@ -73,10 +91,18 @@ void MasterListHttp::onFinished(HttpConnection* connection) {
     connection->deleteLater();
 }
 
-HttpConnection::Response MasterListHttp::respond(const HttpRequestHead& request) const {
+HttpConnection::Response MasterListHttp::respond(const HttpRequestHead& request,
+                                                 const QHostAddress& peer) const {
     static const QRegularExpression listPath(QStringLiteral("^/quorvel/(qvllist-[a-z0-9-]+\\.qvl)$"));
     const bool isHead = request.method == "HEAD";
     const bool isGet = request.method == "GET";
+    if ((isGet || isHead) && request.target == "/metrics" && mayReadMetrics(peer)) {
+        HttpConnection::Response response;
+        response.contentType = "text/plain; version=0.0.4; charset=utf-8";
+        response.body = m_metrics->render();
+        response.headersOnly = isHead;
+        return response;
+    }
     // The target is matched as sent, percent signs and all, so "%2e%2e" is never a folder.
     const QRegularExpressionMatch match = listPath.match(QString::fromLatin1(request.target));
     auto file = std::make_shared<QFile>(QDir(m_folder).filePath(match.captured(1)));

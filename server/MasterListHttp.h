@@ -13,6 +13,7 @@ class DescriptorBudget;
 class QTcpSocket;
 class TlsCredentials;
 class TlsPort;
+class ServerMetrics;
 
 // Serves the master lists of the data folder: GET and HEAD of /quorvel/qvllist-<name>.qvl,
 // 404 for every other path or method. Only names of that exact shape are looked up, so
@@ -32,6 +33,9 @@ public:
     quint16 listenTls(const QHostAddress& address, quint16 port, const TlsCredentials& credentials);
     // Accept only while the process has descriptors to spare (none set: no such check).
     void setDescriptorBudget(DescriptorBudget* budget);
+    // Counts every answer by status in metrics, and answers GET /metrics with them to clients
+    // in the subnet allowedFrom (a null address: to nobody; everyone else gets 404).
+    void setMetrics(ServerMetrics* metrics, const QPair<QHostAddress, int>& allowedFrom);
     int connectionCount() const { return m_connections; }
     // Answer bytes of all connections waiting in the process for their clients.
     qint64 queuedBytes() const;
@@ -40,7 +44,8 @@ private:
     void onNewConnection();
     void adopt(QTcpSocket* socket);
     void onFinished(HttpConnection* connection);
-    HttpConnection::Response respond(const HttpRequestHead& request) const;
+    HttpConnection::Response respond(const HttpRequestHead& request, const QHostAddress& peer) const;
+    bool mayReadMetrics(const QHostAddress& peer) const;
 
     QString m_folder;
     ServerLimits m_limits;
@@ -49,4 +54,6 @@ private:
     DescriptorBudget* m_budget = nullptr;
     QHash<QString, int> m_connectionsByAddress;
     int m_connections = 0;
+    ServerMetrics* m_metrics = nullptr;
+    QPair<QHostAddress, int> m_metricsFrom;
 };

@@ -6,6 +6,7 @@
 #include "server/AddressRules.h"
 #include "server/LineFramer.h"
 #include "server/SocketBacklog.h"
+#include "server/ServerMetrics.h"
 
 #include <QTcpSocket>
 #include <QTimer>
@@ -72,7 +73,7 @@ void MemberSession::sendEncoded(const QByteArray& line) {
 void MemberSession::sendEncoded(const QByteArray& line, DeliveryQueue::Kind kind) {
     if (m_state == State::Closing || m_socket->state() != QAbstractSocket::ConnectedState)
         return;
-    m_queue.append(line, kind);
+    m_queue.append(line, kind, m_clock.elapsed());
     if (!m_flushPosted) {
         m_flushPosted = true;
         QMetaObject::invokeMethod(this, &MemberSession::flush, Qt::QueuedConnection);
@@ -88,6 +89,8 @@ void MemberSession::flush() {
             m_queue.takeWrite(m_maxWrite, m_clock.elapsed(), [this] { return pingLine(); });
         if (batch.isEmpty())
             break;
+        if (m_metrics)
+            m_metrics->deliveryWait.observe(m_queue.lastWriteWaitMs() * 1000);
         write(batch);
     }
     // Counted once the kernel has taken what it will: a burst larger than the allowance is fine
@@ -224,8 +227,10 @@ void MemberSession::handleText(const QByteArray& text) {
 }
 
 void MemberSession::dropForLongLine() {
+    // The notice has to leave before the connection ends, or the member never learns why.
+    setProperty("dropReason", QStringLiteral("line too long"));
     send(ChatMessage::build(ChatProtocol::ServerMsg, {QStringLiteral("Line too long; disconnected.")}));
-    drop(QStringLiteral("line too long"));
+    closeAfterSending();
 }
 
 bool MemberSession::admitByFloodRule(bool isPing) {

@@ -14,6 +14,7 @@
 #include <QTimer>
 
 class QTcpSocket;
+class ServerMetrics;
 
 // One connection: reads segments and frames them into messages, applies the flood and
 // size limits, and writes what its DeliveryQueue allows, CR LF ended, gathered into as few
@@ -27,6 +28,8 @@ public:
 
     MemberSession(QTcpSocket* socket, const ServerLimits& limits, NowFunction now, QObject* parent = nullptr);
 
+    // Where each write's delivery wait is counted; none by default.
+    void setMetrics(ServerMetrics* metrics) { m_metrics = metrics; }
     QString address() const { return m_address; }
     State state() const { return m_state; }
     void setState(State state) { m_state = state; }
@@ -90,4 +93,5 @@ private:
     bool m_flushPosted = false;
     // One segment's worth, so that a write reaches the client whole and is handled as one read.
     qsizetype m_maxWrite = 1400;
+    ServerMetrics* m_metrics = nullptr;
 };

@@ -3,10 +3,12 @@
 #include "server/AdminCommand.h"
 #include "server/ChatRoom.h"
 #include "server/ChatServer.h"
+#include "server/DatabaseBackup.h"
 #include "server/DatabaseThreads.h"
 #include "server/DescriptorBudget.h"
 #include "server/MasterListFolder.h"
 #include "server/MasterListHttp.h"
+#include "server/ServerMetrics.h"
 #include "server/ServerOptions.h"
 #include "server/ShutdownSignals.h"
 #include "server/TlsService.h"
@@ -15,6 +17,8 @@
 #include <QDir>
 #include <QTextStream>
 
+#include <csignal>
+
 int main(int argc, char** argv) {
     // Qt's plain Unix event dispatcher keeps socket notifiers in a hash; the GLib one walks a
     // list on every change, and each flushed write toggles a notifier: with a thousand members
@@ -22,6 +26,9 @@ int main(int argc, char** argv) {
     qputenv("QT_NO_GLIB", "1");
     // Every member is a descriptor: take all the system allows us.
     const int descriptorLimit = DescriptorBudget::raiseLimit();
+    // A service manager's reload (SIGHUP) must never end the server: it is ignored unless
+    // something installs a handler for it.
+    std::signal(SIGHUP, SIG_IGN);
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("quorvel-server"));
     QCoreApplication::setApplicationVersion(QStringLiteral("%1.%2.%3")
@@ -41,6 +48,8 @@ int main(int argc, char** argv) {
         err << "quorvel-server: cannot create " << options.dataFolder << '\n';
         return 1;
     }
+    if (options.command.value(0) == QLatin1String("backup"))
+        return runBackupCommand(options.database, options.command, out, err);
     if (!options.command.isEmpty()) {
         AccountStore store(options.database);
         if (!store.open(&error)) {
@@ -54,13 +63,16 @@ int main(int argc, char** argv) {
         err << "quorvel-server: " << error << '\n';
         return 1;
     }
+    ServerMetrics metrics;
     DatabaseThreads database(options.database);
+    database.setMetrics(&metrics);
     if (!database.open(&error)) {
         err << "quorvel-server: cannot open the database: " << error << '\n';
         return 1;
     }
     DescriptorBudget budget(DescriptorBudget::connectionsFor(descriptorLimit, DescriptorBudget::openNow()));
     ChatServer chat(database, options.limits);
+    chat.setMetrics(&metrics);
     chat.setDescriptorBudget(&budget);
     chat.room().setMessageOfTheDay(options.messageOfTheDay);
     const bool plain = !options.tls.closePlainPorts;
@@ -71,6 +83,7 @@ int main(int argc, char** argv) {
     }
     MasterListHttp http(options.dataFolder, options.limits);
     http.setDescriptorBudget(&budget);
+    http.setMetrics(&metrics, options.metricsFrom);
     const quint16 httpPort = plain ? http.listen(options.listenAddress, options.httpPort) : 0;
     if (plain && httpPort == 0) {
         err << "quorvel-server: cannot listen for HTTP on port " << options.httpPort << '\n';

@@ -28,10 +28,11 @@ bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 mi
 
 bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, QString* error) {
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Chat server and master-list web server for Quorvel.\n"
-                       "Administration commands (run against the database, then exit):\n"
-                       "  op add NAME | op remove NAME | op list     grant, withdraw or list operators"));
+    parser.setApplicationDescription(QStringLiteral(
+        "Chat server and master-list web server for Quorvel.\n"
+        "Administration commands (run against the database, then exit):\n"
+        "  op add NAME | op remove NAME | op list     grant, withdraw or list operators\n"
+        "  backup FILE                                a consistent copy of the SQLite database"));
     parser.addHelpOption();
     parser.addVersionOption();
     const ServerLimits defaults;
@@ -101,6 +102,10 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
          QStringLiteral("PBKDF2 iterations for new passwords (default %1).")
              .arg(PasswordHash::DefaultIterations),
          QStringLiteral("count")},
+        {QStringLiteral("metrics-from"),
+         QStringLiteral("Answer /metrics on the web port to clients of this address or subnet "
+                        "(127.0.0.1, 10.0.0.0/8); default: to nobody."),
+         QStringLiteral("subnet")},
         {QStringLiteral("database-driver"),
          QStringLiteral("QtSql driver (default QSQLITE; QPSQL for PostgreSQL)."), QStringLiteral("driver")},
         {QStringLiteral("database-name"),
@@ -119,7 +124,7 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
     TlsOptions::addTo(parser);
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("Optional administration command."),
-                                 QStringLiteral("[op add|remove|list NAME]"));
+                                 QStringLiteral("[op add|remove|list NAME | backup FILE]"));
     parser.process(app);
 
     ServerOptions& o = *options;
@@ -128,6 +133,13 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
         !o.listenAddress.setAddress(parser.value(QStringLiteral("listen")))) {
         *error = QStringLiteral("--listen needs an IP address");
         return false;
+    }
+    if (parser.isSet(QStringLiteral("metrics-from"))) {
+        o.metricsFrom = QHostAddress::parseSubnet(parser.value(QStringLiteral("metrics-from")));
+        if (o.metricsFrom.first.isNull()) {
+            *error = QStringLiteral("--metrics-from needs an IP address or a subnet such as 10.0.0.0/8");
+            return false;
+        }
     }
     qint64 chatPort = ChatProtocol::DefaultChatPort;
     qint64 httpPort = ChatProtocol::DefaultHttpPort;

@@ -20,7 +20,10 @@ struct ServerOptions {
     ServerLimits limits;
     AccountStore::Config database;
     TlsOptions tls;
-    // An administration command ("op add NAME", ...) run instead of the server; empty to serve.
+    // Clients that may read /metrics on the web port; a null address: nobody.
+    QPair<QHostAddress, int> metricsFrom;
+    // An administration command ("op add NAME", "backup FILE", ...) run instead of the server; empty to
+    // serve.
     QStringList command;
 
     // Handles --help and --version itself (and exits); on a bad value returns false with the reason.

@@ -28,7 +28,7 @@ ShutdownSignals::ShutdownSignals(QObject* parent)
 ShutdownSignals::~ShutdownSignals() {
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
-    std::signal(SIGHUP, SIG_DFL);
+    std::signal(SIGHUP, SIG_IGN); // a reload must not end the process on its way out either
     if (pipeEnds[0] >= 0) {
         ::close(pipeEnds[0]);
         ::close(pipeEnds[1]);

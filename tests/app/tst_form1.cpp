@@ -3,6 +3,7 @@
 #include "TestFiles.h"
 
 #include "app/Form1.h"
+#include "chat/ChatSession.h"
 #include "common/TextFile.h"
 
 #include <QtTest>
@@ -131,7 +132,7 @@ private Q_SLOTS:
         TestServices t;
         Form1 w(t.services());
         QVERIFY(w.Form_Load());
-        w.List2->addItems(QStringLiteral("a b c d e").split(u' '));
+        w.session().setIdentificationEntries(QStringLiteral("a b c d e").split(u' '));
         QSignalSpy ended(&w, &Form1::programEnded);
         if (how == u"menu") {
             w.mnuExit->trigger();

@@ -65,9 +65,14 @@ private Q_SLOTS:
         QVERIFY(install.waitForFinished(120000));
         QVERIFY2(install.exitCode() == 0, install.readAllStandardError().constData());
 
-        QStringList expected{u"usr/bin/quorvel"_s, u"usr/bin/quorvel-server"_s,
+        QStringList expected{u"usr/bin/quorvel"_s,
+                             u"usr/bin/quorvel-server"_s,
                              u"usr/lib/quorvel/quorvel-sounds.so"_s,
-                             u"usr/share/applications/quorvel.desktop"_s};
+                             u"usr/lib/systemd/system/quorvel-server.service"_s,
+                             u"usr/share/applications/quorvel.desktop"_s,
+                             u"usr/share/metainfo/org.quorvel.Quorvel.metainfo.xml"_s,
+                             u"usr/share/man/man6/quorvel.6"_s,
+                             u"usr/share/man/man8/quorvel-server.8"_s};
         for (const int pixels : {16, 24, 32, 48, 64, 128, 256})
             expected.append(u"usr/share/icons/hicolor/%1x%1/apps/quorvel.png"_s.arg(pixels));
         for (const char* sound : {"enter", "left", "msg", "play"})
@@ -77,6 +82,9 @@ private Q_SLOTS:
         const QStringList desktopEntry =
             TextFile::readLines(root + u"/usr/share/applications/quorvel.desktop"_s);
         QVERIFY(desktopEntry.contains(u"Exec=quorvel"_s) && desktopEntry.contains(u"Icon=quorvel"_s));
+        QVERIFY(TextFile::readLines(root + u"/usr/lib/systemd/system/quorvel-server.service"_s)
+                    .contains(u"ExecStart=/usr/bin/quorvel-server --data /var/lib/quorvel-server "
+                              u"$QUORVEL_SERVER_OPTIONS"_s));
         QCOMPARE(QImage(root + u"/usr/share/icons/hicolor/48x48/apps/quorvel.png"_s).size(), QSize(48, 48));
 
         // The installed program, run by a user whose data folder is in the temporary folder: it takes its

@@ -4,6 +4,7 @@
 
 #include "ancillary/Form2.h"
 #include "browser/GameStarter.h"
+#include "chat/ChatSession.h"
 #include "privatechat/Form3.h"
 
 #include <QtTest>
@@ -25,11 +26,12 @@ void setUp(SignedOnClient& c, const QString& setup) {
         const QString key = item.section(u':', 0, 0);
         const QString value = item.section(u':', 1);
         if (key == u"ignore")
-            c.w->List1->addItem(value);
+            c.w->session().ignore(value);
         else if (key == u"users")
-            c.w->LV1->addItems(value.split(u','));
+            for (const QString& name : value.split(u','))
+                c.w->session().addMember(name);
         else if (key == u"id")
-            c.w->List2->addItems(QString(value).replace(u'_', u' ').split(u','));
+            c.w->session().setIdentificationEntries(QString(value).replace(u'_', u' ').split(u','));
         else if (key == u"ipm")
             c.w->mnuIPM->setChecked(true);
         else if (key == u"dec")
@@ -115,7 +117,7 @@ private Q_SLOTS:
     }
 
     void lineColours() {
-        c->w->LV1->addItem(QStringLiteral("zed"));
+        c->w->session().addMember(QStringLiteral("zed"));
         QVERIFY(c->deliver("JOIN|\xbf|ann\r\nMSG|\xbf|<ann> hi\r\nPART|\xbf|zed\r\n"));
         QVERIFY(c->deliver("MSG|\xbf|<ann> /me waves\r\n"));
         const QTextDocument* doc = c->w->rtb->document();
@@ -161,7 +163,7 @@ private Q_SLOTS:
                 QVERIFY(QTest::qWaitFor([&] { return !c->w->isConnected(); }, 5000));
             };
         }
-        c->w->LV1->addItem(QStringLiteral("ann"));
+        c->w->session().addMember(QStringLiteral("ann"));
         QVERIFY(c->deliver("INVALID\r\nJOIN|\xbf|lost\r\n"));
         QCOMPARE(c->t.prompts.lines(),
                  QStringList{QStringLiteral("Quorvel|Login Error : Please Try Again|3")});

@@ -3,6 +3,7 @@
 #include "ScriptedChatServer.h"
 
 #include "app/Form1.h"
+#include "chat/ChatSession.h"
 #include "chat/Form7.h"
 #include "chat/Form8.h"
 
@@ -117,7 +118,7 @@ private Q_SLOTS:
         Room r;
         r.w.rtb->clear();
         r.w.Text3->setText(u"old"_s);
-        r.w.LV1->addItem(u"stale"_s);
+        r.w.session().addMember(u"stale"_s);
         Form8* dialog = r.accountDialog();
         QVERIFY(dialog);
         QCOMPARE(r.w.statusText(), u"Signed On"_s);
@@ -166,7 +167,7 @@ private Q_SLOTS:
         r.w.signOn();
         QTRY_VERIFY(r.server.hasClient() && r.w.isConnected());
         r.w.rtb->clear();
-        r.w.LV1->addItem(u"ann"_s);
+        r.w.session().addMember(u"ann"_s);
         r.w.mnudis->trigger();
         QTRY_COMPARE(r.w.statusText(), u"Signed Off : 14:05:09"_s);
         QVERIFY(!r.w.isConnected());
@@ -206,7 +207,7 @@ private Q_SLOTS:
 
         // Through the dialog: its name becomes the nickname, and a stale user list empties.
         r.w.setServerAddress(u"127.0.0.1"_s, r.server.port());
-        r.w.LV1->addItem(u"stale"_s);
+        r.w.session().addMember(u"stale"_s);
         r.signOnDialog(u"ann"_s, u"1"_s);
         QTRY_COMPARE(r.server.received(), QByteArray("LOGIN|\xbf|ann|\xbf|1"));
         QCOMPARE((QStringList{r.w.Text3->text(), r.w.statusText(), r.w.connectionText()}),
@@ -220,7 +221,7 @@ private Q_SLOTS:
 
     void dialogCaptionsAndTips() {
         Room r;
-        Form7 dialog(r.w);
+        Form7 dialog(r.w.session(), r.w.services());
         QCOMPARE((QStringList{dialog.windowTitle(), dialog.Command1->text(), dialog.Command1->toolTip(),
                               dialog.Command2->text(), dialog.Command2->toolTip()}),
                  (QStringList{"Quorvel - Sign On", "Sign On", "Sign on to Quorvel", "Cancel",

@@ -5,6 +5,7 @@
 #include "TestServer.h"
 
 #include "browser/GameStarter.h"
+#include "chat/ChatSession.h"
 #include "privatechat/Form3.h"
 #include "privatechat/Path.h"
 #include "privatechat/PrivateChat.h"
@@ -145,8 +146,8 @@ void ScenariosTest::aFileArrivesWholeUnderItsAccentedName() {
     for (int i = 0; i < 3000; ++i)
         bytes.append(char(i * 7 + i / 256));
     QVERIFY(writeBytes(source, bytes));
-    ann.w.downloadFolder = ann.t.dir.filePath(u"downloads"_s);
-    QVERIFY(QDir().mkpath(ann.w.downloadFolder));
+    ann.w.session().setDownloadFolder(ann.t.dir.filePath(u"downloads"_s));
+    QVERIFY(QDir().mkpath(ann.w.session().downloadFolder()));
 
     offer(bob, bob.w.findPrivateWindow(u"ann"_s), source);
     QTRY_VERIFY(ann.w.privateChat().offerDialog(0));
@@ -156,7 +157,7 @@ void ScenariosTest::aFileArrivesWholeUnderItsAccentedName() {
     dialog->Command1->click();
     QTRY_COMPARE_WITH_TIMEOUT(lastPrompt(ann), u"File Transfer Complete"_s, 15000);
     // The last block goes whole: the file is padded with zero bytes to a multiple of 1,028.
-    QCOMPARE(readBytes(ann.w.downloadFolder + u"/café-menu.txt"_s),
+    QCOMPARE(readBytes(ann.w.session().downloadFolder() + u"/café-menu.txt"_s),
              bytes + QByteArray(3 * 1028 - 3000, '\0'));
     QTRY_COMPARE(lastPrompt(bob), u"File Transfer Complete - "_s + source);
 }

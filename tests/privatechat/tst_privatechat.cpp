@@ -1,9 +1,14 @@
-// Two members' clients in one process: private windows, composer, offers and direct file transfers
-// over 127.0.0.1, with the chat messages passing through scripted chat servers.
+// Two members in one process, each a session with its private windows and no main window: private
+// windows, composer, offers and direct file transfers over 127.0.0.1, with the chat messages passing
+// through scripted chat servers and each member's dispatcher.
 #include "DataRows.h"
-#include "SignedOnClient.h"
+#include "FakeServices.h"
+#include "ScriptedChatServer.h"
 #include "TestFiles.h"
 
+#include "chat/ChatDispatcher.h"
+#include "chat/ChatRoomView.h"
+#include "chat/ChatSession.h"
 #include "common/Windows1252.h"
 #include "privatechat/FileReceiver.h"
 #include "privatechat/FileSender.h"
@@ -47,18 +52,64 @@ QByteArray padded(QByteArray bytes) {
     return bytes;
 }
 
+// A member signed on to a scripted chat server, the LOGIN taken off the wire. The room's window is
+// left out: its view hands private lines, offers and declines to the private windows.
+struct Member : ChatRoomView {
+    TestServices t;
+    Services services = t.services();
+    ScriptedChatServer server;
+    ChatSession session;
+    QWidget windows;
+    PrivateChat chat{session, services, windows};
+    ChatDispatcher dispatcher{session, services, *this};
+    bool ready = false;
+
+    explicit Member(const QString& name) {
+        QObject::connect(&session, &ChatSession::readArrived, &windows,
+                         [this](const QString& read) { dispatcher.handleRead(read); });
+        session.setNickname(name);
+        session.setPassword(u"1234"_s);
+        session.setServerAddress(u"127.0.0.1"_s, server.port());
+        session.signOn();
+        ready = QTest::qWaitFor([this] { return server.hasClient() && session.isConnected(); }, 5000) &&
+                server.waitForReceived(qsizetype(("LOGIN|\xbf|" + name.toLatin1() + "|\xbf|1234").size()));
+        server.take();
+    }
+    bool deliver(const QByteArray& read) { return server.deliver(session, read); }
+    QByteArray sentSoFar() { return server.takeSentBy(session); }
+
+    void appendLine(const QString&, qint64) override {}
+    qint64 actionLineColour() const override { return 0; }
+    qint64 messageLineColour() const override { return 0; }
+    void showDisplayBeforePrompt() override {}
+    void runEmoticonPass() override {}
+    void removeGreeting() override {}
+    bool soundsOn() const override { return false; }
+    void accountAnswered(bool) override {}
+    void connectionEnded() override {}
+    std::optional<FollowTarget> currentGame() override { return std::nullopt; }
+    void followInto(const FollowTarget&) override {}
+    void showIdentification(const QString&, const QStringList&) override {}
+    void privateLineArrived(const QString& sender, const QString& bracketedSender, const QString& line) override {
+        chat.lineArrived(sender, bracketedSender, line);
+    }
+    void fileOffered(const QString& sender, const QString& file, const QString& port,
+                     const QString& address) override {
+        chat.offerReceived(sender, file, port, address);
+    }
+    void declineReceived(const QString& sender) override { chat.declineReceived(sender); }
+};
+
 // ann and bob, signed on to their own scripted servers; ann has a private window open for bob.
 struct Members {
-    SignedOnClient ann;
-    SignedOnClient bob;
+    Member ann{u"ann"_s};
+    Member bob{u"bob"_s};
     QTemporaryDir downloads;
     Form3* a = nullptr;
 
     Members() {
-        ann.w->Text3->setText(u"ann"_s);
-        bob.w->Text3->setText(u"bob"_s);
-        a = ann.w->openPrivateWindow(u"bob"_s);
-        bob.w->downloadFolder = downloads.path();
+        a = ann.chat.openPrivateWindow(u"bob"_s);
+        bob.session.setDownloadFolder(downloads.path());
     }
     bool ready() const { return ann.ready && bob.ready && a; }
 
@@ -74,8 +125,8 @@ struct Members {
         return bob.deliver("PMSG|\xbf|<ann> /SENDFILE " + Windows1252::encode(path) + "|@|" +
                            QByteArray::number(port) + "|@|127.0.0.1\r\n");
     }
-    Path* offerDialog(int i) const { return bob.w->privateChat().offerDialog(i); }
-    Form11& bobTransfers() const { return bob.w->privateChat().transferWindow(); }
+    Path* offerDialog(int i) const { return bob.chat.offerDialog(i); }
+    Form11& bobTransfers() { return bob.chat.transferWindow(); }
 };
 
 // Plays a sending client by hand: answers INFO and SEND with whatever the test scripts.
@@ -127,7 +178,7 @@ private Q_SLOTS:
         QCOMPARE(m->offer(path, QString::number(port)),
                  pmsg("bob", "/SENDFILE|@|" + path + "|@|" + QString::number(port)));
         QVERIFY(m->a->rtb->toPlainText().endsWith(u"\n<ann> Trying to send "_s + path));
-        QVERIFY(m->ann.w->privateChat().transferWindow().isVisible());
+        QVERIFY(m->ann.chat.transferWindow().isVisible());
         QVERIFY(m->relayOffer(path, port));
         Path* dialog = m->offerDialog(0);
         QVERIFY(dialog && dialog->isVisible());
@@ -139,12 +190,12 @@ private Q_SLOTS:
         QCOMPARE(m->bob.t.prompts.lines(), QStringList{u"Quorvel|File Transfer Complete|1"_s});
         QCOMPARE(readBytes(saved), padded(bytes));
         QCOMPARE(m->ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
-        Form3* b = m->bob.w->privateWindow(1);
+        Form3* b = m->bob.chat.privateWindow(1);
         QVERIFY(b && b->isVisible() && b->windowTitle() == u"Chat With <ann>"_s);
         // Both frames are reset once the receiver has closed; ann's window can send again.
         QCOMPARE(m->bobTransfers().status(Direction::Download), u"Disconnected..."_s);
         QCOMPARE(m->bobTransfers().count(Direction::Download), 0);
-        Form11& annTransfers = m->ann.w->privateChat().transferWindow();
+        Form11& annTransfers = m->ann.chat.transferWindow();
         QTRY_COMPARE_WITH_TIMEOUT(annTransfers.status(Direction::Upload), u"Disonnected..."_s, kWait);
         QCOMPARE(annTransfers.path(Direction::Upload), QString());
         QVERIFY(!m->a->sender().uploadBusy());
@@ -196,7 +247,7 @@ private Q_SLOTS:
         QCOMPARE(readBytes(saved), blocks < 0 ? QByteArray("<missing>") : QByteArray(1028 * blocks, 'h') + savedTail);
         QCOMPARE(m->bobTransfers().status(Direction::Download), status);
         QCOMPARE(m->bobTransfers().count(Direction::Download), 0);
-        QVERIFY(!m->bob.w->privateWindow(1)->receiver().isBusy());
+        QVERIFY(!m->bob.chat.privateWindow(1)->receiver().isBusy());
     }
 
     void savingFailsEndsTheTransfer_data() {
@@ -252,7 +303,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(sender.peer->state() != QAbstractSocket::ConnectedState, kWait);
         QVERIFY(QFileInfo(saved).size() <= fileLimit);
         QCOMPARE(m->bobTransfers().status(Direction::Download), u"disconnected..."_s);
-        QVERIFY(!m->bob.w->privateWindow(1)->receiver().isBusy());
+        QVERIFY(!m->bob.chat.privateWindow(1)->receiver().isBusy());
 #endif
     }
 
@@ -268,7 +319,7 @@ private Q_SLOTS:
         const QString folder = m->downloads.filePath(u"new/sub"_s);
         if (fileInTheWay)
             QVERIFY(writeBytes(m->downloads.filePath(u"new"_s), "x"));
-        m->bob.w->downloadFolder = folder;
+        m->bob.session.setDownloadFolder(folder);
         RawSender sender;
         QVERIFY(m->relayOffer(QStringLiteral(R"(C:\Games\half.bin)"), sender.server.serverPort()));
         QCOMPARE(m->offerDialog(0)->Text1->text(), folder);
@@ -375,7 +426,7 @@ private Q_SLOTS:
         QVERIFY(say("MORE", 4));
         QCOMPARE(got, QByteArray("DONE"));
         QCOMPARE(m->ann.t.prompts.lastLine(), u"Complete...|File Transfer Complete - "_s + path + u"|0"_s);
-        QCOMPARE(m->ann.w->privateChat().transferWindow().count(Direction::Upload), 3 * 1028);
+        QCOMPARE(m->ann.chat.transferWindow().count(Direction::Upload), 3 * 1028);
     }
 
     void portAnswers_data() {
@@ -392,7 +443,7 @@ private Q_SLOTS:
             fetchRow<QStringList, bool, int, bool>("answers", "connected", "refusals", "listening");
         if (!connected) {
             m->ann.server.dropClient();
-            QTRY_VERIFY_WITH_TIMEOUT(!m->ann.w->isConnected(), kWait);
+            QTRY_VERIFY_WITH_TIMEOUT(!m->ann.session.isConnected(), kWait);
         }
         FakePrompts& prompts = m->ann.t.prompts;
         m->ann.t.random.values = {100, 9999, 1234};
@@ -416,7 +467,7 @@ private Q_SLOTS:
 
         QCOMPARE(m->a->sender().isListening(), listening);
         QCOMPARE(m->a->sender().uploadBusy(), listening);
-        QCOMPARE(m->ann.w->privateChat().transferWindow().isVisible(), listening && connected);
+        QCOMPARE(m->ann.chat.transferWindow().isVisible(), listening && connected);
         if (connected)
             QCOMPARE(m->ann.sentSoFar().startsWith("PMSG|\xbf|bob|\xbf|/SENDFILE|@|/tmp/file.bin|@|"),
                      listening);
@@ -440,7 +491,7 @@ private Q_SLOTS:
         const quint16 port = freePort();
         m->offer(u"/tmp/a.zip"_s, QString::number(port));
         QVERIFY(m->a->sender().isListening());
-        m->bob.w->mnuDEC->setChecked(refuseAll);
+        m->bob.session.setRefusesFiles(refuseAll);
         QVERIFY(m->relayOffer(u"/tmp/a.zip"_s, port));
         if (!refuseAll) {
             m->offerDialog(0)->chooseFolder(QDir::tempPath());
@@ -450,12 +501,12 @@ private Q_SLOTS:
         QCOMPARE(m->bob.sentSoFar(), pmsg("ann", "/SENDDECLINE"));
         QCOMPARE(m->bob.t.prompts.shown.size(), 0);
         // Changing the folder counts even when the offer is then refused.
-        QCOMPARE(QDir(m->bob.w->downloadFolder) == QDir(QDir::tempPath()), !refuseAll);
+        QCOMPARE(QDir(m->bob.session.downloadFolder()) == QDir(QDir::tempPath()), !refuseAll);
 
         QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> /SENDDECLINE\r\n"));
         QCOMPARE(m->ann.t.prompts.lastLine(), u"Declined|Transfer Declined...|0"_s);
         QVERIFY(!m->a->sender().isListening() && !m->a->sender().uploadBusy());
-        QCOMPARE(m->ann.w->privateChat().transferWindow().status(Direction::Upload), u"Disonnected..."_s);
+        QCOMPARE(m->ann.chat.transferWindow().status(Direction::Upload), u"Disonnected..."_s);
     }
 
     void offerDialogs() {
@@ -484,7 +535,7 @@ private Q_SLOTS:
 
     void transferWindowActsOnThePrimaryWindow() {
         m->offer(u"/tmp/a.zip"_s, QString::number(freePort()));
-        Form11& w = m->ann.w->privateChat().transferWindow();
+        Form11& w = m->ann.chat.transferWindow();
         QVERIFY(w.isVisible());
         // An empty range would make an idle bar a busy animation.
         QCOMPARE(w.findChild<QProgressBar*>(u"pbDownload"_s)->maximum(), 1);
@@ -523,7 +574,7 @@ private Q_SLOTS:
         QVERIFY(m->ann.deliver("PMSG|\xbf|<bob> hello\r\n"));
         if (!connected) {
             m->ann.server.dropClient();
-            QTRY_VERIFY_WITH_TIMEOUT(!m->ann.w->isConnected(), kWait);
+            QTRY_VERIFY_WITH_TIMEOUT(!m->ann.session.isConnected(), kWait);
         }
         m->a->Text1->setText(typed);
         QTest::keyClick(m->a->Text1, Qt::Key_Return);
@@ -551,9 +602,9 @@ private Q_SLOTS:
     }
 
     void closedWindowComesBackWithALine() {
-        SignedOnClient& c = m->bob;
+        Member& c = m->bob;
         QVERIFY(c.deliver("PMSG|\xbf|<carl> one\r\n"));
-        Form3* w = c.w->privateWindow(1);
+        Form3* w = c.chat.privateWindow(1);
         QVERIFY(w && w->isVisible());
         w->close();
         QVERIFY(c.deliver("PMSG|\xbf|<carl> two\r\n"));
@@ -572,9 +623,10 @@ private Q_SLOTS:
 
     void composerLines() {
         auto [text, wire, echo] = fetchRow<QString, QByteArray, QString>("text", "wire", "echo");
-        m->ann.w->LV1->addItems({u"carl"_s, u"bob"_s});
+        m->ann.session.addMember(u"carl"_s);
+        m->ann.session.addMember(u"bob"_s);
         m->a->mnuSND->trigger();
-        Form5* c = m->ann.w->privateChat().composer();
+        Form5* c = m->ann.chat.composer();
         QVERIFY(c && c->isVisible());
         // Everyone in the room to choose from, the window's peer chosen; the recipient cannot be typed.
         QTest::keyClick(c->Combo1, Qt::Key_X);
@@ -582,7 +634,7 @@ private Q_SLOTS:
         QCOMPARE(c->Combo1->currentText(), u"bob"_s);
         c->rtb->setPlainText(text);
         c->mnuSend->trigger();
-        QVERIFY(c->isSending() && m->ann.waitForSent(wire.size()));
+        QVERIFY(c->isSending() && m->ann.server.waitForReceived(wire.size()));
         QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);
         QCOMPARE(m->ann.sentSoFar(), wire);
         QCOMPARE(m->a->rtb->toPlainText(), echo);
@@ -590,7 +642,7 @@ private Q_SLOTS:
 
     void composerCoolDown() {
         m->a->mnuSND->trigger();
-        Form5* c = m->ann.w->privateChat().composer();
+        Form5* c = m->ann.chat.composer();
         c->rtb->setPlainText(u"x"_s);
         c->mnuSend->trigger();
         QTRY_VERIFY_WITH_TIMEOUT(c->Timer1->isActive(), kWait);

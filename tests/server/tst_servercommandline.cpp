@@ -12,6 +12,7 @@ private slots:
         QTest::newRow("help") << QStringList{QStringLiteral("--help")} << 0 << QByteArray("--connections-per-address");
         QTest::newRow("port out of range") << QStringList{QStringLiteral("--chat-port"), QStringLiteral("70000")} << 2 << QByteArray("--chat-port must be a number from 0 to 65535");
         QTest::newRow("flood lines not a number") << QStringList{QStringLiteral("--flood-lines"), QStringLiteral("many")} << 2 << QByteArray("--flood-lines must be a number");
+        QTest::newRow("bad metrics subnet") << QStringList{QStringLiteral("--metrics-from"), QStringLiteral("10.0.0.0/99")} << 2 << QByteArray("--metrics-from needs an IP address or a subnet");
         QTest::newRow("bad listen address") << QStringList{QStringLiteral("--listen"), QStringLiteral("nowhere")} << 2 << QByteArray("--listen needs an IP address");
         QTest::newRow("unknown database driver") << QStringList{QStringLiteral("--database-driver"), QStringLiteral("QNOPE")} << 1 << QByteArray("cannot open the database");
         QTest::newRow("op list on an empty database") << QStringList{QStringLiteral("op"), QStringLiteral("list")} << 0 << QByteArray();

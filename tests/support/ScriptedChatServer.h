@@ -6,6 +6,8 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
+class ChatSession;
+
 // A port on 127.0.0.1 that nothing listens on: one that was free a moment ago.
 inline quint16 closedLocalPort() {
     QTcpServer probe;
@@ -30,6 +32,14 @@ public:
     QByteArray received() const { return m_received; }
     QByteArray take();
     void dropClient();
+
+    // Sends one read to the session's client and returns once the session has handled it.
+    bool deliver(ChatSession& session, const QByteArray& read);
+    // Waits until the client has sent at least `bytes` in total since the last take.
+    bool waitForReceived(qsizetype bytes);
+    // Everything the session sent since the last take, proven complete by a marker sent after it;
+    // "<timeout>" when the marker never arrived.
+    QByteArray takeSentBy(ChatSession& session);
 
 Q_SIGNALS:
     void clientConnected();

@@ -1,5 +1,7 @@
 #include "SignedOnClient.h"
 
+#include "chat/ChatSession.h"
+
 #include <QLineEdit>
 #include <QtTest>
 #include <QTextEdit>
@@ -16,21 +18,8 @@ SignedOnClient::SignedOnClient() : w(std::make_unique<Form1>(t.services())) {
     w->rtb->clear(); // the tests read the room from an empty display, without the first greeting
 }
 
-bool SignedOnClient::deliver(const QByteArray& read) {
-    QSignalSpy handled(w.get(), &Form1::readHandled);
-    server.send(read);
-    return handled.wait(5000);
-}
+bool SignedOnClient::deliver(const QByteArray& read) { return server.deliver(w->session(), read); }
 
-bool SignedOnClient::waitForSent(qsizetype bytes) {
-    return QTest::qWaitFor([&] { return server.received().size() >= bytes; }, 5000);
-}
+bool SignedOnClient::waitForSent(qsizetype bytes) { return server.waitForReceived(bytes); }
 
-QByteArray SignedOnClient::sentSoFar() {
-    w->send(QStringLiteral("MARK"));
-    if (!QTest::qWaitFor([this] { return server.received().endsWith("MARK"); }, 5000))
-        return QByteArrayLiteral("<timeout>");
-    QByteArray all = server.take();
-    all.chop(4);
-    return all;
-}
+QByteArray SignedOnClient::sentSoFar() { return server.takeSentBy(w->session()); }

@@ -1,0 +1,143 @@
+#include "chat/ChatSession.h"
+
+#include "chat/ChatMessage.h"
+#include "chat/ChatProtocol.h"
+#include "common/Windows1252.h"
+
+#include <QSignalBlocker>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <utility>
+
+ChatSession::ChatSession(QObject* parent)
+    : QObject(parent)
+    , m_socket(new QTcpSocket(this))
+    , m_port(ChatProtocol::DefaultChatPort) {
+    m_socket->setObjectName(QStringLiteral("Winsock1"));
+    connect(m_socket, &QTcpSocket::connected, this, &ChatSession::onConnected);
+    connect(m_socket, &QTcpSocket::disconnected, this, &ChatSession::hungUp);
+    connect(m_socket, &QTcpSocket::errorOccurred, this, &ChatSession::onError);
+    connect(m_socket, &QTcpSocket::readyRead, this, &ChatSession::onReadyRead);
+}
+
+ChatSession::~ChatSession() {
+    // Whoever observes us may be gone already: the socket's end is not news any more.
+    m_socket->disconnect(this);
+}
+
+bool ChatSession::isConnected() const { return m_socket->state() == QAbstractSocket::ConnectedState; }
+
+bool ChatSession::send(const QString& message) { return ChatMessage::send(*m_socket, message); }
+
+void ChatSession::setServerAddress(const QString& host, quint16 port) {
+    m_host = host;
+    m_port = port;
+}
+
+void ChatSession::connectToServer() {
+    closeQuietly();
+    m_reachedServer = false;
+    m_socket->connectToHost(m_host, m_port);
+}
+
+void ChatSession::closeQuietly() {
+    const QSignalBlocker blocker(m_socket);
+    m_socket->abort();
+}
+
+void ChatSession::signOn() {
+    m_wantsAccount = false;
+    connectToServer();
+    Q_EMIT signingOn();
+}
+
+void ChatSession::requestAccountConnection() {
+    // Whatever was signed on ends here: this connection is not a sign-on.
+    clearMembers();
+    m_wantsAccount = true;
+    connectToServer();
+}
+
+void ChatSession::signedOff() {
+    m_wantsAccount = false;
+    m_requestedAccount.reset();
+    clearMembers();
+}
+
+void ChatSession::onConnected() {
+    m_reachedServer = true;
+    m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    const bool forAccount = std::exchange(m_wantsAccount, false);
+    if (!forAccount) {
+        send(ChatMessage::build(ChatProtocol::Login, {m_nickname, m_password}));
+        clearMembers();
+    }
+    Q_EMIT connected(forAccount);
+}
+
+void ChatSession::onError() {
+    if (m_socket->error() == QAbstractSocket::RemoteHostClosedError)
+        return; // reported as hungUp()
+    if (!std::exchange(m_reachedServer, true))
+        Q_EMIT unreachable(m_socket->errorString());
+    else
+        Q_EMIT lost();
+}
+
+void ChatSession::onReadyRead() {
+    if (m_handlingRead)
+        return;
+    m_handlingRead = true;
+    Q_EMIT readArrived(Windows1252::decode(m_socket->readAll()));
+    m_handlingRead = false;
+    Q_EMIT readHandled();
+    if (m_socket->bytesAvailable() > 0)
+        QTimer::singleShot(0, this, &ChatSession::onReadyRead);
+}
+
+void ChatSession::setNickname(const QString& nickname) {
+    if (nickname == m_nickname)
+        return;
+    m_nickname = nickname;
+    Q_EMIT nicknameChanged(nickname);
+}
+
+void ChatSession::setIdentificationEntries(const QStringList& entries) {
+    m_identification = entries;
+    Q_EMIT identificationChanged();
+}
+
+void ChatSession::addMember(const QString& name) {
+    m_members.append(name);
+    Q_EMIT memberAdded(name);
+}
+
+bool ChatSession::removeMember(const QString& name) {
+    const int index = int(m_members.indexOf(name));
+    if (index < 0)
+        return false;
+    m_members.removeAt(index);
+    Q_EMIT memberRemoved(index);
+    return true;
+}
+
+void ChatSession::clearMembers() {
+    m_members.clear();
+    Q_EMIT membersCleared();
+}
+
+void ChatSession::ignore(const QString& bracketedName) {
+    m_ignored.append(bracketedName);
+    Q_EMIT ignoredChanged();
+}
+
+void ChatSession::unignore(const QString& bracketedName) {
+    if (m_ignored.removeOne(bracketedName))
+        Q_EMIT ignoredChanged();
+}
+
+void ChatSession::clearIgnored() {
+    m_ignored.clear();
+    Q_EMIT ignoredChanged();
+}
