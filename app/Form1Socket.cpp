@@ -17,9 +17,13 @@
 
 #include <utility>
 
-void Form1::setStatusText(const QString& text) { m_statusPanel->setText(text); }
+void Form1::setStatusText(const QString& text) {
+    m_statusPanel->setText(text);
+}
 
-void Form1::setConnectionText(const QString& text) { m_connectionPanel->setText(text); }
+void Form1::setConnectionText(const QString& text) {
+    m_connectionPanel->setText(text);
+}
 
 void Form1::observeSession() {
     ChatSession& session = *m_session;
@@ -30,11 +34,19 @@ void Form1::observeSession() {
     connect(&session, &ChatSession::connected, this, &Form1::Winsock1_Connect);
     connect(&session, &ChatSession::hungUp, this, &Form1::Winsock1_Close);
     connect(&session, &ChatSession::unreachable, this, [this](const QString& why) {
-        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3").arg(serverHost()).arg(serverPort()).arg(why),
+        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3")
+                       .arg(serverHost())
+                       .arg(serverPort())
+                       .arg(why),
                    messageColour);
         Winsock1_Error();
     });
     connect(&session, &ChatSession::lost, this, &Form1::Winsock1_Error);
+    connect(&session, &ChatSession::tlsRefused, this, [this](const QString& why) {
+        if (!why.isEmpty())
+            m_services.prompts.message(QStringLiteral("Quorvel"), why, Prompts::Icon::Critical);
+        signedOff();
+    });
     connect(&session, &ChatSession::readArrived, this, &Form1::Winsock1_DataArrival);
     connect(&session, &ChatSession::readHandled, this, &Form1::readHandled);
 
@@ -60,14 +72,18 @@ void Form1::observeSession() {
     connect(mnuDEC, &QAction::toggled, &session, &ChatSession::setRefusesFiles);
 }
 
-void Form1::closeQuietly() { m_session->closeQuietly(); }
+void Form1::closeQuietly() {
+    m_session->closeQuietly();
+}
 
 void Form1::setServerAddress(const QString& host, quint16 port) {
     cboServer->setCurrentText(host);
     m_session->setServerAddress(host, port);
 }
 
-void Form1::signOn() { m_session->signOn(); }
+void Form1::signOn() {
+    m_session->signOn();
+}
 
 void Form1::signedOff() {
     m_session->signedOff();
@@ -108,7 +124,10 @@ void Form1::mnudis_Click() {
 
 void Form1::Winsock1_Connect(bool forAccount) {
     setStatusText(QStringLiteral("Signed On"));
-    setConnectionText(QStringLiteral("Connected To Quorvel at : ") + m_services.clock.timeText());
+    const QString encryption = m_session->encryption();
+    setConnectionText(
+        QStringLiteral("Connected To Quorvel at : ") + m_services.clock.timeText() +
+        (encryption.isEmpty() ? QString() : QStringLiteral(" - encrypted (%1)").arg(encryption)));
     if (!forAccount)
         return;
     auto* dialog = new Form8(*m_session, m_services, Form8::Purpose::NewAccount, this);
@@ -123,7 +142,9 @@ void Form1::Winsock1_Close() {
     signedOff();
 }
 
-void Form1::Winsock1_Error() { signedOff(); }
+void Form1::Winsock1_Error() {
+    signedOff();
+}
 
 void Form1::Winsock1_DataArrival(const QString& read) {
     m_handlingRead = true;
@@ -147,4 +168,6 @@ void Form1::showDisplayBeforePrompt() {
     m_readEdit.beginEditBlock();
 }
 
-void Form1::runEmoticonPass() { m_emoticons->replaceNewCodes(); }
+void Form1::runEmoticonPass() {
+    m_emoticons->replaceNewCodes();
+}

@@ -4,38 +4,16 @@
 #include "DataRows.h"
 #include "FakeServices.h"
 #include "TestCertificates.h"
+#include "TlsTestPeer.h"
 
 #include "common/TlsGuard.h"
 
-#include <QSslServer>
 #include <QSslSocket>
 #include <QtTest>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-// Plays the chat server: shows its certificate and keeps what reaches it once encrypted.
-class TlsPeer {
-public:
-    explicit TlsPeer(const TestCertificate& shown) {
-        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-        configuration.setLocalCertificate(shown.certificate());
-        configuration.setPrivateKey(shown.key());
-        m_server.setSslConfiguration(configuration);
-        QObject::connect(&m_server, &QSslServer::pendingConnectionAvailable, [this] {
-            while (QTcpSocket* socket = m_server.nextPendingConnection())
-                QObject::connect(socket, &QTcpSocket::readyRead,
-                                 [this, socket] { received += socket->readAll(); });
-        });
-        m_server.listen(QHostAddress::LocalHost, 0);
-    }
-    quint16 port() const { return m_server.serverPort(); }
-    QByteArray received;
-
-private:
-    QSslServer m_server;
-};
 
 const TestCertificate& certificateAuthority() {
     static const TestCertificate authority = TestCertificates::authority();
@@ -45,7 +23,7 @@ const TestCertificate& certificateAuthority() {
 // One connection as the chat client makes it, the sign-on written at once and the guard deciding:
 // "encrypted" (and the peer then has the sign-on), "accepted" (the person trusted the certificate
 // and the client connects again) or "refused", with the reason given.
-QString connectOnce(TlsPeer& peer, TlsTrustStore& store, FakePrompts& prompts, QString* refusal) {
+QString connectOnce(TlsTestPeer& peer, TlsTrustStore& store, FakePrompts& prompts, QString* refusal) {
     QSslSocket socket;
     QSslConfiguration configuration = socket.sslConfiguration();
     // The test's authority stands for the system's.
@@ -103,7 +81,7 @@ private slots:
             request.ipAddresses.clear();
         }
         const TestCertificate shown = TestCertificates::make(request);
-        TlsPeer peer(shown);
+        TlsTestPeer peer(shown);
         QTemporaryDir folder;
         TlsTrustStore store(folder.filePath(u"TrustedServers.ini"_s));
         const QString server = u"localhost:%1"_s.arg(peer.port());
