@@ -17,13 +17,9 @@
 
 #include <utility>
 
-void Form1::setStatusText(const QString& text) {
-    m_statusPanel->setText(text);
-}
+void Form1::setStatusText(const QString& text) { m_statusPanel->setText(text); }
 
-void Form1::setConnectionText(const QString& text) {
-    m_connectionPanel->setText(text);
-}
+void Form1::setConnectionText(const QString& text) { m_connectionPanel->setText(text); }
 
 void Form1::observeSession() {
     ChatSession& session = *m_session;
@@ -34,10 +30,7 @@ void Form1::observeSession() {
     connect(&session, &ChatSession::connected, this, &Form1::Winsock1_Connect);
     connect(&session, &ChatSession::hungUp, this, &Form1::Winsock1_Close);
     connect(&session, &ChatSession::unreachable, this, [this](const QString& why) {
-        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3")
-                       .arg(serverHost())
-                       .arg(serverPort())
-                       .arg(why),
+        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3").arg(serverHost()).arg(serverPort()).arg(why),
                    messageColour);
         Winsock1_Error();
     });
@@ -72,18 +65,14 @@ void Form1::observeSession() {
     connect(mnuDEC, &QAction::toggled, &session, &ChatSession::setRefusesFiles);
 }
 
-void Form1::closeQuietly() {
-    m_session->closeQuietly();
-}
+void Form1::closeQuietly() { m_session->closeQuietly(); }
 
 void Form1::setServerAddress(const QString& host, quint16 port) {
     cboServer->setCurrentText(host);
     m_session->setServerAddress(host, port);
 }
 
-void Form1::signOn() {
-    m_session->signOn();
-}
+void Form1::signOn() { m_session->signOn(); }
 
 void Form1::signedOff() {
     m_session->signedOff();
@@ -125,9 +114,8 @@ void Form1::mnudis_Click() {
 void Form1::Winsock1_Connect(bool forAccount) {
     setStatusText(QStringLiteral("Signed On"));
     const QString encryption = m_session->encryption();
-    setConnectionText(
-        QStringLiteral("Connected To Quorvel at : ") + m_services.clock.timeText() +
-        (encryption.isEmpty() ? QString() : QStringLiteral(" - encrypted (%1)").arg(encryption)));
+    setConnectionText(QStringLiteral("Connected To Quorvel at : ") + m_services.clock.timeText() +
+                      (encryption.isEmpty() ? QString() : QStringLiteral(" - encrypted (%1)").arg(encryption)));
     if (!forAccount)
         return;
     auto* dialog = new Form8(*m_session, m_services, Form8::Purpose::NewAccount, this);
@@ -142,9 +130,7 @@ void Form1::Winsock1_Close() {
     signedOff();
 }
 
-void Form1::Winsock1_Error() {
-    signedOff();
-}
+void Form1::Winsock1_Error() { signedOff(); }
 
 void Form1::Winsock1_DataArrival(const QString& read) {
     m_handlingRead = true;
@@ -168,6 +154,4 @@ void Form1::showDisplayBeforePrompt() {
     m_readEdit.beginEditBlock();
 }
 
-void Form1::runEmoticonPass() {
-    m_emoticons->replaceNewCodes();
-}
+void Form1::runEmoticonPass() { m_emoticons->replaceNewCodes(); }

@@ -37,13 +37,9 @@ ChatSession::~ChatSession() {
 
 QTcpSocket& ChatSession::socket() { return *m_socket; }
 
-bool ChatSession::isConnected() const {
-    return m_socket->state() == QAbstractSocket::ConnectedState;
-}
+bool ChatSession::isConnected() const { return m_socket->state() == QAbstractSocket::ConnectedState; }
 
-bool ChatSession::send(const QString& message) {
-    return ChatMessage::send(*m_socket, message);
-}
+bool ChatSession::send(const QString& message) { return ChatMessage::send(*m_socket, message); }
 
 void ChatSession::setServerAddress(const QString& host, quint16 port) {
     m_host = host;
