@@ -1,6 +1,7 @@
 // Sign-on and the events of the chat socket.
 #include "app/Form1.h"
 
+#include "chat/ChatAddress.h"
 #include "chat/ChatDispatcher.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
@@ -30,7 +31,8 @@ void Form1::observeSession() {
     connect(&session, &ChatSession::connected, this, &Form1::Winsock1_Connect);
     connect(&session, &ChatSession::hungUp, this, &Form1::Winsock1_Close);
     connect(&session, &ChatSession::unreachable, this, [this](const QString& why) {
-        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3").arg(serverHost()).arg(serverPort()).arg(why),
+        const ChatAddress dialled = ChatAddress::parse(serverHost(), serverPort());
+        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3").arg(dialled.host).arg(dialled.port).arg(why),
                    messageColour);
         Winsock1_Error();
     });
