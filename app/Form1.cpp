@@ -63,6 +63,7 @@ Form1::Form1(Services services, QWidget* parent)
     m_privateChat = new PrivateChat(*m_session, m_services, *this);
     m_session->setDownloadFolder(DownloadFolder::initial());
     observeSession();
+    m_session->setTlsTrust(m_services.folder.file(QStringLiteral("\\TrustedServers.ini")), m_services.prompts);
     connect(Text1, &QLineEdit::returnPressed, this, &Form1::Text1_Enter);
     connect(Combo1, &QComboBox::activated, this, [this](int i) { Combo1_Click(Combo1->itemText(i)); });
     resize(720, 520);

@@ -2,7 +2,7 @@
 #include "app/Form1.h"
 
 #include "browser/GameStarter.h"
-#include "browser/GameStarter.h"
+#include "chat/ChatAddress.h"
 #include "chat/ChatDispatcher.h"
 #include "chat/ChatDisplay.h"
 #include "chat/ChatMessage.h"
@@ -31,11 +31,17 @@ void Form1::observeSession() {
     connect(&session, &ChatSession::connected, this, &Form1::Winsock1_Connect);
     connect(&session, &ChatSession::hungUp, this, &Form1::Winsock1_Close);
     connect(&session, &ChatSession::unreachable, this, [this](const QString& why) {
-        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3").arg(serverHost()).arg(serverPort()).arg(why),
+        const ChatAddress dialled = ChatAddress::parse(serverHost(), serverPort());
+        appendLine(QStringLiteral("Cannot reach the chat server at %1:%2: %3").arg(dialled.host).arg(dialled.port).arg(why),
                    messageColour);
         Winsock1_Error();
     });
     connect(&session, &ChatSession::lost, this, &Form1::Winsock1_Error);
+    connect(&session, &ChatSession::tlsRefused, this, [this](const QString& why) {
+        if (!why.isEmpty())
+            m_services.prompts.message(QStringLiteral("Quorvel"), why, Prompts::Icon::Critical);
+        signedOff();
+    });
     connect(&session, &ChatSession::readArrived, this, &Form1::Winsock1_DataArrival);
     connect(&session, &ChatSession::readHandled, this, &Form1::readHandled);
 
@@ -118,7 +124,9 @@ void Form1::mnudis_Click() {
 
 void Form1::Winsock1_Connect(bool forAccount) {
     setStatusText(QStringLiteral("Signed On"));
-    setConnectionText(QStringLiteral("Connected To Quorvel at : ") + m_services.clock.timeText());
+    const QString encryption = m_session->encryption();
+    setConnectionText(QStringLiteral("Connected To Quorvel at : ") + m_services.clock.timeText() +
+                      (encryption.isEmpty() ? QString() : QStringLiteral(" - encrypted (%1)").arg(encryption)));
     if (!forAccount)
         return;
     auto* dialog = new Form8(*m_session, m_services, Form8::Purpose::NewAccount, this);

@@ -203,7 +203,7 @@ private:
     void fetchFinished(const QByteArray& body);
     void fetchUnreachable(const QString& reason);
     void headFinished(const QString& contentLength);
-    QString masterListHost() const;
+    QString masterListAddress() const;
     Prompts::Answer say(const QString& text, Prompts::Icon icon,
                         Prompts::Buttons buttons = Prompts::Buttons::Ok,
                         const QString& title = QStringLiteral("Quorvel"));

@@ -55,7 +55,7 @@ void GameStarter::cmdQvlList_Click() {
     }
     lblMasterServers->setText(list->caption);
     m_fetchFile = list->localFile;
-    m_fetch->get(QUrl(QStringLiteral("http://") + masterListHost() + list->urlPath));
+    m_fetch->get(QUrl(masterListAddress() + list->urlPath));
 }
 
 void GameStarter::fetchFinished(const QByteArray& body) {

@@ -177,11 +177,14 @@ void GameStarter::saveini() {
             Prompts::Icon::Exclamation);
 }
 
-QString GameStarter::masterListHost() const {
+QString GameStarter::masterListAddress() const {
     const QString file = m_services.folder.file(kSettingsFile);
     QString host = INI::readString(file, QStringLiteral("Options"), MasterListHostKey, {}, 256);
-    // Written as an address by some: "http://host:port/" names the same host.
+    // "https://host" asks for the lists over TLS, checked against the system's authorities; any
+    // other address form ("http://host:port/") names the same host over plain HTTP.
+    const bool tls = host.startsWith(QStringLiteral("https://"), Qt::CaseInsensitive);
     host.remove(QRegularExpression(QStringLiteral("^[a-zA-Z]+://")))
         .remove(QRegularExpression(QStringLiteral("/+$")));
-    return host.isEmpty() ? DefaultMasterListHost : host;
+    return (tls ? QStringLiteral("https://") : QStringLiteral("http://")) +
+           (host.isEmpty() ? DefaultMasterListHost : host);
 }

@@ -8,6 +8,9 @@ namespace ChatProtocol {
 
 inline constexpr quint16 DefaultChatPort = 27800;
 inline constexpr quint16 DefaultHttpPort = 27801;
+// The same two services over TLS.
+inline constexpr quint16 DefaultTlsChatPort = 27802;
+inline constexpr quint16 DefaultHttpsPort = 27803;
 
 // "|¿|": the inverted question mark travels as the single byte 0xBF.
 inline const QString Separator = QStringLiteral("|\u00BF|");

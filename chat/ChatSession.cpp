@@ -1,30 +1,41 @@
 #include "chat/ChatSession.h"
 
+#include "chat/ChatAddress.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
+#include "common/TlsGuard.h"
 #include "common/Windows1252.h"
 
 #include <QSignalBlocker>
-#include <QTcpSocket>
+#include <QSslSocket>
 #include <QTimer>
 
 #include <utility>
 
 ChatSession::ChatSession(QObject* parent)
     : QObject(parent)
-    , m_socket(new QTcpSocket(this))
+    , m_socket(new QSslSocket(this))
     , m_port(ChatProtocol::DefaultChatPort) {
     m_socket->setObjectName(QStringLiteral("Winsock1"));
-    connect(m_socket, &QTcpSocket::connected, this, &ChatSession::onConnected);
+    // Over TLS the server is reached once the connection is encrypted; not a byte goes before.
+    connect(m_socket, &QTcpSocket::connected, this, [this] {
+        if (m_socket->mode() == QSslSocket::UnencryptedMode)
+            onConnected();
+    });
+    connect(m_socket, &QSslSocket::encrypted, this, &ChatSession::onConnected);
     connect(m_socket, &QTcpSocket::disconnected, this, &ChatSession::hungUp);
     connect(m_socket, &QTcpSocket::errorOccurred, this, &ChatSession::onError);
     connect(m_socket, &QTcpSocket::readyRead, this, &ChatSession::onReadyRead);
 }
 
 ChatSession::~ChatSession() {
+    if (m_guard)
+        m_guard->disconnect(this);
     // Whoever observes us may be gone already: the socket's end is not news any more.
     m_socket->disconnect(this);
 }
+
+QTcpSocket& ChatSession::socket() { return *m_socket; }
 
 bool ChatSession::isConnected() const { return m_socket->state() == QAbstractSocket::ConnectedState; }
 
@@ -38,7 +49,35 @@ void ChatSession::setServerAddress(const QString& host, quint16 port) {
 void ChatSession::connectToServer() {
     closeQuietly();
     m_reachedServer = false;
-    m_socket->connectToHost(m_host, m_port);
+    const ChatAddress address = ChatAddress::parse(m_host, m_port);
+    if (!address.tls) {
+        m_socket->connectToHost(address.host, address.port);
+        return;
+    }
+    if (m_guard)
+        m_guard->setServer(TlsTrust::serverKey(address.host, address.port));
+    m_socket->connectToHostEncrypted(address.host, address.port);
+}
+
+void ChatSession::setTlsTrust(const QString& trustFile, Prompts& prompts) {
+    m_trust = std::make_unique<TlsTrustStore>(trustFile);
+    m_guard = new TlsGuard(*m_socket, *m_trust, prompts, this);
+    connect(m_guard, &TlsGuard::refused, this, &ChatSession::tlsRefused);
+    // Accepted by the person: the handshake that asked was ended, so the connection starts again.
+    connect(m_guard, &TlsGuard::accepted, this, &ChatSession::connectToServer);
+}
+
+QString ChatSession::encryption() const {
+    if (!m_socket->isEncrypted())
+        return {};
+    switch (m_socket->sessionProtocol()) {
+    case QSsl::TlsV1_2:
+        return QStringLiteral("TLS 1.2");
+    case QSsl::TlsV1_3:
+        return QStringLiteral("TLS 1.3");
+    default:
+        return QStringLiteral("TLS");
+    }
 }
 
 void ChatSession::closeQuietly() {

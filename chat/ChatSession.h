@@ -4,9 +4,14 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
 #include <optional>
 
+class Prompts;
+class QSslSocket;
 class QTcpSocket;
+class TlsGuard;
+class TlsTrustStore;
 
 // One member's time on the chat server, below every window: the connection, who we are, who is in
 // the room, whom we ignore and where downloads go. Windows observe it through its signals.
@@ -17,7 +22,7 @@ public:
     ~ChatSession() override;
 
     // The connection to the chat server (its object name is "Winsock1").
-    QTcpSocket& socket() { return *m_socket; }
+    QTcpSocket& socket();
     bool isConnected() const;
     // Sends one message; false (nothing sent) when not connected.
     bool send(const QString& message);
@@ -26,6 +31,14 @@ public:
     quint16 serverPort() const { return m_port; }
     void setServerAddress(const QString& host, quint16 port);
     void setServerHost(const QString& host) { m_host = host; }
+
+    // A server box of the form "tls://host[:port]" signs on over TLS (see ChatAddress). Certificates
+    // the system's authorities vouch for are accepted; with this, a self-signed one is shown to the
+    // person through `prompts` the first time and, once accepted, kept in `trustFile`, and a
+    // changed one refused (see TlsGuard). Without it, only vouched-for certificates are accepted.
+    void setTlsTrust(const QString& trustFile, Prompts& prompts);
+    // "TLS 1.3" while the connection is encrypted; empty otherwise.
+    QString encryption() const;
 
     // Closes an open connection without reporting it, and connects again. A failure to reach the
     // server is reported once, by unreachable().
@@ -82,6 +95,9 @@ Q_SIGNALS:
     void hungUp();
     // The connection attempt failed before reaching the server.
     void unreachable(const QString& why);
+    // The TLS handshake ended because the certificate was refused; nothing was sent. Why, for the
+    // person (empty when they declined the certificate themselves).
+    void tlsRefused(const QString& why);
     // The connection failed after reaching the server, other than by the server hanging up.
     void lost();
     // One read from the server, decoded. Data that arrives while it is handled (a box opened in the
@@ -100,7 +116,9 @@ private:
     void onError();
     void onReadyRead();
 
-    QTcpSocket* m_socket;
+    QSslSocket* m_socket;
+    std::unique_ptr<TlsTrustStore> m_trust;
+    TlsGuard* m_guard = nullptr;
     QString m_host;
     quint16 m_port;
     bool m_reachedServer = true;

@@ -2,7 +2,7 @@
 
 #include "server/DescriptorBudget.h"
 
-#include <QTcpSocket>
+#include <QSslSocket>
 
 BudgetedListener::BudgetedListener(QObject* parent)
     : QTcpServer(parent) {}
@@ -33,7 +33,7 @@ QTcpSocket* BudgetedListener::takeConnection() {
 }
 
 void BudgetedListener::incomingConnection(qintptr descriptor) {
-    auto* socket = new QTcpSocket(this);
+    QTcpSocket* socket = m_encrypted ? new QSslSocket(this) : new QTcpSocket(this);
     socket->setSocketDescriptor(descriptor);
     if (m_budget && !m_budget->hasRoom())
         socket->setReadBufferSize(1);

@@ -15,6 +15,8 @@ public:
 
     // Accept only while the process has descriptors to spare (none set: no such check).
     void setBudget(DescriptorBudget* budget);
+    // Connections come as QSslSocket, not encrypted yet, for a taker that starts the handshake.
+    void setEncrypted(bool encrypted) { m_encrypted = encrypted; }
     // The next connection, counted against the budget; null when none is waiting or there is no
     // room. Without room the listener pauses, and newConnection comes again once there is.
     // Signals the socket sent before it was taken reached nobody: its taker must look at the data
@@ -26,4 +28,5 @@ protected:
 
 private:
     DescriptorBudget* m_budget = nullptr;
+    bool m_encrypted = false;
 };

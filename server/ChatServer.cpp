@@ -4,12 +4,13 @@
 #include "chat/ChatProtocol.h"
 #include "common/Windows1252.h"
 #include "server/AddressRules.h"
-#include "server/ChatRoom.h"
 #include "server/BudgetedListener.h"
+#include "server/ChatRoom.h"
 #include "server/MemberSession.h"
 #include "server/ServerMetrics.h"
+#include "server/TlsPort.h"
 
-#include <QTcpSocket>
+#include <QSslSocket>
 #include <QTimer>
 
 ChatServer::ChatServer(DatabaseThreads& database, const ServerLimits& limits, NowFunction now,
@@ -47,7 +48,31 @@ QString ChatServer::errorString() const {
 }
 
 void ChatServer::setDescriptorBudget(DescriptorBudget* budget) {
+    m_budget = budget;
     m_listener->setBudget(budget);
+}
+
+bool ChatServer::listenTls(const QHostAddress& address, quint16 port, const TlsCredentials& credentials) {
+    const TlsPort::Rules rules{m_limits.tlsHandshakeMs, m_limits.tlsHandshakesAtOnce,
+                               m_limits.connectionsPerAddress};
+    m_tls = new TlsPort(
+        credentials, rules, [this](const QString& from) { return m_connectionsByAddress.value(from); }, this);
+    if (m_budget)
+        m_tls->setDescriptorBudget(m_budget);
+    connect(m_tls, &TlsPort::encrypted, this, &ChatServer::accept);
+    return m_tls->listen(address, port);
+}
+
+quint16 ChatServer::tlsPort() const {
+    return m_tls ? m_tls->port() : 0;
+}
+
+int ChatServer::tlsHandshakesUnderWay() const {
+    return m_tls ? m_tls->handshakesUnderWay() : 0;
+}
+
+QString ChatServer::tlsErrorString() const {
+    return m_tls ? m_tls->errorString() : QString();
 }
 
 void ChatServer::setMetrics(ServerMetrics* metrics) {

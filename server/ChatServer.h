@@ -14,6 +14,8 @@ class DatabaseThreads;
 class DescriptorBudget;
 class MemberSession;
 class QTcpSocket;
+class TlsCredentials;
+class TlsPort;
 class ServerMetrics;
 class QTimer;
 
@@ -29,6 +31,12 @@ public:
     bool listen(const QHostAddress& address, quint16 port);
     quint16 port() const;
     QString errorString() const;
+    // Also serves members over TLS on `port`, with the certificate in force at each connection.
+    // A connection counts against its address from the start of its handshake.
+    bool listenTls(const QHostAddress& address, quint16 port, const TlsCredentials& credentials);
+    quint16 tlsPort() const;
+    int tlsHandshakesUnderWay() const;
+    QString tlsErrorString() const;
 
     // Accept only while the process has descriptors to spare (none set: no such check).
     void setDescriptorBudget(DescriptorBudget* budget);
@@ -53,6 +61,8 @@ private:
     ServerLimits m_limits;
     NowFunction m_now;
     BudgetedListener* m_listener;
+    TlsPort* m_tls = nullptr;
+    DescriptorBudget* m_budget = nullptr;
     ChatRoom* m_room;
     QTimer* m_keepAlive;
     QHash<QString, int> m_connectionsByAddress;

@@ -1,5 +1,7 @@
 #include "server/HttpConnection.h"
 
+#include "server/SocketBacklog.h"
+
 #include <QFile>
 #include <QTcpSocket>
 #include <QTimer>
@@ -51,7 +53,7 @@ HttpConnection::HttpConnection(QTcpSocket* socket, qint64 maxHeadBytes, int idle
     m_deadline->setInterval(idleMs);
     connect(m_deadline, &QTimer::timeout, this, &HttpConnection::onTimeout);
     connect(m_socket, &QTcpSocket::readyRead, this, &HttpConnection::serve);
-    connect(m_socket, &QTcpSocket::bytesWritten, this, &HttpConnection::onBytesWritten);
+    SocketBacklog::onWritten(m_socket, this, [this] { onBytesWritten(); });
     connect(m_socket, &QTcpSocket::disconnected, this, &HttpConnection::onDisconnected);
     connect(m_socket, &QTcpSocket::errorOccurred, this, &HttpConnection::onDisconnected);
     m_deadline->start();
@@ -77,7 +79,7 @@ void HttpConnection::serve() {
     }
     // Nothing is answered after an answer that closes the connection, not even a request that
     // was sent behind it.
-    while (!m_closing && !m_file && m_socket->bytesToWrite() < MaxUnsentBytes) {
+    while (!m_closing && !m_file && SocketBacklog::unsent(m_socket) < MaxUnsentBytes) {
         // Never more than the limit (and the blank line's four bytes) in hand.
         m_buffer += m_socket->read(std::max<qint64>(0, m_maxHeadBytes + 4 - m_buffer.size()));
         HttpRequestHead head;
@@ -113,7 +115,7 @@ void HttpConnection::refuse(int status) {
 }
 
 qint64 HttpConnection::queuedBytes() const {
-    return m_socket->bytesToWrite();
+    return SocketBacklog::unsent(m_socket);
 }
 
 void HttpConnection::onBytesWritten() {
@@ -151,7 +153,7 @@ void HttpConnection::write(const Response& response, bool close) {
 }
 
 void HttpConnection::writeMoreOfFile() {
-    while (m_file && m_socket->bytesToWrite() < MaxUnsentBytes) {
+    while (m_file && SocketBacklog::unsent(m_socket) < MaxUnsentBytes) {
         const QByteArray piece = m_file->read(std::min(FilePieceBytes, m_fileLeft));
         if (piece.isEmpty()) {
             // The file was cut short while it was sent: the length given cannot be kept.
@@ -181,7 +183,7 @@ void HttpConnection::closeAfterAnswer() {
     }
     // Once the answer has left, only our side is closed; the client closes its side when it has
     // read the answer (or the deadline ends it), and what it sends meanwhile is dropped.
-    if (m_sentFin || m_socket->bytesToWrite() > 0)
+    if (m_sentFin || SocketBacklog::unsent(m_socket) > 0)
         return;
     m_sentFin = true;
     ::shutdown(int(m_socket->socketDescriptor()), SHUT_WR);
@@ -191,7 +193,7 @@ void HttpConnection::closeAfterAnswer() {
 void HttpConnection::onTimeout() {
     // A client that sent part of a request is told why, and has the idle time once more to
     // read it; one that sent nothing, or did not read, is cut off.
-    if (!m_closing && !m_buffer.isEmpty() && m_socket->bytesToWrite() == 0) {
+    if (!m_closing && !m_buffer.isEmpty() && SocketBacklog::unsent(m_socket) == 0) {
         refuse(408);
         return;
     }

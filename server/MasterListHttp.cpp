@@ -3,11 +3,12 @@
 #include "server/AddressRules.h"
 #include "server/BudgetedListener.h"
 #include "server/ServerMetrics.h"
+#include "server/TlsPort.h"
 
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
-#include <QTcpSocket>
+#include <QSslSocket>
 
 MasterListHttp::MasterListHttp(const QString& folder, const ServerLimits& limits, QObject* parent)
     : QObject(parent)
@@ -21,7 +22,20 @@ quint16 MasterListHttp::listen(const QHostAddress& address, quint16 port) {
     return m_listener->listen(address, port) ? m_listener->serverPort() : 0;
 }
 
+quint16 MasterListHttp::listenTls(const QHostAddress& address, quint16 port,
+                                  const TlsCredentials& credentials) {
+    const TlsPort::Rules rules{m_limits.tlsHandshakeMs, m_limits.tlsHandshakesAtOnce,
+                               m_limits.httpConnectionsPerAddress};
+    m_tls = new TlsPort(
+        credentials, rules, [this](const QString& from) { return m_connectionsByAddress.value(from); }, this);
+    if (m_budget)
+        m_tls->setDescriptorBudget(m_budget);
+    connect(m_tls, &TlsPort::encrypted, this, &MasterListHttp::adopt);
+    return m_tls->listen(address, port) ? m_tls->port() : 0;
+}
+
 void MasterListHttp::setDescriptorBudget(DescriptorBudget* budget) {
+    m_budget = budget;
     m_listener->setBudget(budget);
 }
 
@@ -39,26 +53,27 @@ bool MasterListHttp::mayReadMetrics(const QHostAddress& peer) const {
 }
 
 void MasterListHttp::onNewConnection() {
-    while (QTcpSocket* socket = m_listener->takeConnection()) {
-        const QString address = AddressRules::text(socket->peerAddress());
-        auto* connection = new HttpConnection(
-            socket, m_limits.httpMaxHeadBytes, m_limits.httpIdleMs,
-            [this, peer = socket->peerAddress()](const HttpRequestHead& request) {
-                return respond(request, peer);
-            },
-            this);
-        if (m_metrics)
-            connect(connection, &HttpConnection::answered, this,
-                    [metrics = m_metrics](int status) { metrics->webAnswers(status).add(); });
-        connection->setProperty("address", address);
-        connect(connection, &HttpConnection::finished, this, &MasterListHttp::onFinished);
-        ++m_connections;
-        // The web port shares the process with the chat: its connections are capped per
-        // address and in all, so that no crowd of them can take the chat's descriptors.
-        const int fromAddress = ++m_connectionsByAddress[address];
-        if (fromAddress > m_limits.httpConnectionsPerAddress || m_connections > m_limits.httpMaxConnections)
-            connection->refuse(503);
-    }
+    while (QTcpSocket* socket = m_listener->takeConnection())
+        adopt(socket);
+}
+
+void MasterListHttp::adopt(QTcpSocket* socket) {
+    const QString address = AddressRules::text(socket->peerAddress());
+    auto* connection = new HttpConnection(
+        socket, m_limits.httpMaxHeadBytes, m_limits.httpIdleMs,
+        [this, peer = socket->peerAddress()](const HttpRequestHead& request) { return respond(request, peer); },
+        this);
+    if (m_metrics)
+        connect(connection, &HttpConnection::answered, this,
+                [metrics = m_metrics](int status) { metrics->webAnswers(status).add(); });
+    connection->setProperty("address", address);
+    connect(connection, &HttpConnection::finished, this, &MasterListHttp::onFinished);
+    ++m_connections;
+    // The web port shares the process with the chat: its connections are capped per
+    // address and in all, so that no crowd of them can take the chat's descriptors.
+    const int fromAddress = ++m_connectionsByAddress[address];
+    if (fromAddress > m_limits.httpConnectionsPerAddress || m_connections > m_limits.httpMaxConnections)
+        connection->refuse(503);
 }
 
 qint64 MasterListHttp::queuedBytes() const {

@@ -10,6 +10,9 @@
 
 class BudgetedListener;
 class DescriptorBudget;
+class QTcpSocket;
+class TlsCredentials;
+class TlsPort;
 class ServerMetrics;
 
 // Serves the master lists of the data folder: GET and HEAD of /quorvel/qvllist-<name>.qvl,
@@ -24,6 +27,10 @@ public:
 
     // Returns the port listened on (useful with port 0), or 0 on failure.
     quint16 listen(const QHostAddress& address, quint16 port);
+    // Also serves the lists over HTTPS on `port`, with the certificate in force at each connection;
+    // returns that port, or 0 on failure. A connection counts against its address from the start
+    // of its handshake.
+    quint16 listenTls(const QHostAddress& address, quint16 port, const TlsCredentials& credentials);
     // Accept only while the process has descriptors to spare (none set: no such check).
     void setDescriptorBudget(DescriptorBudget* budget);
     // Counts every answer by status in metrics, and answers GET /metrics with them to clients
@@ -35,6 +42,7 @@ public:
 
 private:
     void onNewConnection();
+    void adopt(QTcpSocket* socket);
     void onFinished(HttpConnection* connection);
     HttpConnection::Response respond(const HttpRequestHead& request, const QHostAddress& peer) const;
     bool mayReadMetrics(const QHostAddress& peer) const;
@@ -42,6 +50,8 @@ private:
     QString m_folder;
     ServerLimits m_limits;
     BudgetedListener* m_listener;
+    TlsPort* m_tls = nullptr;
+    DescriptorBudget* m_budget = nullptr;
     QHash<QString, int> m_connectionsByAddress;
     int m_connections = 0;
     ServerMetrics* m_metrics = nullptr;

@@ -5,12 +5,14 @@
 #include "common/Windows1252.h"
 #include "server/AddressRules.h"
 #include "server/LineFramer.h"
+#include "server/SocketBacklog.h"
 #include "server/ServerMetrics.h"
 
 #include <QTcpSocket>
 #include <QTimer>
 
 #include <algorithm>
+#include <utility>
 
 #ifdef Q_OS_UNIX
 #include <netinet/in.h>
@@ -34,8 +36,8 @@ MemberSession::MemberSession(QTcpSocket* socket, const ServerLimits& limits, Now
     connect(m_socket, &QTcpSocket::disconnected, this, &MemberSession::onDisconnected);
     connect(m_socket, &QTcpSocket::errorOccurred, this, &MemberSession::onDisconnected);
     // What the kernel did not take waited in Qt's buffer; once that is out, the queue goes on.
-    connect(m_socket, &QTcpSocket::bytesWritten, this, [this] {
-        if (m_socket->bytesToWrite() == 0)
+    SocketBacklog::onWritten(m_socket, this, [this] {
+        if (SocketBacklog::unsent(m_socket) == 0)
             flush();
     });
     m_cutReadTimer.setSingleShot(true);
@@ -82,7 +84,7 @@ void MemberSession::flush() {
     m_flushPosted = false;
     if (m_state == State::Closing || m_socket->state() != QAbstractSocket::ConnectedState)
         return;
-    while (m_socket->bytesToWrite() == 0) {
+    while (SocketBacklog::unsent(m_socket) == 0) {
         const QList<QByteArray> batch =
             m_queue.takeWrite(m_maxWrite, m_clock.elapsed(), [this] { return pingLine(); });
         if (batch.isEmpty())
@@ -98,7 +100,7 @@ void MemberSession::flush() {
 }
 
 qint64 MemberSession::pendingOutputBytes() const {
-    return m_queue.queuedBytes() + m_socket->bytesToWrite();
+    return m_queue.queuedBytes() + SocketBacklog::unsent(m_socket);
 }
 
 quint16 MemberSession::peerPort() const {
@@ -112,7 +114,7 @@ void MemberSession::write(const QList<QByteArray>& lines) {
     // With nothing waiting in Qt's buffer, the data goes straight to the kernel: one system call
     // and no trip through Qt's write buffer and signals, which cost several times the call itself.
     // What the kernel does not take, and any error, is left to the socket's own write path.
-    if (m_socket->bytesToWrite() == 0) {
+    if (SocketBacklog::isPlain(m_socket) && m_socket->bytesToWrite() == 0) {
         const auto n = ::send(int(m_socket->socketDescriptor()), data.constData(), std::size_t(data.size()),
                               MSG_DONTWAIT | MSG_NOSIGNAL);
         if (n > 0)
@@ -186,6 +188,12 @@ void MemberSession::onReadyRead() {
     const QByteArray read = m_socket->readAll();
     if (m_state == State::Closing)
         return;
+    // A TLS client on the plain port: its hello is no message, and it would wait for an answer
+    // that never comes. Cut off at once, so that it fails at once and says why.
+    if (!std::exchange(m_heardAnything, true) && read.startsWith("\x16\x03")) {
+        drop(QStringLiteral("TLS on the plain port"));
+        return;
+    }
     m_heardSinceTick = true;
     handleText(m_assembler.take(read));
     if (m_assembler.heldBytes() > m_limits.maxLineBytes)

@@ -83,6 +83,7 @@ private:
     QList<QDateTime> m_recentMessages;
     bool m_floodNoticeSent = false;
     bool m_heardSinceTick = true;
+    bool m_heardAnything = false;
     int m_silentTicks = 0;
     bool m_goneReported = false;
     ReadAssembler m_assembler;

@@ -29,6 +29,10 @@ struct ServerLimits {
     int httpIdleMs = 10 * 1000;
     int httpConnectionsPerAddress = 8;
     int httpMaxConnections = 256;
+    // TLS ports: a handshake not done within this is cut off; at most this many run at once per
+    // port, the rest wait their turn in the kernel's queue.
+    int tlsHandshakeMs = 10 * 1000;
+    int tlsHandshakesAtOnce = 16;
     // A PING goes out every interval; a member silent for three intervals is dropped.
     int keepAliveMs = 60 * 1000;
     // Every MSG counts as ending the client's read, not only "/me" lines: nothing is lost to an

@@ -11,6 +11,7 @@
 #include "server/ServerMetrics.h"
 #include "server/ServerOptions.h"
 #include "server/ShutdownSignals.h"
+#include "server/TlsService.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -74,7 +75,8 @@ int main(int argc, char** argv) {
     chat.setMetrics(&metrics);
     chat.setDescriptorBudget(&budget);
     chat.room().setMessageOfTheDay(options.messageOfTheDay);
-    if (!chat.listen(options.listenAddress, options.chatPort)) {
+    const bool plain = !options.tls.closePlainPorts;
+    if (plain && !chat.listen(options.listenAddress, options.chatPort)) {
         err << "quorvel-server: cannot listen for chat on port " << options.chatPort << ": "
             << chat.errorString() << '\n';
         return 1;
@@ -82,18 +84,26 @@ int main(int argc, char** argv) {
     MasterListHttp http(options.dataFolder, options.limits);
     http.setDescriptorBudget(&budget);
     http.setMetrics(&metrics, options.metricsFrom);
-    const quint16 httpPort = http.listen(options.listenAddress, options.httpPort);
-    if (httpPort == 0) {
+    const quint16 httpPort = plain ? http.listen(options.listenAddress, options.httpPort) : 0;
+    if (plain && httpPort == 0) {
         err << "quorvel-server: cannot listen for HTTP on port " << options.httpPort << '\n';
         return 1;
     }
     ShutdownSignals shutdown;
     QObject::connect(&shutdown, &ShutdownSignals::requested, &app, &QCoreApplication::quit);
+    TlsService tls(options.tls, out);
+    QObject::connect(&shutdown, &ShutdownSignals::reloadRequested, &tls, &TlsService::reload);
+    if (options.tls.enabled() && !tls.start(options.listenAddress, chat, http, &error)) {
+        err << "quorvel-server: " << error << '\n';
+        return 1;
+    }
 
     // Tests and scripts read the ports from this line when they ask for port 0.
     out << "quorvel-server: chat port " << chat.port() << ", http port " << httpPort << ", data "
         << options.dataFolder << ", room for " << budget.connections() << " connections (descriptor limit "
         << descriptorLimit << ")" << Qt::endl;
+    if (options.tls.enabled())
+        out << "quorvel-server: " << tls.summary() << Qt::endl;
     const int code = QCoreApplication::exec();
     out << "quorvel-server: stopped" << Qt::endl;
     return code;

@@ -121,6 +121,7 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
              "Database user, for server databases; the password is read from QUORVEL_DB_PASSWORD."),
          QStringLiteral("user")},
     });
+    TlsOptions::addTo(parser);
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("Optional administration command."),
                                  QStringLiteral("[op add|remove|list NAME | backup FILE]"));
@@ -168,7 +169,7 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
         readNumber(parser, QStringLiteral("sign-on-delay-ms"), 0, 60 * 1000, &signOnDelay, error) &&
         readNumber(parser, QStringLiteral("sign-on-again-ms"), 0, 3600 * 1000, &signOnAgain, error) &&
         readNumber(parser, QStringLiteral("sign-ons-per-address"), 0, 1 << 20, &signOnsPerAddress, error);
-    if (!numbersOk)
+    if (!numbersOk || !TlsOptions::read(parser, &o.tls, &o.limits, error))
         return false;
     o.chatPort = static_cast<quint16>(chatPort);
     o.httpPort = static_cast<quint16>(httpPort);

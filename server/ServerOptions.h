@@ -2,6 +2,7 @@
 
 #include "server/AccountStore.h"
 #include "server/ServerLimits.h"
+#include "server/TlsOptions.h"
 
 #include <QHostAddress>
 #include <QString>
@@ -18,6 +19,7 @@ struct ServerOptions {
     QString messageOfTheDay;
     ServerLimits limits;
     AccountStore::Config database;
+    TlsOptions tls;
     // Clients that may read /metrics on the web port; a null address: nobody.
     QPair<QHostAddress, int> metricsFrom;
     // An administration command ("op add NAME", "backup FILE", ...) run instead of the server; empty to

@@ -22,11 +22,13 @@ ShutdownSignals::ShutdownSignals(QObject* parent)
     action.sa_flags = SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGHUP, &action, nullptr);
 }
 
 ShutdownSignals::~ShutdownSignals() {
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGHUP, SIG_IGN); // a reload must not end the process on its way out either
     if (pipeEnds[0] >= 0) {
         ::close(pipeEnds[0]);
         ::close(pipeEnds[1]);
@@ -34,13 +36,17 @@ ShutdownSignals::~ShutdownSignals() {
     }
 }
 
-void ShutdownSignals::handle(int) {
-    const char byte = 1;
+void ShutdownSignals::handle(int signal) {
+    const char byte = char(signal);
     [[maybe_unused]] const auto written = ::write(pipeEnds[0], &byte, 1);
 }
 
 void ShutdownSignals::onReadable() {
     char byte = 0;
-    [[maybe_unused]] const auto read = ::read(pipeEnds[1], &byte, 1);
-    emit requested();
+    if (::read(pipeEnds[1], &byte, 1) != 1)
+        return;
+    if (byte == SIGHUP)
+        emit reloadRequested();
+    else
+        emit requested();
 }

@@ -4,8 +4,10 @@
 
 class QSocketNotifier;
 
-// Turns SIGINT and SIGTERM into a Qt signal. The handler only writes one byte into a socket
-// pair (async-signal-safe); the event loop reads it and emits requested().
+// Turns SIGINT and SIGTERM into requested() and SIGHUP into reloadRequested(). The handler only
+// writes the signal's number as one byte into a socket pair (async-signal-safe); the event loop
+// reads it and emits. SIGHUP, whose default would end the process, is what service managers send
+// for a reload (systemd's ExecReload, logrotate, certbot's deploy hooks).
 class ShutdownSignals : public QObject {
     Q_OBJECT
 public:
@@ -14,6 +16,7 @@ public:
 
 signals:
     void requested();
+    void reloadRequested();
 
 private:
     static void handle(int signal);

@@ -11,14 +11,23 @@ BenchMember::BenchMember(Protocol protocol, const QString& name, QObject* parent
     : QObject(parent)
     , m_protocol(protocol)
     , m_name(name.toLatin1()) {
-    connect(&m_socket, &QTcpSocket::connected, this, &BenchMember::onConnected);
+    connect(&m_socket, &QTcpSocket::connected, this, [this] {
+        if (m_socket.mode() == QSslSocket::UnencryptedMode)
+            onConnected();
+    });
+    connect(&m_socket, &QSslSocket::encrypted, this, &BenchMember::onConnected);
     connect(&m_socket, &QTcpSocket::readyRead, this, &BenchMember::onReadyRead);
     connect(&m_socket, &QTcpSocket::disconnected, this, [this] { m_failed = true; });
     connect(&m_socket, &QTcpSocket::errorOccurred, this, [this] { m_failed = true; });
 }
 
-void BenchMember::connectTo(quint16 port) {
-    m_socket.connectToHost(QHostAddress::LocalHost, port);
+void BenchMember::connectTo(quint16 port, bool tls) {
+    if (!tls) {
+        m_socket.connectToHost(QHostAddress::LocalHost, port);
+        return;
+    }
+    m_socket.setPeerVerifyMode(QSslSocket::VerifyNone);
+    m_socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), port);
 }
 
 void BenchMember::onConnected() {

@@ -2,7 +2,7 @@
 
 #include <QByteArray>
 #include <QObject>
-#include <QTcpSocket>
+#include <QSslSocket>
 
 // One member of the benchmark room, on either chat protocol: signs on, answers keep-alives,
 // and counts the room lines it receives. Lines are reassembled across reads before counting.
@@ -15,7 +15,9 @@ public:
 
     BenchMember(Protocol protocol, const QString& name, QObject* parent = nullptr);
 
-    void connectTo(quint16 port);
+    // Over TLS the member signs on once the handshake is done (the certificate is not checked:
+    // the benchmark measures the server's cost, not trust).
+    void connectTo(quint16 port, bool tls = false);
     // One room line; CR LF ended so that lines merged by TCP still split on the server.
     void say(const QByteArray& text);
 
@@ -35,7 +37,7 @@ private:
 
     Protocol m_protocol;
     QByteArray m_name;
-    QTcpSocket m_socket;
+    QSslSocket m_socket;
     QByteArray m_partial;
     bool m_ready = false;
     bool m_failed = false;

@@ -4,6 +4,7 @@
 //
 //   server_broadcast_bench prepare DATA_FOLDER N      create the accounts bench0..bench(N-1)
 //   server_broadcast_bench quorvel|irc PORT N L       measure
+//   server_broadcast_bench quorvel-tls PORT N L       the same, every member over TLS
 //   server_broadcast_bench delay PORT N ROUNDS        delay of a line behind a read-ending one
 #include "BenchMember.h"
 
@@ -44,9 +45,10 @@ int prepare(const QString& folder, int members) {
 // A room of N bench members, signed on 50 at a time; allReady() runs once everybody is in.
 class BenchRoom : public QObject {
 public:
-    BenchRoom(BenchMember::Protocol protocol, quint16 port, int members)
+    BenchRoom(BenchMember::Protocol protocol, quint16 port, int members, bool tls = false)
         : m_protocol(protocol)
-        , m_port(port) {
+        , m_port(port)
+        , m_tls(tls) {
         for (int i = 0; i < members; ++i)
             m_members.push_back(new BenchMember(protocol, QStringLiteral("bench%1").arg(i), this));
     }
@@ -88,7 +90,7 @@ private:
         const int end = std::min<int>(m_connected + 50, static_cast<int>(m_members.size()));
         for (int i = m_connected; i < end; ++i) {
             connect(m_members[i], &BenchMember::ready, this, &BenchRoom::onReady);
-            m_members[i]->connectTo(m_port);
+            m_members[i]->connectTo(m_port, m_tls);
         }
         m_connected = end;
     }
@@ -104,6 +106,7 @@ private:
     }
 
     quint16 m_port;
+    bool m_tls;
     int m_connected = 0;
     int m_ready = 0;
     QTimer m_watchdog;
@@ -113,8 +116,8 @@ private:
 // server's fan-out and not the growth of buffers.
 class BroadcastRun : public BenchRoom {
 public:
-    BroadcastRun(BenchMember::Protocol protocol, quint16 port, int members, int lines)
-        : BenchRoom(protocol, port, members)
+    BroadcastRun(BenchMember::Protocol protocol, quint16 port, int members, int lines, bool tls = false)
+        : BenchRoom(protocol, port, members, tls)
         , m_lines(lines)
         // The sender hears its own lines on the Quorvel server, not on IRC.
         , m_receivers(protocol == BenchMember::Protocol::Quorvel ? members : members - 1) {}
@@ -231,12 +234,14 @@ int main(int argc, char** argv) {
     const QStringList args = app.arguments();
     if (args.value(1) == QLatin1String("prepare") && args.size() == 4)
         return prepare(args.at(2), args.at(3).toInt());
-    if ((args.value(1) == QLatin1String("quorvel") || args.value(1) == QLatin1String("irc")) &&
+    const QString mode = args.value(1);
+    if ((mode == QLatin1String("quorvel") || mode == QLatin1String("quorvel-tls") ||
+         mode == QLatin1String("irc")) &&
         args.size() == 5) {
-        const auto protocol = args.at(1) == QLatin1String("quorvel") ? BenchMember::Protocol::Quorvel
-                                                                     : BenchMember::Protocol::Irc;
+        const auto protocol =
+            mode == QLatin1String("irc") ? BenchMember::Protocol::Irc : BenchMember::Protocol::Quorvel;
         BroadcastRun run(protocol, static_cast<quint16>(args.at(2).toUInt()), args.at(3).toInt(),
-                         args.at(4).toInt());
+                         args.at(4).toInt(), mode == QLatin1String("quorvel-tls"));
         run.start();
         return QCoreApplication::exec();
     }
@@ -245,7 +250,8 @@ int main(int argc, char** argv) {
         run.start();
         return QCoreApplication::exec();
     }
-    QTextStream(stderr) << "usage: server_broadcast_bench prepare FOLDER N | quorvel|irc PORT N LINES | "
-                           "delay PORT N ROUNDS\n";
+    QTextStream(stderr)
+        << "usage: server_broadcast_bench prepare FOLDER N | quorvel|quorvel-tls|irc PORT N LINES | "
+           "delay PORT N ROUNDS\n";
     return 2;
 }

@@ -10,13 +10,20 @@
 //   server_signon_bench storm PORT N
 //   server_signon_bench flood PORT SECONDS
 //   server_signon_bench churn PORT SECONDS      needs N >= 200
+//   server_signon_bench handshakes PORT TLS_PORT SECONDS
+//          a bystander's round trip on the plain port while 8 addresses (127.0.0.21-28) make TLS
+//          handshakes on the TLS port over 8 connections each, one after another (each connection
+//          hangs up once encrypted and connects again), against its round trip with nobody else there
 #include "server/AccountStore.h"
 #include "server/PasswordHash.h"
+#include "server/ShutdownSignals.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QProcess>
+#include <QSslSocket>
 #include <QTcpSocket>
 #include <QTextStream>
 #include <QTimer>
@@ -320,6 +327,69 @@ int churn(quint16 port, int seconds) {
     return 0;
 }
 
+// Connects from `from` to the TLS port, hangs up as soon as the handshake is done, and again.
+class Handshaker : public QObject {
+public:
+    Handshaker(const QString& from, quint16 port, int* handshakes, QObject* parent)
+        : QObject(parent) {
+        m_socket.setPeerVerifyMode(QSslSocket::VerifyNone);
+        connect(&m_socket, &QSslSocket::encrypted, this, [this, handshakes] {
+            ++*handshakes;
+            m_socket.abort();
+        });
+        connect(&m_socket, &QAbstractSocket::stateChanged, this,
+                [this, from, port](QAbstractSocket::SocketState state) {
+                    if (state == QAbstractSocket::UnconnectedState)
+                        QTimer::singleShot(0, this, [this, from, port] { connectFrom(from, port); });
+                });
+        connectFrom(from, port);
+    }
+
+private:
+    void connectFrom(const QString& from, quint16 port) {
+        m_socket.bind(QHostAddress(from));
+        m_socket.connectToHostEncrypted(QStringLiteral("127.0.0.1"), port);
+    }
+    QSslSocket m_socket;
+};
+
+// The handshakes run in a process of their own: in the bystander's process their client side of
+// each key exchange would delay the bystander's own reading, and the figure would be the bench's.
+int handshakers(quint16 tlsPort) {
+    QObject owner;
+    int done = 0;
+    for (int address = 0; address < 8; ++address)
+        for (int c = 0; c < 8; ++c)
+            new Handshaker(QStringLiteral("127.0.0.%1").arg(21 + address), tlsPort, &done, &owner);
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit,
+                     [&done] { QTextStream(stdout) << done << Qt::endl; });
+    return QCoreApplication::exec();
+}
+
+int handshakes(quint16 port, quint16 tlsPort, int seconds) {
+    QObject owner;
+    std::function<void(const QByteArray&)> bystanderLine;
+    int signedOn = 0;
+    Member& bystander = *listener(QStringLiteral("127.0.0.1"), port, 0, &bystanderLine, &signedOn, &owner);
+    waitUntil([&] { return signedOn == 1; });
+    const RoundTrips idle = roundTrips(bystander, bystanderLine, seconds * 1000);
+    QProcess flood;
+    flood.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("handshakers"), QString::number(tlsPort)});
+    const RoundTrips flooded = roundTrips(bystander, bystanderLine, seconds * 1000);
+    flood.terminate();
+    flood.waitForFinished(5000);
+    const int done = flood.readAllStandardOutput().trimmed().toInt();
+    QTextStream(stdout) << QStringLiteral("handshakes: bystander round trip idle %1; during a flood of TLS "
+                                          "handshakes from 8 addresses (another process) %2, %3 handshakes "
+                                          "done in %4 s; ratio of medians %5\n")
+                               .arg(roundTripFigures(idle), roundTripFigures(flooded))
+                               .arg(done)
+                               .arg(seconds)
+                               .arg(flooded.median / idle.median, 0, 'f', 2);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -333,8 +403,16 @@ int main(int argc, char** argv) {
         return flood(quint16(args[2].toUInt()), args[3].toInt());
     if (args.size() == 4 && args[1] == QLatin1String("churn"))
         return churn(quint16(args[2].toUInt()), args[3].toInt());
+    if (args.size() == 3 && args[1] == QLatin1String("handshakers")) {
+        // Ends on SIGTERM from the measuring process, saying how many handshakes it made.
+        ShutdownSignals stop;
+        QObject::connect(&stop, &ShutdownSignals::requested, &app, &QCoreApplication::quit);
+        return handshakers(quint16(args[2].toUInt()));
+    }
+    if (args.size() == 5 && args[1] == QLatin1String("handshakes"))
+        return handshakes(quint16(args[2].toUInt()), quint16(args[3].toUInt()), args[4].toInt());
     QTextStream(stderr)
         << "usage: server_signon_bench prepare FOLDER N | storm PORT N | flood PORT SECONDS | "
-           "churn PORT SECONDS\n";
+           "churn PORT SECONDS | handshakes PORT TLS_PORT SECONDS\n";
     return 2;
 }

@@ -1,6 +1,7 @@
 #include "DataRows.h"
 #include "ScriptedChatServer.h"
 
+#include "chat/ChatAddress.h"
 #include "chat/ChatMessage.h"
 #include "chat/ChatProtocol.h"
 #include "common/Windows1252.h"
@@ -8,6 +9,7 @@
 #include <QtTest>
 
 using namespace ChatProtocol;
+using namespace Qt::StringLiterals;
 
 class ChatMessageTest : public QObject {
     Q_OBJECT
@@ -43,6 +45,24 @@ private Q_SLOTS:
     void splitRead() {
         auto [wire, pieces] = fetchRow<QByteArray, QList<QStringList>>("wire", "pieces");
         QCOMPARE(ChatMessage::splitRead(Windows1252::decode(wire)), pieces);
+    }
+
+    // clang-format off
+    void serverBox_data() {
+        addColumns<QString, QString, int, bool>("box", "host", "port", "tls");
+        QTest::newRow("a host: in clear, on the settings' port") << u"chat.example.org"_s << u"chat.example.org"_s << 27800 << false;
+        QTest::newRow("tls://host: the TLS port") << u"tls://chat.example.org"_s << u"chat.example.org"_s << 27802 << true;
+        QTest::newRow("tls://host:port, any case") << u" TLS://Chat.Example.org:7000/"_s << u"chat.example.org"_s << 7000 << true;
+        QTest::newRow("IPv6 in brackets") << u"tls://[::1]:7001"_s << u"::1"_s << 7001 << true;
+    }
+    // clang-format on
+
+    void serverBox() {
+        auto [box, host, port, tls] = fetchRow<QString, QString, int, bool>("box", "host", "port", "tls");
+        const ChatAddress address = ChatAddress::parse(box, DefaultChatPort);
+        QCOMPARE(address.host, host);
+        QCOMPARE(int(address.port), port);
+        QCOMPARE(address.tls, tls);
     }
 
     void sendWritesOneSegmentOnlyWhenConnected() {

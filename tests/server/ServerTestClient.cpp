@@ -7,6 +7,23 @@
 ServerTestClient::ServerTestClient(QObject* parent)
     : QObject(parent) {
     connect(&m_socket, &QTcpSocket::readyRead, this, &ServerTestClient::onReadyRead);
+    connect(&m_socket, &QSslSocket::sslErrors, this,
+            [this](const QList<QSslError>& errors) { m_tlsErrors = errors; });
+}
+
+bool ServerTestClient::connectEncrypted(quint16 port, const QSslCertificate& authority) {
+    QSslConfiguration configuration = m_socket.sslConfiguration();
+    configuration.setCaCertificates({authority});
+    m_socket.setSslConfiguration(configuration);
+    m_socket.connectToHostEncrypted(QStringLiteral("localhost"), port);
+    // The server may run in this process: its side of the handshake needs the event loop.
+    return QTest::qWaitFor(
+               [&] {
+                   return m_socket.isEncrypted() || !m_tlsErrors.isEmpty() ||
+                          m_socket.state() == QAbstractSocket::UnconnectedState;
+               },
+               5000) &&
+           m_socket.isEncrypted();
 }
 
 bool ServerTestClient::connectTo(quint16 port) {
@@ -56,7 +73,6 @@ QByteArray ServerTestClient::rawChat() const {
 bool ServerTestClient::waitForLine(const QString& line, int timeoutMs) {
     return QTest::qWaitFor([&] { return m_lines.contains(line); }, timeoutMs);
 }
-
 
 bool ServerTestClient::waitForDisconnect(int timeoutMs) {
     return QTest::qWaitFor([&] { return m_socket.state() == QAbstractSocket::UnconnectedState; }, timeoutMs);

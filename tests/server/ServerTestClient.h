@@ -2,9 +2,9 @@
 
 #include <QByteArray>
 #include <QObject>
+#include <QSslSocket>
 #include <QString>
 #include <QStringList>
-#include <QTcpSocket>
 
 // A member's connection as the server sees it, driven by a test: sends raw segments exactly
 // as given and collects every CR LF-ended line the server writes, reassembled across reads.
@@ -16,6 +16,10 @@ public:
     bool connectTo(quint16 port);
     // The same from another loopback address (127.0.0.2, ...), as a member from elsewhere.
     bool connectFrom(const QString& localAddress, quint16 port);
+    // Connects to a TLS port and waits for the handshake, trusting `authority` for localhost;
+    // false when the handshake fails (the errors are in tlsErrors()).
+    bool connectEncrypted(quint16 port, const QSslCertificate& authority);
+    QList<QSslError> tlsErrors() const { return m_tlsErrors; }
     // Starts connecting without waiting, for tests that open many connections at once.
     void startConnect(quint16 port) { m_socket.connectToHost(QHostAddress::LocalHost, port); }
     // One write, Windows-1252, no terminator added.
@@ -33,7 +37,7 @@ public:
         m_raw.clear();
     }
     bool isConnected() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
-    QTcpSocket& socket() { return m_socket; }
+    QSslSocket& socket() { return m_socket; }
 
     // Waits (bounded) for a line equal to `line`; true when it arrived.
     bool waitForLine(const QString& line, int timeoutMs = 5000);
@@ -45,7 +49,8 @@ public:
 private:
     void onReadyRead();
 
-    QTcpSocket m_socket;
+    QSslSocket m_socket;
+    QList<QSslError> m_tlsErrors;
     QByteArray m_raw;
     QByteArray m_partial;
     QStringList m_lines;
