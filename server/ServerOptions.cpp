@@ -1,30 +1,13 @@
 #include "server/ServerOptions.h"
 
 #include "chat/ChatProtocol.h"
+#include "server/OptionNumber.h"
 #include "server/PasswordHash.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
 #include <QStandardPaths>
-
-namespace {
-
-bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 minimum, qint64 maximum,
-                qint64* value, QString* error) {
-    if (!parser.isSet(name))
-        return true;
-    bool ok = false;
-    const qint64 read = parser.value(name).toLongLong(&ok);
-    if (!ok || read < minimum || read > maximum) {
-        *error = QStringLiteral("--%1 must be a number from %2 to %3").arg(name).arg(minimum).arg(maximum);
-        return false;
-    }
-    *value = read;
-    return true;
-}
-
-} // namespace
 
 bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, QString* error) {
     QCommandLineParser parser;
@@ -151,24 +134,24 @@ bool ServerOptions::parse(const QCoreApplication& app, ServerOptions* options, Q
     qint64 signOnAgain = o.limits.signOnAgainMs, signOnsPerAddress = o.limits.signOnsPerAddressPerMinute;
     qint64 httpPerAddress = o.limits.httpConnectionsPerAddress, httpIdle = o.limits.httpIdleMs;
     const bool numbersOk =
-        readNumber(parser, QStringLiteral("chat-port"), 0, 65535, &chatPort, error) &&
-        readNumber(parser, QStringLiteral("http-port"), 0, 65535, &httpPort, error) &&
-        readNumber(parser, QStringLiteral("keepalive-ms"), 10, 24 * 3600 * 1000, &keepAlive, error) &&
-        readNumber(parser, QStringLiteral("max-line"), 64, 1 << 24, &o.limits.maxLineBytes, error) &&
-        readNumber(parser, QStringLiteral("flood-lines"), 1, 1 << 30, &floodLines, error) &&
-        readNumber(parser, QStringLiteral("flood-window-ms"), 1, 3600 * 1000, &floodWindow, error) &&
-        readNumber(parser, QStringLiteral("connections-per-address"), 0, 1 << 20, &perAddress, error) &&
-        readNumber(parser, QStringLiteral("accounts-per-address"), 0, 1 << 20, &accounts, error) &&
-        readNumber(parser, QStringLiteral("max-pending-output"), 1024, qint64(1) << 32,
+        readOptionNumber(parser, QStringLiteral("chat-port"), 0, 65535, &chatPort, error) &&
+        readOptionNumber(parser, QStringLiteral("http-port"), 0, 65535, &httpPort, error) &&
+        readOptionNumber(parser, QStringLiteral("keepalive-ms"), 10, 24 * 3600 * 1000, &keepAlive, error) &&
+        readOptionNumber(parser, QStringLiteral("max-line"), 64, 1 << 24, &o.limits.maxLineBytes, error) &&
+        readOptionNumber(parser, QStringLiteral("flood-lines"), 1, 1 << 30, &floodLines, error) &&
+        readOptionNumber(parser, QStringLiteral("flood-window-ms"), 1, 3600 * 1000, &floodWindow, error) &&
+        readOptionNumber(parser, QStringLiteral("connections-per-address"), 0, 1 << 20, &perAddress, error) &&
+        readOptionNumber(parser, QStringLiteral("accounts-per-address"), 0, 1 << 20, &accounts, error) &&
+        readOptionNumber(parser, QStringLiteral("max-pending-output"), 1024, qint64(1) << 32,
                    &o.limits.maxPendingOutputBytes, error) &&
-        readNumber(parser, QStringLiteral("http-connections-per-address"), 1, 1 << 20, &httpPerAddress,
+        readOptionNumber(parser, QStringLiteral("http-connections-per-address"), 1, 1 << 20, &httpPerAddress,
                    error) &&
-        readNumber(parser, QStringLiteral("http-idle-ms"), 10, 3600 * 1000, &httpIdle, error) &&
-        readNumber(parser, QStringLiteral("hash-iterations"), 1000, 10'000'000, &iterations, error) &&
-        readNumber(parser, QStringLiteral("database-port"), 0, 65535, &databasePort, error) &&
-        readNumber(parser, QStringLiteral("sign-on-delay-ms"), 0, 60 * 1000, &signOnDelay, error) &&
-        readNumber(parser, QStringLiteral("sign-on-again-ms"), 0, 3600 * 1000, &signOnAgain, error) &&
-        readNumber(parser, QStringLiteral("sign-ons-per-address"), 0, 1 << 20, &signOnsPerAddress, error);
+        readOptionNumber(parser, QStringLiteral("http-idle-ms"), 10, 3600 * 1000, &httpIdle, error) &&
+        readOptionNumber(parser, QStringLiteral("hash-iterations"), 1000, 10'000'000, &iterations, error) &&
+        readOptionNumber(parser, QStringLiteral("database-port"), 0, 65535, &databasePort, error) &&
+        readOptionNumber(parser, QStringLiteral("sign-on-delay-ms"), 0, 60 * 1000, &signOnDelay, error) &&
+        readOptionNumber(parser, QStringLiteral("sign-on-again-ms"), 0, 3600 * 1000, &signOnAgain, error) &&
+        readOptionNumber(parser, QStringLiteral("sign-ons-per-address"), 0, 1 << 20, &signOnsPerAddress, error);
     if (!numbersOk || !TlsOptions::read(parser, &o.tls, &o.limits, error))
         return false;
     o.chatPort = static_cast<quint16>(chatPort);

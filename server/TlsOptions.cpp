@@ -1,6 +1,7 @@
 #include "server/TlsOptions.h"
 
 #include "chat/ChatProtocol.h"
+#include "server/OptionNumber.h"
 #include "server/ServerLimits.h"
 
 #include <QCommandLineParser>
@@ -13,20 +14,6 @@ const QString ChatPortOption = QStringLiteral("tls-chat-port");
 const QString HttpsPortOption = QStringLiteral("https-port");
 const QString OnlyOption = QStringLiteral("tls-only");
 const QString HandshakeOption = QStringLiteral("tls-handshake-ms");
-
-bool readValue(const QCommandLineParser& parser, const QString& name, uint minimum, uint maximum, uint* value,
-               QString* error) {
-    if (!parser.isSet(name))
-        return true;
-    bool ok = false;
-    const uint read = parser.value(name).toUInt(&ok);
-    if (!ok || read < minimum || read > maximum) {
-        *error = QStringLiteral("--%1 must be a number from %2 to %3").arg(name).arg(minimum).arg(maximum);
-        return false;
-    }
-    *value = read;
-    return true;
-}
 
 } // namespace
 
@@ -68,12 +55,12 @@ bool TlsOptions::read(const QCommandLineParser& parser, TlsOptions* options, Ser
         *error = QStringLiteral("--tls-only needs --tls-cert and --tls-key");
         return false;
     }
-    uint chatPort = ChatProtocol::DefaultTlsChatPort;
-    uint httpsPort = ChatProtocol::DefaultHttpsPort;
-    uint handshakeMs = uint(limits->tlsHandshakeMs);
-    if (!readValue(parser, ChatPortOption, 0, 65535, &chatPort, error) ||
-        !readValue(parser, HttpsPortOption, 0, 65535, &httpsPort, error) ||
-        !readValue(parser, HandshakeOption, 10, 3600 * 1000, &handshakeMs, error))
+    qint64 chatPort = ChatProtocol::DefaultTlsChatPort;
+    qint64 httpsPort = ChatProtocol::DefaultHttpsPort;
+    qint64 handshakeMs = limits->tlsHandshakeMs;
+    if (!readOptionNumber(parser, ChatPortOption, 0, 65535, &chatPort, error) ||
+        !readOptionNumber(parser, HttpsPortOption, 0, 65535, &httpsPort, error) ||
+        !readOptionNumber(parser, HandshakeOption, 10, 3600 * 1000, &handshakeMs, error))
         return false;
     o.chatPort = quint16(chatPort);
     o.httpsPort = quint16(httpsPort);
